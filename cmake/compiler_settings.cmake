@@ -1,0 +1,29 @@
+# Settings that every target of this project shares.
+
+option(VEMRA_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
+set(VEMRA_SANITIZE "" CACHE STRING "Sanitizers for every target, for example address,undefined")
+option(VEMRA_COVERAGE "Measure line and branch coverage" OFF)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+                    -Wcast-align -Wformat=2 -Wundef
+                    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+                    $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
+                    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+                    $<$<COMPILE_LANGUAGE:C>:-Wstrict-prototypes>)
+if(VEMRA_WARNINGS_AS_ERRORS)
+    add_compile_options(-Werror)
+endif()
+
+# Source positions in log lines are relative to the source root, whatever the build directory.
+add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
+
+if(VEMRA_SANITIZE)
+    add_compile_options(-fsanitize=${VEMRA_SANITIZE} -fno-sanitize-recover=all
+                        -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${VEMRA_SANITIZE})
+endif()
+
+if(VEMRA_COVERAGE)
+    add_compile_options(--coverage -fprofile-update=atomic)
+    add_link_options(--coverage)
+endif()

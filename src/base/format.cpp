@@ -1,0 +1,37 @@
+#include "base/format.h"
+
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+namespace qo::base {
+
+int _get_need_buffer_size(const char* fmt, va_list arguments) {
+    va_list copy;
+    va_copy(copy, arguments);
+    const int size = std::vsnprintf(nullptr, 0, fmt, copy);
+    va_end(copy);
+    return size;
+}
+
+std::string format(const char* fmt, va_list arguments) {
+    const auto size = static_cast<std::size_t>(_get_need_buffer_size(fmt, arguments));
+    const std::unique_ptr<char, void (*)(void*)> buffer(static_cast<char*>(std::malloc(size)),
+                                                        std::free);
+    if (buffer == nullptr) return "Unable to allocate memory to format the string.";
+
+    // Kept: the limit has no room for the NUL, so it takes the place of the last character.
+    std::vsnprintf(buffer.get(), size, fmt, arguments);
+    return std::string(buffer.get(), size);
+}
+
+std::string format(const char* fmt, ...) {
+    va_list arguments;
+    va_start(arguments, fmt);
+    std::string text = format(fmt, arguments);
+    va_end(arguments);
+    return text;
+}
+
+}  // namespace qo::base
