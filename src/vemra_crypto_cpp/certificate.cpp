@@ -1,0 +1,38 @@
+#include "vemra_crypto_cpp/certificate.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "vemra_crypto_cpp/library_buffer.h"
+
+namespace vemra::crypto {
+
+certificate::certificate(std::weak_ptr<keypair> owner, owner_t handle)
+    : basic_object(std::move(handle)), owner_(std::move(owner)) {}
+
+certificate::certificate(std::weak_ptr<keypair> owner, VEMRA_CERT_st* h, bool duplicate)
+    : certificate(std::move(owner), own(duplicate ? VemraPKICertDupCert(h) : h)) {}
+
+certificate::certificate(const void* der, const unsigned long& len)
+    : certificate(std::weak_ptr<keypair>(), VemraPKICertNewCert(der, len), false) {}
+
+certificate::owner_t certificate::own(VEMRA_CERT_st* h) {
+    return owner_t(h, [](VEMRA_CERT_st* handle) { VemraPKICertFreeCert(handle); });
+}
+
+bool certificate::equals(const certificate& other) const {
+    if (this == &other) return true;
+    if (get_handle() == other.get_handle()) return true;
+    return VemraPKICertEqual(get_handle(), other.get_handle()) == 1;
+}
+
+std::string certificate::get_encode(encode_format_t format) const {
+    unsigned char* p = nullptr;
+    int n = 0;
+    const int result = VemraPKICertGetCertEncode(get_handle(), static_cast<int>(format), &p, &n);
+    const library_buffer<unsigned char> encoded(p);
+    if (result != 1) return {};
+    return std::string(reinterpret_cast<const char*>(p), static_cast<std::size_t>(n));
+}
+
+}  // namespace vemra::crypto
