@@ -1,0 +1,46 @@
+#ifndef CORE_LOG_H
+#define CORE_LOG_H
+
+#include <cstdio>
+
+/*
+ * The trace: one line per event on standard output, printed at once with a single printf, never
+ * filtered. Each macro takes a message, a printf format without a percent sign of its own, and
+ * its arguments. The line names the function that logs; the _AS forms name another, for the steps
+ * of exported functions. Error and fatal lines end in their source position.
+ *
+ * A line that cannot be built for lack of memory throws std::bad_alloc.
+ */
+
+#define LOG_VERBOSE(...) LOG_VERBOSE_AS(__func__, __VA_ARGS__)
+#define LOG_DEBUG(...) LOG_DEBUG_AS(__func__, __VA_ARGS__)
+#define LOG_ERROR(...) LOG_ERROR_AS(__func__, __VA_ARGS__)
+#define LOG_FATAL(...)          \
+    (CHECK_FORMAT(__VA_ARGS__), \
+     vemra::app::stamp::log_fatal(__func__, __VA_ARGS__, __FILE__, SOURCE_LINE))
+
+#define LOG_VERBOSE_AS(function, ...) \
+    (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_verbose(function, __VA_ARGS__))
+#define LOG_DEBUG_AS(function, ...) \
+    (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_debug(function, __VA_ARGS__))
+#define LOG_ERROR_AS(function, ...) \
+    (CHECK_FORMAT(__VA_ARGS__),     \
+     vemra::app::stamp::log_error(function, __VA_ARGS__, __FILE__, SOURCE_LINE))
+
+#define SOURCE_LINE static_cast<unsigned int>(__LINE__)
+// Lets the compiler compare the message with its arguments; nothing is printed here.
+#define CHECK_FORMAT(...) static_cast<void>(sizeof(std::printf(__VA_ARGS__)))
+
+namespace vemra::app::stamp {
+
+/* The operations behind the macros. */
+
+void log_verbose(const char* function, const char* message, ...);
+void log_debug(const char* function, const char* message, ...);
+/* The last two arguments are the source file and line. */
+void log_error(const char* function, const char* message, ...);
+void log_fatal(const char* function, const char* message, ...);
+
+}  // namespace vemra::app::stamp
+
+#endif
