@@ -76,6 +76,7 @@ std::size_t __strcpy_s(const char* file, unsigned long line, char* dest, std::si
     return src_size;
 }
 
+// NOLINTNEXTLINE(readability-non-const-parameter): a deleter.
 void _delete_array(unsigned char* p) {
     delete[] p;
 }

@@ -472,6 +472,7 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
         if (record->data == nullptr) {
             // Kept: on this path the record and its device are never released.
             static_cast<void>(record.release());
+            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
             return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
         }
         MEMCPY_S(record->data, data.size(), data.data(), data.size());

@@ -61,6 +61,7 @@ void stamp_device_map::clear() {
 }
 
 std::basic_string<unsigned char> stamp_device_map::generate_uuid(
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): holds the device for the call.
     std::shared_ptr<crypto::device> device, int data_id, const std::string& /*name*/,
     const void* /*data*/, const std::size_t& /*size*/) {
     const std::string serial = device->get_serial_number();
