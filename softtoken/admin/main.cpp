@@ -1,0 +1,50 @@
+/** vemra-softtoken, the admin tool of the software token. */
+#include <cstdio>
+#include <exception>
+#include <new>
+
+#include "admin/arguments.h"
+#include "store/failure.h"
+
+using namespace vemra::softtoken;
+using namespace vemra::softtoken::admin;
+
+namespace {
+
+int _run(int argc, char** argv) {
+    CLI::App program("Makes and manages software tokens, stand-ins for hardware crypto devices.",
+                     "vemra-softtoken");
+    program.require_subcommand(1);
+    program.footer(
+        "Tokens lie in the directory VEMRA_SOFTTOKEN_DIR, by default\n"
+        "$XDG_DATA_HOME/vemra-softtoken or ~/.local/share/vemra-softtoken.");
+    add_token_commands(program);
+    add_password_commands(program);
+    add_certificate_commands(program);
+    add_exec_command(program);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return program.exit(error) == 0 ? exit_done : exit_usage;
+    }
+    return exit_done;
+}
+
+int _complain(int status, const char* message) {
+    std::fprintf(stderr, "vemra-softtoken: %s\n", message);
+    return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return _run(argc, argv);
+    } catch (const command_failure& error) {
+        return _complain(error.status(), error.what());
+    } catch (const failure& error) {
+        return _complain(exit_failed, error.what());
+    } catch (const std::exception& error) {
+        return _complain(exit_failed, error.what());
+    }
+}

@@ -1,0 +1,203 @@
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "admin/arguments.h"
+#include "admin/password_input.h"
+#include "admin/token_folder.h"
+#include "store/failure.h"
+#include "store/new_token.h"
+#include "store/token_files.h"
+
+namespace vemra::softtoken::admin {
+
+namespace {
+
+struct create_options {
+    std::string name;
+    std::string login = name_of(login_scope::process);
+    new_token token;
+    password_input password{"", "password of the new token"};
+    bool detached = false;
+};
+
+const std::string& _printable(const char* what, const std::string& text) {
+    for (char byte : text) {
+        if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f) {
+            throw command_failure(exit_usage, std::string("the ") + what +
+                                                  " has a control character: use printable text");
+        }
+    }
+    return text;
+}
+
+// Two devices with one serial number and type could not be told apart by anybody.
+void _require_unique(const token_info& wanted) {
+    std::string root = root_directory();
+    for (const std::string& name : token_names(root)) {
+        try {
+            token_info other = token_database(database_path(root + "/" + name)).info();
+            if (other.serial_number != wanted.serial_number || other.type != wanted.type) continue;
+        } catch (const failure&) {
+            continue;
+        }
+        throw command_failure(exit_failed, "the token \"" + name +
+                                               "\" has this serial number and type already: give "
+                                               "another --serial or --type");
+    }
+}
+
+void _create(create_options& options) {
+    token_info& info = options.token.info;
+    require_token_name(options.name);
+    if (info.serial_number.empty()) info.serial_number = "ST-" + random_hex(6);
+    _printable("serial number", info.serial_number);
+    _printable("label", info.label);
+    if (info.label.empty()) info.label = options.name;
+    info.login = login_scope_from(options.login);
+    options.token.attached = !options.detached;
+    _require_unique(info);
+    options.token.password = options.password.read_new();
+    create_token(root_directory(), options.name, options.token);
+    std::printf("%s: serial number %s, type %d, %s\n", options.name.c_str(),
+                info.serial_number.c_str(), info.type,
+                options.token.attached ? "attached" : "detached");
+}
+
+void _add_create(CLI::App& program) {
+    auto options = std::make_shared<create_options>();
+    token_info& info = options->token.info;
+    info.type = 1;
+    CLI::App* command = program.add_subcommand("create", "Make a token");
+    command->add_option("TOKEN", options->name, "A name for the token")->required();
+    command->add_option("--serial", info.serial_number, "Serial number; a random one by default")
+        ->check(CLI::Validator(
+            [](std::string& text) { return text.size() <= 64 ? "" : "longer than 64 bytes"; }, ""));
+    command->add_option("--type", info.type, "Device type")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 0x7fffffff));
+    command->add_option("--label", info.label, "Label; the name by default");
+    command->add_option("--login", options->login, "For whom a verified password counts")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"process", "handle", "none"}));
+    command->add_option("--retries", options->token.retries, "Password attempts before it locks")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 1000));
+    command->add_option("--capacity", info.limits.capacity, "Bytes in all slots together")
+        ->capture_default_str()
+        ->transform(CLI::AsSizeValue(false));
+    command->add_option("--slot-size", info.limits.slot_size, "Bytes in one slot")
+        ->capture_default_str()
+        ->transform(CLI::AsSizeValue(false));
+    command->add_option("--slots", info.limits.slots, "Number of slots")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 1000000));
+    command
+        ->add_option("--password-cost", options->token.password_cost,
+                     "Base-2 logarithm of the password hash's work; lower only for tests")
+        ->capture_default_str()
+        ->check(CLI::Range(lowest_password_cost, highest_password_cost));
+    command->add_flag("--detached", options->detached, "Do not plug it in yet");
+    options->password.add_to(*command);
+    command->callback([options] { _create(*options); });
+}
+
+void _print_row(const std::string& name, const std::string& serial, const std::string& type,
+                const std::string& state, const std::string& label) {
+    std::printf("%-20s %-20s %6s  %-9s %s\n", name.c_str(), serial.c_str(), type.c_str(),
+                state.c_str(), label.c_str());
+}
+
+void _list() {
+    std::string root = root_directory();
+    _print_row("TOKEN", "SERIAL NUMBER", "TYPE", "STATE", "LABEL");
+    for (const std::string& name : token_names(root)) {
+        std::string path = database_path(root + "/" + name);
+        if (!identify(path)) continue;
+        try {
+            token_database database(path);
+            token_info info = database.info();
+            _print_row(name, info.serial_number, std::to_string(info.type),
+                       database.plug().attached ? "attached" : "detached", info.label);
+        } catch (const failure& error) {
+            std::fprintf(stderr, "vemra-softtoken: token skipped: %s\n", error.what());
+        }
+    }
+}
+
+void _info(const std::string& name) {
+    named_token token(name);
+    transaction reading(token.database, transaction::purpose::read);
+    token_info info = token.database.info();
+    retry_counter retries = token.passwords.retries();
+    std::int64_t used = 0;
+    std::vector<slot_summary> slots = token.slots.list();
+    for (const slot_summary& slot : slots)
+        used += slot.length;
+    std::printf("serial number:  %s\n", info.serial_number.c_str());
+    std::printf("type:           %d\n", info.type);
+    std::printf("label:          %s\n", info.label.c_str());
+    std::printf("state:          %s\n", token.database.plug().attached ? "attached" : "detached");
+    std::printf("login scope:    %s\n", name_of(info.login));
+    std::printf("attempts left:  %d of %d%s\n", retries.left, retries.most,
+                retries.left == 0 ? " (locked)" : "");
+    std::printf("slots:          %zu of %lld\n", slots.size(),
+                static_cast<long long>(info.limits.slots));
+    std::printf("bytes:          %lld of %lld, at most %lld a slot\n", static_cast<long long>(used),
+                static_cast<long long>(info.limits.capacity),
+                static_cast<long long>(info.limits.slot_size));
+    std::printf("key pairs:      %d\n", token.keys.keypair_count());
+    std::printf("directory:      %s\n", token.directory.c_str());
+}
+
+void _set_attached(const std::string& name, bool attached) {
+    named_token token(name);
+    transaction changing(token.database, transaction::purpose::write);
+    token.database.set_attached(attached);
+    changing.commit();
+}
+
+// Under a hidden name first, so that the token disappears at once and not file by file.
+void _remove(const std::string& name) {
+    std::filesystem::path directory = directory_of(name);
+    std::filesystem::path hidden = directory;
+    hidden.replace_filename("." + name + "." + random_hex(8));
+    std::filesystem::rename(directory, hidden);
+    std::filesystem::remove_all(hidden);
+}
+
+void _slots(const std::string& name) {
+    named_token token(name);
+    transaction reading(token.database, transaction::purpose::read);
+    std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
+    for (const slot_summary& slot : token.slots.list()) {
+        std::printf("%6d %12d  ", slot.id, slot.length);
+        for (char byte : slot.attributes)
+            std::printf("%02x", static_cast<unsigned char>(byte));
+        std::printf("   %s\n", slot.written ? "written" : "created");
+    }
+}
+
+void _add_named(CLI::App& program, const char* command_name, const char* description,
+                void (*run)(const std::string&)) {
+    auto name = std::make_shared<std::string>();
+    CLI::App* command = program.add_subcommand(command_name, description);
+    add_token_name(*command, *name);
+    command->callback([name, run] { run(*name); });
+}
+
+}  // namespace
+
+void add_token_commands(CLI::App& program) {
+    _add_create(program);
+    program.add_subcommand("list", "List all tokens")->callback(_list);
+    _add_named(program, "info", "Show what a token is and holds", _info);
+    _add_named(program, "attach", "Plug a token in",
+               [](const std::string& name) { _set_attached(name, true); });
+    _add_named(program, "detach", "Pull a token out",
+               [](const std::string& name) { _set_attached(name, false); });
+    _add_named(program, "remove", "Delete a token and everything on it", _remove);
+    _add_named(program, "slots", "List a token's data slots", _slots);
+}
+
+}  // namespace vemra::softtoken::admin

@@ -1,0 +1,33 @@
+/** What the opaque handles of the device interface point to. Freeing one touches nothing else. */
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "library/login.h"
+#include "library/token.h"
+#include "store/failure.h"
+
+struct VEMRA_PKI_DEVICE_HANDLE_st {
+    vemra::softtoken::token* token = nullptr; /* null for the pseudo device */
+    vemra::softtoken::login login;
+};
+
+struct VEMRA_PrivKey_Handle_st {
+    vemra::softtoken::token* token;
+    std::int64_t keypair;
+};
+
+struct VEMRA_CERT_st {
+    std::string der;
+};
+
+namespace vemra::softtoken {
+
+/* The token behind a handle; throws for the pseudo device, which has no storage. */
+inline token& stored_token(VEMRA_PKI_DEVICE_HANDLE_st& device) {
+    if (device.token == nullptr) throw failure(error_code::no_storage);
+    return *device.token;
+}
+
+}  // namespace vemra::softtoken

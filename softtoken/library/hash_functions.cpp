@@ -1,0 +1,49 @@
+/** The exported functions for hashing. */
+#include "library/call.h"
+#include "library/digest.h"
+#include "library/exports.h"
+#include "library/handles.h"
+#include "library/memory.h"
+
+using namespace vemra::softtoken;
+
+struct VEMRA_PKI_HASH_HANDLE_st {
+    digest running;
+};
+
+namespace {
+
+constexpr int sha256_algorithm = 0x7000;
+
+}  // namespace
+
+VEMRA_PKI_HASH_HANDLE_st* VemraPKICryptoNewHash(VEMRA_PKI_DEVICE_HANDLE_st* device, int algorithm) {
+    return pointer_call([=] {
+        token* stored = required(device).token;
+        if (stored != nullptr) stored->require_attached();
+        if (algorithm != sha256_algorithm) throw failure(error_code::unknown_algorithm);
+        return new VEMRA_PKI_HASH_HANDLE_st;
+    });
+}
+
+int VemraPKICryptoHashUpdate(VEMRA_PKI_HASH_HANDLE_st* hash, const void* data, int len) {
+    return status_call([=] {
+        digest& running = required(hash).running;
+        require_argument(len >= 0 && (data != nullptr || len == 0));
+        running.update(data, static_cast<std::size_t>(len));
+    });
+}
+
+int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out, int* len) {
+    return status_call([=] {
+        digest& running = required(hash).running;
+        require_argument(out != nullptr && len != nullptr);
+        std::string bytes = running.finish();
+        *out = copy_for_caller<unsigned char>(bytes);
+        *len = static_cast<int>(bytes.size());
+    });
+}
+
+int VemraPKICryptoFreeHash(VEMRA_PKI_HASH_HANDLE_st* hash) {
+    return status_call([=] { delete &required(hash); });
+}

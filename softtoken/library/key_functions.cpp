@@ -1,0 +1,77 @@
+/** The exported functions for key pairs and certificates. */
+#include "library/call.h"
+#include "library/exports.h"
+#include "library/handles.h"
+#include "library/memory.h"
+#include "store/certificate.h"
+
+using namespace vemra::softtoken;
+
+namespace {
+
+enum encode_format { format_der = 1, format_pem = 2 };
+
+std::string _encoded(const std::string& der, int format) {
+    switch (format) {
+        case format_der:
+            return der;
+        case format_pem:
+            return certificate_to_pem(der);
+        default:
+            throw failure(error_code::unknown_format);
+    }
+}
+
+}  // namespace
+
+VEMRA_PrivKey_Handle_st* VemraPKICryptoDupKeypair(VEMRA_PrivKey_Handle_st* keypair) {
+    return pointer_call([=] { return new VEMRA_PrivKey_Handle_st(required(keypair)); });
+}
+
+int VemraPKICryptoFreeKeypair(VEMRA_PrivKey_Handle_st* keypair) {
+    return status_call([=] { delete &required(keypair); });
+}
+
+int VemraPKICryptoGetCertificateCount(VEMRA_PrivKey_Handle_st* keypair) {
+    return number_call(
+        [=] { return required(keypair).token->certificate_count(keypair->keypair); });
+}
+
+int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VEMRA_CERT_st** out) {
+    return status_call([=] {
+        token& stored = *required(keypair).token;
+        require_argument(out != nullptr);
+        *out = new VEMRA_CERT_st{stored.certificate_at(keypair->keypair, index)};
+    });
+}
+
+VEMRA_CERT_st* VemraPKICertNewCert(const void* der, unsigned long len) {
+    return pointer_call([=] {
+        require_argument(der != nullptr);
+        return new VEMRA_CERT_st{certificate_from_der({static_cast<const char*>(der), len})};
+    });
+}
+
+VEMRA_CERT_st* VemraPKICertDupCert(VEMRA_CERT_st* certificate) {
+    return pointer_call([=] { return new VEMRA_CERT_st(required(certificate)); });
+}
+
+int VemraPKICertFreeCert(VEMRA_CERT_st* certificate) {
+    return status_call([=] { delete &required(certificate); });
+}
+
+int VemraPKICertEqual(VEMRA_CERT_st* left, VEMRA_CERT_st* right) {
+    return number_call(
+        [=] { return same_certificate(required(left).der, required(right).der) ? 1 : 0; });
+}
+
+int VemraPKICertGetCertEncode(VEMRA_CERT_st* certificate, int format, unsigned char** out,
+                              int* len) {
+    return status_call([=] {
+        const std::string& der = required(certificate).der;
+        require_argument(out != nullptr && len != nullptr);
+        std::string encoded = _encoded(der, format);
+        *out = copy_for_caller<unsigned char>(encoded);
+        *len = static_cast<int>(encoded.size());
+    });
+}

@@ -1,0 +1,175 @@
+#include "library/token.h"
+
+#include <filesystem>
+
+#include "store/failure.h"
+#include "store/password_check.h"
+
+namespace vemra::softtoken {
+
+namespace {
+
+plug_state _require_plugged(open_token& open) {
+    plug_state plug = open.database.plug();
+    if (!plug.attached) throw failure(error_code::removed);
+    return plug;
+}
+
+}  // namespace
+
+token::token(std::string directory, std::unique_ptr<open_token> open)
+    : directory_(std::move(directory)), info_(open->info), open_(std::move(open)) {}
+
+bool token::is_open_in(const std::string& directory) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return directory_ == directory && open_ != nullptr &&
+           open_->usable(identify(database_path(directory)));
+}
+
+bool token::lies_beside(const std::string& directory) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    std::filesystem::path here(directory_);
+    std::filesystem::path there(directory);
+    if (here == there || here.parent_path() != there.parent_path()) return false;
+    try {
+        opened();
+        return true;
+    } catch (const failure&) {
+        return false;
+    }
+}
+
+void token::settle(const std::string& directory, std::unique_ptr<open_token> open) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    close();
+    directory_ = directory;
+    open_ = std::move(open);
+}
+
+void token::close() {
+    // A connection that a parent process opened is left alone: closing it would disturb the parent.
+    if (open_ != nullptr && open_->process != getpid()) static_cast<void>(open_.release());
+    open_.reset();
+}
+
+open_token& token::opened() {
+    std::string path = database_path(directory_);
+    std::optional<file_identity> at_path = identify(path);
+    if (open_ != nullptr && open_->usable(at_path)) return *open_;
+    close();
+    if (!at_path) throw failure(error_code::removed);
+    auto found = std::make_unique<open_token>(path);
+    if (found->info.uid != info_.uid) throw failure(error_code::removed);
+    open_ = std::move(found);
+    return *open_;
+}
+
+// Runs the look on one consistent state of the plugged-in token.
+template <typename Inspect>
+auto token::look(Inspect inspect) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    open_token& open = opened();
+    transaction reading(open.database, transaction::purpose::read);
+    _require_plugged(open);
+    return inspect(open);
+}
+
+bool token::attached() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return opened().database.plug().attached;
+}
+
+void token::require_attached() {
+    look([](open_token&) {});
+}
+
+int token::type() {
+    return look([](open_token& open) { return open.info.type; });
+}
+
+std::string token::serial_number() {
+    return look([](open_token& open) { return open.info.serial_number; });
+}
+
+int token::slot_length(int id) {
+    return look([id](open_token& open) {
+        std::optional<int> length = open.slots.length(id);
+        if (!length) throw failure(error_code::no_such_slot);
+        return *length;
+    });
+}
+
+int token::read_slot(int id, unsigned char* buffer, int buffer_size) {
+    return look([&](open_token& open) { return open.slots.read(id, buffer, buffer_size); });
+}
+
+login& token::login_of(login& device_login) {
+    return info_.login == login_scope::handle ? device_login : process_login_;
+}
+
+void token::change_slots(login& device_login, const std::function<void(open_token&)>& change) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    open_token& open = opened();
+    transaction changing(open.database, transaction::purpose::write);
+    plug_state plug = _require_plugged(open);
+    if (info_.login != login_scope::none && !login_of(device_login).holds(plug)) {
+        throw failure(error_code::not_logged_in);
+    }
+    change(open);
+    changing.commit();
+}
+
+void token::create_slot(login& device_login, int id, const unsigned char* attributes, int size) {
+    change_slots(device_login, [&](open_token& open) {
+        open.slots.create(id, attributes, size, open.info.limits);
+    });
+}
+
+void token::write_slot(login& device_login, int id, const void* data, int length) {
+    change_slots(device_login, [&](open_token& open) { open.slots.write(id, data, length); });
+}
+
+void token::delete_slot(login& device_login, int id) {
+    change_slots(device_login, [&](open_token& open) { open.slots.remove(id); });
+}
+
+void token::verify_password(login& device_login, const char* password, int& retries) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    open_token& open = opened();
+    plug_state plug = _require_plugged(open);
+    login& state = login_of(device_login);
+    state.end();
+    check_password(open.database, open.passwords, directory_, password, retries);
+    state.begin(plug);
+}
+
+int token::keypair_count() {
+    return look([](open_token& open) { return open.keys.keypair_count(); });
+}
+
+std::int64_t token::keypair_at(int index) {
+    return look([index](open_token& open) {
+        std::optional<std::int64_t> found = open.keys.keypair_at(index);
+        if (!found) throw failure(error_code::no_such_index);
+        return *found;
+    });
+}
+
+int token::certificate_count(std::int64_t keypair) {
+    return look([keypair](open_token& open) { return open.keys.certificate_count(keypair); });
+}
+
+std::string token::certificate_at(std::int64_t keypair, int index) {
+    return look([=](open_token& open) {
+        std::optional<std::string> found = open.keys.certificate_at(keypair, index);
+        if (!found) throw failure(error_code::no_such_index);
+        return *found;
+    });
+}
+
+void token::prepare_fork() {
+    mutex_.lock();
+    close();
+}
+
+}  // namespace vemra::softtoken

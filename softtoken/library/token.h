@@ -1,0 +1,73 @@
+/** One token as this process knows it, for as long as the process lives. */
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "library/login.h"
+#include "library/open_token.h"
+
+namespace vemra::softtoken {
+
+/*
+ * Each operation holds the token's mutex, opens the database if need be, and throws "removed" while
+ * the token is unplugged, moved away or replaced by another one. A device_login is the state of the
+ * device handle through which the call came; it counts for tokens whose login scope is the handle.
+ */
+class token {
+public:
+    token(std::string directory, std::unique_ptr<open_token> open);
+
+    /* The type never changes, so this needs no look at the token. */
+    int known_type() const { return info_.type; }
+    /* True while this process has the database in that directory open as this token. */
+    bool is_open_in(const std::string& directory);
+    /* True while this token lies in another directory of the same root. */
+    bool lies_beside(const std::string& directory);
+    /* The token was found in a directory. */
+    void settle(const std::string& directory, std::unique_ptr<open_token> open);
+    /* Whether it is plugged in; throws what makes it unreadable. */
+    bool attached();
+
+    int type();
+    std::string serial_number();
+    /* Throws "removed" or returns. */
+    void require_attached();
+
+    int slot_length(int id);
+    int read_slot(int id, unsigned char* buffer, int buffer_size);
+    void create_slot(login& device_login, int id, const unsigned char* attributes, int size);
+    void write_slot(login& device_login, int id, const void* data, int length);
+    void delete_slot(login& device_login, int id);
+
+    /* The retry count is the true one afterwards, whatever the outcome. */
+    void verify_password(login& device_login, const char* password, int& retries);
+
+    int keypair_count();
+    std::int64_t keypair_at(int index);
+    int certificate_count(std::int64_t keypair);
+    std::string certificate_at(std::int64_t keypair, int index);
+
+    /* Around fork: waits for the running call, closes the database and keeps the token still. */
+    void prepare_fork();
+    void finish_fork() { mutex_.unlock(); }
+
+private:
+    void close();
+    open_token& opened();
+    login& login_of(login& device_login);
+    void change_slots(login& device_login, const std::function<void(open_token&)>& change);
+
+    template <typename Inspect>
+    auto look(Inspect inspect);
+
+    std::mutex mutex_;
+    std::string directory_;
+    const token_info info_;
+    login process_login_;
+    std::unique_ptr<open_token> open_;
+};
+
+}  // namespace vemra::softtoken

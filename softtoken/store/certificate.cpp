@@ -1,0 +1,126 @@
+#include "store/certificate.h"
+
+#include <openssl/bio.h>
+#include <openssl/ec.h>
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/rand.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
+
+#include <climits>
+#include <memory>
+
+#include "store/failure.h"
+
+namespace vemra::softtoken {
+
+namespace {
+
+template <typename T, void (*Free)(T*)>
+struct _deleter {
+    void operator()(T* object) const { Free(object); }
+};
+
+void _free_bio(BIO* bio) {
+    BIO_free(bio);
+}
+
+using x509_owner = std::unique_ptr<X509, _deleter<X509, X509_free>>;
+using key_owner = std::unique_ptr<EVP_PKEY, _deleter<EVP_PKEY, EVP_PKEY_free>>;
+using bio_owner = std::unique_ptr<BIO, _deleter<BIO, _free_bio>>;
+
+void _require(bool done) {
+    if (!done) throw failure(error_code::crypto_failed);
+}
+
+x509_owner _parse(std::string_view der) {
+    const auto* position = reinterpret_cast<const unsigned char*>(der.data());
+    const unsigned char* end = position + der.size();
+    x509_owner parsed(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
+    if (parsed == nullptr || position != end) throw failure(error_code::bad_certificate);
+    return parsed;
+}
+
+// Encodes with one of OpenSSL's i2d functions.
+template <typename Object, typename Encode>
+std::string _encode(Object* object, Encode encode) {
+    int size = encode(object, nullptr);
+    _require(size > 0);
+    std::string der(static_cast<std::size_t>(size), '\0');
+    auto* position = reinterpret_cast<unsigned char*>(der.data());
+    _require(encode(object, &position) == size);
+    return der;
+}
+
+std::string _contents(BIO* bio) {
+    char* data = nullptr;
+    long size = BIO_get_mem_data(bio, &data);
+    return {data, static_cast<std::size_t>(size)};
+}
+
+void _set_identity(X509* certificate, const std::string& common_name, int days) {
+    std::uint64_t serial = 0;
+    _require(RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1);
+    _require(ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1) == 1);
+    _require(X509_set_version(certificate, X509_VERSION_3) == 1);
+    _require(X509_gmtime_adj(X509_getm_notBefore(certificate), 0) != nullptr);
+    _require(X509_time_adj_ex(X509_getm_notAfter(certificate), days, 0, nullptr) != nullptr);
+    X509_NAME* name = X509_get_subject_name(certificate);
+    _require(X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_UTF8,
+                                        reinterpret_cast<const unsigned char*>(common_name.c_str()),
+                                        -1, -1, 0) == 1);
+    _require(X509_set_issuer_name(certificate, name) == 1);
+}
+
+}  // namespace
+
+std::string certificate_from_der(std::string_view der) {
+    if (der.size() > INT_MAX) throw failure(error_code::bad_certificate);
+    return _encode(_parse(der).get(), i2d_X509);
+}
+
+std::string certificate_from_any(std::string_view bytes) {
+    if (bytes.size() > INT_MAX) throw failure(error_code::bad_certificate);
+    bio_owner input(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
+    _require(input != nullptr);
+    x509_owner parsed(PEM_read_bio_X509(input.get(), nullptr, nullptr, nullptr));
+    return parsed == nullptr ? certificate_from_der(bytes) : _encode(parsed.get(), i2d_X509);
+}
+
+std::string certificate_to_pem(const std::string& der) {
+    bio_owner output(BIO_new(BIO_s_mem()));
+    _require(output != nullptr);
+    _require(PEM_write_bio_X509(output.get(), _parse(der).get()) == 1);
+    return _contents(output.get());
+}
+
+bool same_certificate(const std::string& left, const std::string& right) {
+    return X509_cmp(_parse(left).get(), _parse(right).get()) == 0;
+}
+
+std::string public_key_of(const std::string& der) {
+    x509_owner parsed = _parse(der);
+    return _encode(X509_get_X509_PUBKEY(parsed.get()), i2d_X509_PUBKEY);
+}
+
+std::string subject_of(const std::string& der) {
+    bio_owner output(BIO_new(BIO_s_mem()));
+    _require(output != nullptr);
+    x509_owner parsed = _parse(der);
+    unsigned long flags = XN_FLAG_RFC2253;
+    _require(X509_NAME_print_ex(output.get(), X509_get_subject_name(parsed.get()), 0, flags) >= 0);
+    return _contents(output.get());
+}
+
+made_certificate make_certificate(const std::string& common_name, int days) {
+    key_owner key(EVP_EC_gen("P-256"));
+    x509_owner certificate(X509_new());
+    _require(key != nullptr && certificate != nullptr);
+    _set_identity(certificate.get(), common_name, days);
+    _require(X509_set_pubkey(certificate.get(), key.get()) == 1);
+    _require(X509_sign(certificate.get(), key.get(), EVP_sha256()) > 0);
+    return {_encode(key.get(), i2d_PrivateKey), _encode(certificate.get(), i2d_X509)};
+}
+
+}  // namespace vemra::softtoken

@@ -1,0 +1,29 @@
+/** X.509 certificates as DER bytes, worked on through OpenSSL. Nothing of OpenSSL's is kept. */
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace vemra::softtoken {
+
+/* The bytes of exactly one certificate; throws bad_certificate for anything else. */
+std::string certificate_from_der(std::string_view der);
+/* Takes DER or PEM text. */
+std::string certificate_from_any(std::string_view bytes);
+
+std::string certificate_to_pem(const std::string& der);
+bool same_certificate(const std::string& left, const std::string& right);
+/* The public key in its DER form. */
+std::string public_key_of(const std::string& der);
+/* One line for people: the subject's distinguished name. */
+std::string subject_of(const std::string& der);
+
+struct made_certificate {
+    std::string private_key; /* PKCS #8, DER */
+    std::string der;
+};
+
+/* A fresh P-256 key pair and a certificate over it signed by itself. */
+made_certificate make_certificate(const std::string& common_name, int days);
+
+}  // namespace vemra::softtoken

@@ -1,0 +1,181 @@
+#include "store/new_token.h"
+
+#include <fcntl.h>
+#include <openssl/rand.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+
+#include "store/failure.h"
+#include "store/sqlite_statement.h"
+#include "store/token_files.h"
+
+namespace vemra::softtoken {
+
+namespace {
+
+constexpr std::size_t longest_name = 64;
+
+// Large pages keep a seal picture in few pieces.
+constexpr const char* schema = R"(
+CREATE TABLE token (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    uid TEXT NOT NULL,
+    serial_number TEXT NOT NULL,
+    type INTEGER NOT NULL,
+    label TEXT NOT NULL,
+    login_scope TEXT NOT NULL,
+    attached INTEGER NOT NULL,
+    plug_count INTEGER NOT NULL,
+    capacity INTEGER NOT NULL,
+    slot_size INTEGER NOT NULL,
+    slots INTEGER NOT NULL,
+    call_microseconds INTEGER NOT NULL,
+    bytes_per_second INTEGER NOT NULL);
+CREATE TABLE password (
+    id INTEGER PRIMARY KEY CHECK (id = 1),
+    cost INTEGER NOT NULL,
+    salt BLOB NOT NULL,
+    hash BLOB NOT NULL,
+    retries INTEGER NOT NULL,
+    retries_left INTEGER NOT NULL);
+CREATE TABLE slot (
+    id INTEGER PRIMARY KEY,
+    attributes BLOB NOT NULL,
+    length INTEGER NOT NULL,
+    data BLOB);
+CREATE TABLE keypair (
+    id INTEGER PRIMARY KEY,
+    public_key BLOB NOT NULL,
+    private_key BLOB NOT NULL);
+CREATE TABLE certificate (
+    id INTEGER PRIMARY KEY,
+    keypair INTEGER NOT NULL REFERENCES keypair (id) ON DELETE CASCADE,
+    der BLOB NOT NULL);
+)";
+
+[[noreturn]] void _fail(const std::string& path) {
+    throw failure(error_code::storage_failed, path + ": " + std::strerror(errno));
+}
+
+void _insert_token(sqlite_connection& connection, const new_token& token) {
+    const token_info& info = token.info;
+    sqlite_statement statement(connection,
+                               "INSERT INTO token VALUES"
+                               " (1, ?1, ?2, ?3, ?4, ?5, ?6, 1, ?7, ?8, ?9, ?10, ?11)");
+    std::string uid = random_hex(16);
+    sqlite_query(statement)
+        .bind_text(1, uid)
+        .bind_text(2, info.serial_number)
+        .bind(3, info.type)
+        .bind_text(4, info.label)
+        .bind_text(5, name_of(info.login))
+        .bind(6, token.attached ? 1 : 0)
+        .bind(7, info.limits.capacity)
+        .bind(8, info.limits.slot_size)
+        .bind(9, info.limits.slots)
+        .bind(10, info.limits.call_microseconds)
+        .bind(11, info.limits.bytes_per_second)
+        .run();
+}
+
+void _insert_password(sqlite_connection& connection, const new_token& token) {
+    sqlite_statement statement(connection, "INSERT INTO password VALUES (1, ?1, ?2, ?3, ?4, ?4)");
+    password_hash hash = hash_password(token.password, token.password_cost);
+    sqlite_query(statement)
+        .bind(1, hash.cost)
+        .bind_bytes(2, hash.salt.data(), hash.salt.size())
+        .bind_bytes(3, hash.hash.data(), hash.hash.size())
+        .bind(4, token.retries)
+        .run();
+}
+
+void _fill_database(const std::string& path, const new_token& token) {
+    // The file is there before SQLite sees it, so that it is private from its first moment;
+    // SQLite gives its companions the same mode.
+    int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
+    if (file < 0) _fail(path);
+    close(file);
+    sqlite_connection connection(path, SQLITE_OPEN_READWRITE);
+    connection.execute(
+        "PRAGMA page_size=8192; BEGIN IMMEDIATE;"
+        "PRAGMA application_id=" +
+        std::to_string(application_id) + "; PRAGMA user_version=" + std::to_string(schema_version));
+    connection.execute(schema);
+    _insert_token(connection, token);
+    _insert_password(connection, token);
+    connection.execute("COMMIT; PRAGMA journal_mode=WAL");
+}
+
+void _sync_directory(const std::string& path) {
+    int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (directory < 0) _fail(path);
+    int result = fsync(directory);
+    close(directory);
+    if (result != 0) _fail(path);
+}
+
+void _make_root(const std::string& root) {
+    if (root.empty()) {
+        throw failure(error_code::storage_failed,
+                      "no directory for tokens: set VEMRA_SOFTTOKEN_DIR or HOME");
+    }
+    std::error_code error;
+    std::filesystem::path parent = std::filesystem::absolute(root).parent_path();
+    std::filesystem::create_directories(parent, error);
+    if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) _fail(root);
+}
+
+}  // namespace
+
+std::string random_hex(std::size_t bytes) {
+    std::string raw(bytes, '\0');
+    if (RAND_bytes(reinterpret_cast<unsigned char*>(raw.data()), static_cast<int>(bytes)) != 1) {
+        throw failure(error_code::crypto_failed);
+    }
+    std::string text;
+    for (char byte : raw) {
+        text += "0123456789abcdef"[static_cast<unsigned char>(byte) >> 4];
+        text += "0123456789abcdef"[static_cast<unsigned char>(byte) & 15];
+    }
+    return text;
+}
+
+void require_token_name(const std::string& name) {
+    constexpr const char* allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
+    if (!name.empty() && name.size() <= longest_name && name[0] != '.' && name[0] != '-' &&
+        name.find_first_not_of(allowed) == std::string::npos) {
+        return;
+    }
+    throw failure(error_code::bad_argument,
+                  "a token's name has 1 to 64 letters, digits, dots, underscores and dashes, and "
+                  "begins with a letter, a digit or an underscore");
+}
+
+void create_token(const std::string& root, const std::string& name, const new_token& token) {
+    require_token_name(name);
+    _make_root(root);
+    std::string place = root + "/" + name;
+    if (std::filesystem::exists(place)) {
+        throw failure(error_code::bad_argument, "there is a token \"" + name + "\" already");
+    }
+    std::string draft = root + "/." + name + "." + random_hex(8);
+    if (mkdir(draft.c_str(), 0700) != 0) _fail(draft);
+    try {
+        _fill_database(database_path(draft), token);
+        _sync_directory(draft);
+        if (rename(draft.c_str(), place.c_str()) != 0) _fail(place);
+        _sync_directory(root);
+    } catch (...) {
+        std::error_code ignored;
+        std::filesystem::remove_all(draft, ignored);
+        throw;
+    }
+}
+
+}  // namespace vemra::softtoken

@@ -1,0 +1,32 @@
+/** Making a token on disk. */
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "store/password_hash.h"
+#include "store/token_info.h"
+
+namespace vemra::softtoken {
+
+struct new_token {
+    token_info info; /* the uid is made here */
+    std::string password;
+    int password_cost = default_password_cost;
+    int retries = 10;
+    bool attached = true;
+};
+
+/*
+ * Makes the directory root/name with a token in it, readable by the user alone; the root too when
+ * it is missing. All or nothing, durable when it returns. The name must be free.
+ */
+void create_token(const std::string& root, const std::string& name, const new_token& token);
+
+/* Random bytes as lower-case hexadecimal text. */
+std::string random_hex(std::size_t bytes);
+
+/* Throws bad_argument unless the text can name a token's directory. */
+void require_token_name(const std::string& name);
+
+}  // namespace vemra::softtoken

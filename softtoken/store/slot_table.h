@@ -1,0 +1,55 @@
+/** The numbered data slots of a token. */
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "store/token_database.h"
+
+namespace vemra::softtoken {
+
+constexpr std::size_t attribute_block_size = 4;
+
+struct slot_summary {
+    int id = 0;
+    std::string attributes;
+    int length = 0;
+    bool written = false;
+};
+
+/* The caller holds a transaction around each call; a writing one around each change. */
+class slot_table {
+public:
+    explicit slot_table(sqlite_connection& connection) : connection_(connection) {}
+
+    /* Nothing when there is no such slot. */
+    std::optional<int> length(int id);
+    /* Copies the slot into the buffer and returns its length. */
+    int read(int id, unsigned char* buffer, int buffer_size);
+    /* Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. */
+    void create(int id, const unsigned char* attributes, int size, const token_limits& limits);
+    /* The length must be the slot's. */
+    void write(int id, const void* data, int length);
+    void remove(int id);
+
+    std::vector<slot_summary> list();
+
+private:
+    int existing_length(int id);
+    void require_room(int id, int size, const token_limits& limits);
+
+    sqlite_connection& connection_;
+    sqlite_statement length_{connection_, "SELECT length FROM slot WHERE id = ?1"};
+    sqlite_statement read_{connection_, "SELECT length, data FROM slot WHERE id = ?1"};
+    sqlite_statement room_{connection_,
+                           "SELECT count(*), coalesce(sum(length), 0) FROM slot WHERE id <> ?1"};
+    sqlite_statement create_{connection_,
+                             "INSERT OR REPLACE INTO slot (id, attributes, length, data)"
+                             " VALUES (?1, ?2, ?3, NULL)"};
+    sqlite_statement write_{connection_, "UPDATE slot SET data = ?2 WHERE id = ?1"};
+    sqlite_statement remove_{connection_, "DELETE FROM slot WHERE id = ?1"};
+};
+
+}  // namespace vemra::softtoken

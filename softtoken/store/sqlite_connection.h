@@ -1,0 +1,37 @@
+/** An SQLite connection that turns every failure into an error code of the software token. */
+#pragma once
+
+#include <sqlite3.h>
+
+#include <string>
+
+namespace vemra::softtoken {
+
+/* How long a call waits for another process that holds the token. */
+constexpr int busy_wait_seconds = 10;
+
+/* One connection. Not for use by two threads at once; its owner keeps them apart. */
+class sqlite_connection {
+public:
+    /* flags are those of sqlite3_open_v2. */
+    sqlite_connection(const std::string& path, int flags);
+    ~sqlite_connection();
+    sqlite_connection(const sqlite_connection&) = delete;
+    sqlite_connection& operator=(const sqlite_connection&) = delete;
+
+    /* Runs SQL text that returns nothing of interest. */
+    void execute(const std::string& sql);
+
+    sqlite3* raw() const noexcept { return database_; }
+    const std::string& path() const noexcept { return path_; }
+
+    /* Throws the failure that belongs to an SQLite result code; std::bad_alloc when out of memory.
+     */
+    [[noreturn]] void fail(int result) const;
+
+private:
+    std::string path_;
+    sqlite3* database_ = nullptr;
+};
+
+}  // namespace vemra::softtoken

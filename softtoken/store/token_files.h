@@ -1,0 +1,47 @@
+/**
+ * Where tokens lie: one directory per token under one root, with one database file in each.
+ *
+ * Names that begin with a dot are never tokens; the admin tool prepares and removes under such
+ * names, so that a token appears and disappears at once.
+ */
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vemra::softtoken {
+
+/* "VTok" */
+constexpr std::uint32_t application_id = 0x56546f6b;
+constexpr std::uint32_t schema_version = 1;
+
+/* VEMRA_SOFTTOKEN_DIR, or vemra-softtoken in the user's data directory; empty when there is none.
+ */
+std::string root_directory();
+
+std::string database_path(const std::string& token_directory);
+
+/* The tokens' directory names in ascending byte order; nothing when the root is missing. */
+std::vector<std::string> token_names(const std::string& root);
+
+/* Tells one state of a file from another. */
+struct file_identity {
+    dev_t device = 0;
+    ino_t inode = 0;
+
+    bool operator==(const file_identity& other) const {
+        return device == other.device && inode == other.inode;
+    }
+};
+
+/* Nothing when there is no such file. */
+std::optional<file_identity> identify(const std::string& path);
+
+/* Throws damaged unless the file's header says that it is a token of this version. Reads only. */
+void require_token_database(const std::string& path);
+
+}  // namespace vemra::softtoken

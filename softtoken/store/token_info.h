@@ -1,0 +1,41 @@
+/** What a token is: the facts in the one row of its token table. */
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace vemra::softtoken {
+
+/* For whom a verified password counts. */
+enum class login_scope { process, handle, none };
+
+const char* name_of(login_scope scope) noexcept;
+/* Throws bad_argument for any other text. */
+login_scope login_scope_from(const std::string& name);
+
+/* Sizes in bytes. A rate or delay of 0 means as fast as the machine. */
+struct token_limits {
+    std::int64_t capacity = std::int64_t{1} << 30;
+    std::int64_t slot_size = std::int64_t{64} << 20;
+    std::int64_t slots = 1000;
+    std::int64_t call_microseconds = 0;
+    std::int64_t bytes_per_second = 0;
+};
+
+struct token_info {
+    std::string uid; /* 32 hexadecimal digits, made at creation and never changed */
+    std::string serial_number;
+    int type = 0;
+    std::string label;
+    login_scope login = login_scope::process;
+    token_limits limits;
+};
+
+/* Whether the token is plugged in, and how often it has been: a login ends when it is pulled out.
+ */
+struct plug_state {
+    bool attached = false;
+    std::int64_t count = 0;
+};
+
+}  // namespace vemra::softtoken
