@@ -224,7 +224,8 @@ TEST_F(bounded, delete_array_ignores_null) {
     EXPECT_EQ(arrays_released, 0);
 }
 
-TEST(default_assert_hook, prints_one_line_without_an_end_to_standard_error_and_returns) {
+// The suite name makes it run before a test replaces the hook.
+TEST(default_assert_hook_DeathTest, prints_one_line_without_an_end_to_standard_error_and_returns) {
     char dest[4];
     EXPECT_EXIT(
         {
