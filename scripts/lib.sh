@@ -1,0 +1,99 @@
+# Steps that the scripts share: packages, configuring, building. Sourced by bash scripts, which set
+# `assume_yes=yes` when started with --yes.
+# shellcheck shell=bash
+
+# The folder of the sources, whatever the current one.
+source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+assume_yes=no
+
+say() { printf '%s\n' "$*"; }
+
+die() {
+    printf '%s: %s\n' "$(basename "$0")" "$*" >&2
+    exit 1
+}
+
+# Prints those of the named Debian packages that are not installed, on one line.
+missing_packages() {
+    local package missing=()
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+            missing+=("$package")
+    done
+    printf '%s' "${missing[*]}"
+}
+
+# A person at the terminal is asked, unless --yes was given; a script without one goes ahead.
+may_install() {
+    local answer
+    [ "$assume_yes" = no ] && [ -t 0 ] || return 0
+    read -r -p "Install with apt-get: $* ? [y/N] " answer
+    [[ $answer == [yY]* ]]
+}
+
+# Runs a command as root, through sudo where needed; without a terminal sudo may not ask.
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then
+        "$@"
+    elif [ -t 0 ]; then
+        sudo "$@"
+    else
+        sudo -n "$@"
+    fi
+}
+
+can_be_root() {
+    [ "$(id -u)" -eq 0 ] && return 0
+    command -v sudo >/dev/null || return 1
+    [ -t 0 ] || sudo -n true 2>/dev/null
+}
+
+# Installs the named Debian packages as far as they are missing.
+require_packages() {
+    local missing
+    if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+        say "Not a Debian system; what these packages hold is needed: $*"
+        return 0
+    fi
+    read -r -a missing <<<"$(missing_packages "$@")"
+    [ ${#missing[@]} -gt 0 ] || return 0
+    if ! can_be_root || ! may_install "${missing[@]}"; then
+        die "install these packages first: apt-get install ${missing[*]}"
+    fi
+    run_quietly "Updating the list of packages" as_root apt-get update ||
+        die "apt-get could not update the list of packages"
+    run_quietly "Installing ${missing[*]}" as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y --no-install-recommends "${missing[@]}" ||
+        die "apt-get could not install: ${missing[*]}"
+}
+
+# run_quietly WHAT COMMAND...: the command's output is shown only when it fails.
+run_quietly() {
+    local what=$1 log result=0
+    shift
+    say "$what ..."
+    log=$(mktemp)
+    "$@" >"$log" 2>&1 || result=$?
+    [ "$result" -eq 0 ] || cat "$log" >&2
+    rm -f "$log"
+    return "$result"
+}
+
+# configure PRESET [CMAKE ARGUMENTS...]: the build folder is build/PRESET.
+configure() {
+    local preset=$1
+    shift
+    (cd "$source_dir" && run_quietly "Configuring build/$preset" cmake --preset "$preset" "$@") ||
+        die "the configuration of build/$preset failed"
+}
+
+# build PRESET [TARGETS...]: everything when no target is named.
+build() {
+    local preset=$1
+    local targets=()
+    shift
+    [ $# -eq 0 ] || targets=(--target "$@")
+    run_quietly "Building build/$preset" \
+        cmake --build "$source_dir/build/$preset" --parallel "$(nproc)" "${targets[@]}" ||
+        die "the build in build/$preset failed"
+}
