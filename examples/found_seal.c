@@ -3,6 +3,9 @@
 #include <stdio.h>
 #include <string.h>
 
+/* Fewer digits are more likely a slip than a choice. */
+enum { shortest_uuid_start = 8 };
+
 static void write_uuid_text(struct found_seal* seal) {
     unsigned int i = 0;
     char* text = seal->uuid_text;
@@ -54,8 +57,12 @@ static unsigned int match_seals(VEMRA_APP_STAMP_SET_HANDLE set, const char* uuid
 
 int find_seal(const char* uuid_start, struct found_seal* seal) {
     unsigned int matches = 0;
-    VEMRA_APP_STAMP_SET_HANDLE set =
-        VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_IMAGE, NULL, 0, -1);
+    VEMRA_APP_STAMP_SET_HANDLE set = NULL;
+    if (strlen(uuid_start) < shortest_uuid_start) {
+        fprintf(stderr, "seal_demo: give at least %d digits of the uuid\n", shortest_uuid_start);
+        return 0;
+    }
+    set = VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_IMAGE, NULL, 0, -1);
     if (set == NULL) return say_failure("list the tokens", VemraAppStampGetLastError());
 
     matches = match_seals(set, uuid_start, seal);

@@ -21,8 +21,8 @@ int take_seal(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, struct found_s
 void free_seal(struct found_seal* seal);
 
 /**
- * Looks on all tokens for the one seal whose uuid begins with these hexadecimal digits. Any use of
- * a uuid must come after such a listing, in the same process.
+ * Looks on all tokens for the one seal whose uuid begins with these hexadecimal digits, eight or
+ * more, in lower case. Any use of a uuid must come after such a listing, in the same process.
  *
  * Returns 1, and the seal is the caller's to free; or 0 after saying on standard error why not.
  */
