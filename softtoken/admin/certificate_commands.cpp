@@ -30,7 +30,7 @@ std::string _read_file(const std::string& path) {
 void _store(const std::string& name, const made_certificate& made) {
     named_token token(name);
     std::string public_key = public_key_of(made.der);
-    transaction changing(token.database, transaction::purpose::write);
+    transaction changing(token.database);
     std::optional<std::int64_t> keypair = token.keys.find_keypair(public_key);
     if (!keypair) keypair = token.keys.add_keypair(public_key, made.private_key);
     token.keys.add_certificate(*keypair, made.der);

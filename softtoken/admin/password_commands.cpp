@@ -38,14 +38,14 @@ void _change_password(const change_options& options) {
     _check_old_password(token, options.name, options.old_password.read());
     int cost = token.passwords.hash().cost;
     password_hash hash = hash_password(options.new_password.read_new(), cost);
-    transaction changing(token.database, transaction::purpose::write);
+    transaction changing(token.database);
     token.passwords.replace(hash);
     changing.commit();
 }
 
 void _unlock(const std::string& name) {
     named_token token(name);
-    transaction changing(token.database, transaction::purpose::write);
+    transaction changing(token.database);
     int most = token.passwords.retries().most;
     token.passwords.set_retries_left(most);
     changing.commit();

@@ -7,6 +7,7 @@
 #include "admin/token_folder.h"
 #include "store/failure.h"
 #include "store/new_token.h"
+#include "store/plug.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken::admin {
@@ -102,6 +103,10 @@ void _add_create(CLI::App& program) {
     command->callback([options] { _create(*options); });
 }
 
+const char* _state_of(const std::string& directory) {
+    return find_plug(plug_path(directory)) ? "attached" : "detached";
+}
+
 void _print_row(const std::string& name, const std::string& serial, const std::string& type,
                 const std::string& state, const std::string& label) {
     std::printf("%-20s %-20s %6s  %-9s %s\n", name.c_str(), serial.c_str(), type.c_str(),
@@ -118,7 +123,7 @@ void _list() {
             token_database database(path);
             token_info info = database.info();
             _print_row(name, info.serial_number, std::to_string(info.type),
-                       database.plug().attached ? "attached" : "detached", info.label);
+                       _state_of(root + "/" + name), info.label);
         } catch (const failure& error) {
             std::fprintf(stderr, "vemra-softtoken: token skipped: %s\n", error.what());
         }
@@ -127,7 +132,7 @@ void _list() {
 
 void _info(const std::string& name) {
     named_token token(name);
-    transaction reading(token.database, transaction::purpose::read);
+    transaction one_moment(token.database);
     token_info info = token.database.info();
     retry_counter retries = token.passwords.retries();
     std::int64_t used = 0;
@@ -137,7 +142,7 @@ void _info(const std::string& name) {
     std::printf("serial number:  %s\n", info.serial_number.c_str());
     std::printf("type:           %d\n", info.type);
     std::printf("label:          %s\n", info.label.c_str());
-    std::printf("state:          %s\n", token.database.plug().attached ? "attached" : "detached");
+    std::printf("state:          %s\n", _state_of(token.directory));
     std::printf("login scope:    %s\n", name_of(info.login));
     std::printf("attempts left:  %d of %d%s\n", retries.left, retries.most,
                 retries.left == 0 ? " (locked)" : "");
@@ -150,16 +155,10 @@ void _info(const std::string& name) {
     std::printf("directory:      %s\n", token.directory.c_str());
 }
 
-void _set_attached(const std::string& name, bool attached) {
-    named_token token(name);
-    transaction changing(token.database, transaction::purpose::write);
-    token.database.set_attached(attached);
-    changing.commit();
-}
-
 // Under a hidden name first, so that the token disappears at once and not file by file.
 void _remove(const std::string& name) {
     std::filesystem::path directory = directory_of(name);
+    pull_out(directory);
     std::filesystem::path hidden = directory;
     hidden.replace_filename("." + name + "." + random_hex(8));
     std::filesystem::rename(directory, hidden);
@@ -168,7 +167,7 @@ void _remove(const std::string& name) {
 
 void _slots(const std::string& name) {
     named_token token(name);
-    transaction reading(token.database, transaction::purpose::read);
+    transaction one_moment(token.database);
     std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
     for (const slot_summary& slot : token.slots.list()) {
         std::printf("%6d %12d  ", slot.id, slot.length);
@@ -193,9 +192,9 @@ void add_token_commands(CLI::App& program) {
     program.add_subcommand("list", "List all tokens")->callback(_list);
     _add_named(program, "info", "Show what a token is and holds", _info);
     _add_named(program, "attach", "Plug a token in",
-               [](const std::string& name) { _set_attached(name, true); });
+               [](const std::string& name) { plug_in(directory_of(name)); });
     _add_named(program, "detach", "Pull a token out",
-               [](const std::string& name) { _set_attached(name, false); });
+               [](const std::string& name) { pull_out(directory_of(name)); });
     _add_named(program, "remove", "Delete a token and everything on it", _remove);
     _add_named(program, "slots", "List a token's data slots", _slots);
 }

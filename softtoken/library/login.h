@@ -3,27 +3,23 @@
 
 #include <unistd.h>
 
-#include <cstdint>
-
-#include "store/token_info.h"
+#include "store/plug.h"
 
 namespace vemra::softtoken {
 
 class login {
 public:
     /* A child made by fork is another process: it is logged out. */
-    bool holds(const plug_state& plug) const {
-        return process_ == getpid() && plug_count_ == plug.count;
-    }
-    void begin(const plug_state& plug) {
+    bool holds(const plug& present) const { return process_ == getpid() && plug_ == present; }
+    void begin(const plug& present) {
         process_ = getpid();
-        plug_count_ = plug.count;
+        plug_ = present;
     }
     void end() { process_ = 0; }
 
 private:
     pid_t process_ = 0;
-    std::int64_t plug_count_ = 0;
+    plug plug_;
 };
 
 }  // namespace vemra::softtoken

@@ -3,11 +3,11 @@
 
 #include <unistd.h>
 
-#include <optional>
 #include <string>
 
 #include "store/key_table.h"
 #include "store/password_table.h"
+#include "store/plug.h"
 #include "store/slot_table.h"
 #include "store/token_database.h"
 #include "store/token_files.h"
@@ -15,16 +15,14 @@
 namespace vemra::softtoken {
 
 struct open_token {
-    explicit open_token(const std::string& path)
-        : file(identify(path)), database(path), info(database.info()) {}
+    open_token(const std::string& directory, const plug& present)
+        : plugged(present), database(database_path(directory)), info(database.info()) {}
 
-    /* True while the same file lies at the path and this process opened it. */
-    bool usable(const std::optional<file_identity>& at_path) const {
-        return process == getpid() && at_path.has_value() && file == at_path;
-    }
+    /* True while the token stays plugged in as it was, in the process that opened it. */
+    bool usable(const plug& present) const { return plugged == present && process == getpid(); }
 
     pid_t process = getpid();
-    std::optional<file_identity> file;
+    plug plugged;
     token_database database;
     token_info info;
     slot_table slots{database.connection()};

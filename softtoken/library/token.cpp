@@ -7,23 +7,15 @@
 
 namespace vemra::softtoken {
 
-namespace {
+token::token(const std::string& directory, std::unique_ptr<open_token> open)
+    : directory_(directory),
+      plug_path_(plug_path(directory)),
+      info_(open->info),
+      open_(std::move(open)) {}
 
-plug_state _require_plugged(open_token& open) {
-    plug_state plug = open.database.plug();
-    if (!plug.attached) throw failure(error_code::removed);
-    return plug;
-}
-
-}  // namespace
-
-token::token(std::string directory, std::unique_ptr<open_token> open)
-    : directory_(std::move(directory)), info_(open->info), open_(std::move(open)) {}
-
-bool token::is_open_in(const std::string& directory) {
+bool token::is_open_in(const std::string& directory, const plug& present) {
     std::lock_guard<std::mutex> lock(mutex_);
-    return directory_ == directory && open_ != nullptr &&
-           open_->usable(identify(database_path(directory)));
+    return directory_ == directory && open_ != nullptr && open_->usable(present);
 }
 
 bool token::lies_beside(const std::string& directory) {
@@ -43,6 +35,7 @@ void token::settle(const std::string& directory, std::unique_ptr<open_token> ope
     std::lock_guard<std::mutex> lock(mutex_);
     close();
     directory_ = directory;
+    plug_path_ = plug_path(directory);
     open_ = std::move(open);
 }
 
@@ -53,30 +46,20 @@ void token::close() {
 }
 
 open_token& token::opened() {
-    std::string path = database_path(directory_);
-    std::optional<file_identity> at_path = identify(path);
-    if (open_ != nullptr && open_->usable(at_path)) return *open_;
+    std::optional<plug> present = find_plug(plug_path_);
+    if (present && open_ != nullptr && open_->usable(*present)) return *open_;
     close();
-    if (!at_path) throw failure(error_code::removed);
-    auto found = std::make_unique<open_token>(path);
+    if (!present) throw failure(error_code::removed);
+    auto found = std::make_unique<open_token>(directory_, *present);
     if (found->info.uid != info_.uid) throw failure(error_code::removed);
     open_ = std::move(found);
     return *open_;
 }
 
-// Runs the look on one consistent state of the plugged-in token.
 template <typename Inspect>
 auto token::look(Inspect inspect) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = opened();
-    transaction reading(open.database, transaction::purpose::read);
-    _require_plugged(open);
-    return inspect(open);
-}
-
-bool token::attached() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return opened().database.plug().attached;
+    return inspect(opened());
 }
 
 void token::require_attached() {
@@ -92,11 +75,7 @@ std::string token::serial_number() {
 }
 
 int token::slot_length(int id) {
-    return look([id](open_token& open) {
-        std::optional<int> length = open.slots.length(id);
-        if (!length) throw failure(error_code::no_such_slot);
-        return *length;
-    });
+    return look([id](open_token& open) { return open.slots.existing_length(id); });
 }
 
 int token::read_slot(int id, unsigned char* buffer, int buffer_size) {
@@ -110,11 +89,10 @@ login& token::login_of(login& device_login) {
 void token::change_slots(login& device_login, const std::function<void(open_token&)>& change) {
     std::lock_guard<std::mutex> lock(mutex_);
     open_token& open = opened();
-    transaction changing(open.database, transaction::purpose::write);
-    plug_state plug = _require_plugged(open);
-    if (info_.login != login_scope::none && !login_of(device_login).holds(plug)) {
+    if (info_.login != login_scope::none && !login_of(device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
     }
+    transaction changing(open.database);
     change(open);
     changing.commit();
 }
@@ -136,11 +114,10 @@ void token::delete_slot(login& device_login, int id) {
 void token::verify_password(login& device_login, const char* password, int& retries) {
     std::lock_guard<std::mutex> lock(mutex_);
     open_token& open = opened();
-    plug_state plug = _require_plugged(open);
     login& state = login_of(device_login);
     state.end();
     check_password(open.database, open.passwords, directory_, password, retries);
-    state.begin(plug);
+    state.begin(open.plugged);
 }
 
 int token::keypair_count() {
@@ -170,6 +147,11 @@ std::string token::certificate_at(std::int64_t keypair, int index) {
 void token::prepare_fork() {
     mutex_.lock();
     close();
+}
+
+void token::close_if_idle() {
+    std::unique_lock<std::mutex> lock(mutex_, std::try_to_lock);
+    if (lock.owns_lock()) close();
 }
 
 }  // namespace vemra::softtoken

@@ -18,23 +18,21 @@ namespace vemra::softtoken {
  */
 class token {
 public:
-    token(std::string directory, std::unique_ptr<open_token> open);
+    token(const std::string& directory, std::unique_ptr<open_token> open);
 
     /* The type never changes, so this needs no look at the token. */
     int known_type() const { return info_.type; }
-    /* True while this process has the database in that directory open as this token. */
-    bool is_open_in(const std::string& directory);
-    /* True while this token lies in another directory of the same root. */
+    /* True while this process has the token in that directory, plugged in as present says, open. */
+    bool is_open_in(const std::string& directory, const plug& present);
+    /* True while this token is plugged in in another directory of the same root. */
     bool lies_beside(const std::string& directory);
     /* The token was found in a directory. */
     void settle(const std::string& directory, std::unique_ptr<open_token> open);
-    /* Whether it is plugged in; throws what makes it unreadable. */
-    bool attached();
 
-    int type();
-    std::string serial_number();
     /* Throws "removed" or returns. */
     void require_attached();
+    int type();
+    std::string serial_number();
 
     int slot_length(int id);
     int read_slot(int id, unsigned char* buffer, int buffer_size);
@@ -50,9 +48,11 @@ public:
     int certificate_count(std::int64_t keypair);
     std::string certificate_at(std::int64_t keypair, int index);
 
-    /* Around fork: waits for the running call, closes the database and keeps the token still. */
+    /* Waits for the running call, closes the database and keeps the token still until the fork. */
     void prepare_fork();
     void finish_fork() { mutex_.unlock(); }
+    /* Closes the database, unless a call is running. */
+    void close_if_idle();
 
 private:
     void close();
@@ -65,6 +65,7 @@ private:
 
     std::mutex mutex_;
     std::string directory_;
+    std::string plug_path_;
     const token_info info_;
     login process_login_;
     std::unique_ptr<open_token> open_;

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <cstdio>
+#include <cstdlib>
 
 #include "store/failure.h"
 
@@ -15,6 +16,7 @@ token_registry& token_registry::instance() {
 
 token_registry::token_registry() {
     pthread_atfork(prepare_fork, finish_fork, finish_fork);
+    std::atexit(close_all);
 }
 
 // A child must find no database open: SQLite keeps lock states in memory that would be wrong there.
@@ -32,6 +34,15 @@ void token_registry::finish_fork() {
     registry.mutex_.unlock();
 }
 
+// A database that is closed in order opens faster next time. Calls may still come afterwards.
+void token_registry::close_all() {
+    token_registry& registry = instance();
+    std::unique_lock<std::mutex> lock(registry.mutex_, std::try_to_lock);
+    if (!lock.owns_lock()) return;
+    for (auto& known : registry.tokens_)
+        known.second->close_if_idle();
+}
+
 VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::string root = root_directory();
@@ -47,31 +58,27 @@ VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
 // The attached token in a directory, or null. What cannot be read is reported once and skipped.
 token* token_registry::find(const std::string& directory) {
     try {
-        token* found = known_in(directory);
-        if (found == nullptr) found = meet(directory);
-        return found != nullptr && found->attached() ? found : nullptr;
+        std::optional<plug> present = find_plug(plug_path(directory));
+        if (present) {
+            auto place = places_.find(directory);
+            bool known = place != places_.end() && place->second->is_open_in(directory, *present);
+            return known ? place->second : meet(directory, *present);
+        }
+        if (identify(database_path(directory))) require_token_database(database_path(directory));
     } catch (const failure& error) {
-        if (error.code() != error_code::removed) report_once(error.what());
-        return nullptr;
+        report_once(error.what());
     }
+    return nullptr;
 }
 
-token* token_registry::known_in(const std::string& directory) {
-    auto place = places_.find(directory);
-    if (place == places_.end() || !place->second->is_open_in(directory)) return nullptr;
-    return place->second;
-}
-
-// Reads which token lies in the directory; null when none does.
-token* token_registry::meet(const std::string& directory) {
-    std::string path = database_path(directory);
-    if (!identify(path)) return nullptr;
-    auto open = std::make_unique<open_token>(path);
+// Opens the token in a directory and makes it known under its identity.
+token* token_registry::meet(const std::string& directory, const plug& present) {
+    auto open = std::make_unique<open_token>(directory, present);
     std::unique_ptr<token>& known = tokens_[open->info.uid];
     if (known == nullptr) {
         known = std::make_unique<token>(directory, std::move(open));
     } else if (known->lies_beside(directory)) {
-        throw failure(error_code::damaged, path + ": a copy of a token beside it");
+        throw failure(error_code::damaged, directory + ": a copy of a token beside it");
     } else {
         known->settle(directory, std::move(open));
     }

@@ -34,10 +34,10 @@ private:
     token_registry();
     static void prepare_fork();
     static void finish_fork();
+    static void close_all();
 
     token* find(const std::string& directory);
-    token* known_in(const std::string& directory);
-    token* meet(const std::string& directory);
+    token* meet(const std::string& directory, const plug& present);
     void report_once(const std::string& reason);
     VEMRA_PKI_DEVICE_LIST_st* list_of(std::vector<token*> tokens);
 

@@ -9,7 +9,7 @@
 
 namespace vemra::softtoken {
 
-/* The caller holds a transaction around each call; a writing one around each change. */
+/* The caller holds a transaction around each change. */
 class key_table {
 public:
     explicit key_table(sqlite_connection& connection) : connection_(connection) {}

@@ -10,7 +10,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "store/durable_files.h"
 #include "store/failure.h"
+#include "store/plug.h"
 #include "store/sqlite_statement.h"
 #include "store/token_files.h"
 
@@ -29,8 +31,6 @@ CREATE TABLE token (
     type INTEGER NOT NULL,
     label TEXT NOT NULL,
     login_scope TEXT NOT NULL,
-    attached INTEGER NOT NULL,
-    plug_count INTEGER NOT NULL,
     capacity INTEGER NOT NULL,
     slot_size INTEGER NOT NULL,
     slots INTEGER NOT NULL,
@@ -58,15 +58,10 @@ CREATE TABLE certificate (
     der BLOB NOT NULL);
 )";
 
-[[noreturn]] void _fail(const std::string& path) {
-    throw failure(error_code::storage_failed, path + ": " + std::strerror(errno));
-}
-
 void _insert_token(sqlite_connection& connection, const new_token& token) {
     const token_info& info = token.info;
-    sqlite_statement statement(connection,
-                               "INSERT INTO token VALUES"
-                               " (1, ?1, ?2, ?3, ?4, ?5, ?6, 1, ?7, ?8, ?9, ?10, ?11)");
+    sqlite_statement statement(
+        connection, "INSERT INTO token VALUES (1, ?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10)");
     std::string uid = random_hex(16);
     sqlite_query(statement)
         .bind_text(1, uid)
@@ -74,12 +69,11 @@ void _insert_token(sqlite_connection& connection, const new_token& token) {
         .bind(3, info.type)
         .bind_text(4, info.label)
         .bind_text(5, name_of(info.login))
-        .bind(6, token.attached ? 1 : 0)
-        .bind(7, info.limits.capacity)
-        .bind(8, info.limits.slot_size)
-        .bind(9, info.limits.slots)
-        .bind(10, info.limits.call_microseconds)
-        .bind(11, info.limits.bytes_per_second)
+        .bind(6, info.limits.capacity)
+        .bind(7, info.limits.slot_size)
+        .bind(8, info.limits.slots)
+        .bind(9, info.limits.call_microseconds)
+        .bind(10, info.limits.bytes_per_second)
         .run();
 }
 
@@ -98,7 +92,7 @@ void _fill_database(const std::string& path, const new_token& token) {
     // The file is there before SQLite sees it, so that it is private from its first moment;
     // SQLite gives its companions the same mode.
     int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0600);
-    if (file < 0) _fail(path);
+    if (file < 0) fail_with_errno(path);
     close(file);
     sqlite_connection connection(path, SQLITE_OPEN_READWRITE);
     connection.execute(
@@ -111,14 +105,6 @@ void _fill_database(const std::string& path, const new_token& token) {
     connection.execute("COMMIT; PRAGMA journal_mode=WAL");
 }
 
-void _sync_directory(const std::string& path) {
-    int directory = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (directory < 0) _fail(path);
-    int result = fsync(directory);
-    close(directory);
-    if (result != 0) _fail(path);
-}
-
 void _make_root(const std::string& root) {
     if (root.empty()) {
         throw failure(error_code::storage_failed,
@@ -127,7 +113,7 @@ void _make_root(const std::string& root) {
     std::error_code error;
     std::filesystem::path parent = std::filesystem::absolute(root).parent_path();
     std::filesystem::create_directories(parent, error);
-    if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) _fail(root);
+    if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) fail_with_errno(root);
 }
 
 }  // namespace
@@ -165,12 +151,13 @@ void create_token(const std::string& root, const std::string& name, const new_to
         throw failure(error_code::bad_argument, "there is a token \"" + name + "\" already");
     }
     std::string draft = root + "/." + name + "." + random_hex(8);
-    if (mkdir(draft.c_str(), 0700) != 0) _fail(draft);
+    if (mkdir(draft.c_str(), 0700) != 0) fail_with_errno(draft);
     try {
         _fill_database(database_path(draft), token);
-        _sync_directory(draft);
-        if (rename(draft.c_str(), place.c_str()) != 0) _fail(place);
-        _sync_directory(root);
+        if (token.attached) plug_in(draft);
+        sync_directory(draft);
+        if (rename(draft.c_str(), place.c_str()) != 0) fail_with_errno(place);
+        sync_directory(root);
     } catch (...) {
         std::error_code ignored;
         std::filesystem::remove_all(draft, ignored);

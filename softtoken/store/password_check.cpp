@@ -9,7 +9,7 @@ namespace {
 
 // The attempts that were left before this one; the lowered counter is on disk when it returns.
 int _take_attempt(token_database& database, password_table& passwords) {
-    transaction changing(database, transaction::purpose::write);
+    transaction changing(database);
     int left = passwords.retries().left;
     if (left <= 0) return 0;
     passwords.set_retries_left(left - 1);
@@ -18,7 +18,7 @@ int _take_attempt(token_database& database, password_table& passwords) {
 }
 
 int _give_back_all(token_database& database, password_table& passwords) {
-    transaction changing(database, transaction::purpose::write);
+    transaction changing(database);
     int most = passwords.retries().most;
     passwords.set_retries_left(most);
     changing.commit();

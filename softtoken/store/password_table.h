@@ -11,7 +11,7 @@ struct retry_counter {
     int most = 0;
 };
 
-/* The caller holds a transaction around each call; a writing one around each change. */
+/* The caller holds a transaction around each change. */
 class password_table {
 public:
     explicit password_table(sqlite_connection& connection) : connection_(connection) {}

@@ -19,13 +19,15 @@ struct slot_summary {
     bool written = false;
 };
 
-/* The caller holds a transaction around each call; a writing one around each change. */
+/* The caller holds a transaction around each change. */
 class slot_table {
 public:
     explicit slot_table(sqlite_connection& connection) : connection_(connection) {}
 
     /* Nothing when there is no such slot. */
     std::optional<int> length(int id);
+    /* Throws no_such_slot. */
+    int existing_length(int id);
     /* Copies the slot into the buffer and returns its length. */
     int read(int id, unsigned char* buffer, int buffer_size);
     /* Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. */
@@ -37,7 +39,6 @@ public:
     std::vector<slot_summary> list();
 
 private:
-    int existing_length(int id);
     void require_room(int id, int size, const token_limits& limits);
 
     sqlite_connection& connection_;

@@ -41,21 +41,8 @@ token_info token_database::info() {
     return info;
 }
 
-plug_state token_database::plug() {
-    sqlite_query query(plug_);
-    if (!query.step()) throw failure(error_code::damaged, connection_.path() + ": no token row");
-    return {query.integer(0) != 0, query.integer(1)};
-}
-
-void token_database::set_attached(bool attached) {
-    sqlite_statement statement(connection_,
-                               "UPDATE token SET plug_count = plug_count + (?1 AND NOT attached),"
-                               " attached = ?1");
-    sqlite_query(statement).bind(1, attached ? 1 : 0).run();
-}
-
-transaction::transaction(token_database& database, purpose why) : database_(database) {
-    sqlite_query(why == purpose::read ? database.begin_read_ : database.begin_write_).run();
+transaction::transaction(token_database& database) : database_(database) {
+    sqlite_query(database.begin_).run();
 }
 
 transaction::~transaction() {

@@ -1,4 +1,4 @@
-/** One open token: its connection, its token row, and transactions over both. */
+/** A token's database: its connection, its token row, and changes to it. */
 #pragma once
 
 #include <string>
@@ -15,9 +15,6 @@ public:
     explicit token_database(const std::string& path);
 
     token_info info();
-    plug_state plug();
-    /* Plugs the token in or pulls it out. */
-    void set_attached(bool attached);
 
     sqlite_connection& connection() { return connection_; }
 
@@ -25,19 +22,18 @@ private:
     friend class transaction;
 
     sqlite_connection connection_;
-    sqlite_statement begin_read_{connection_, "BEGIN"};
-    sqlite_statement begin_write_{connection_, "BEGIN IMMEDIATE"};
+    sqlite_statement begin_{connection_, "BEGIN IMMEDIATE"};
     sqlite_statement commit_{connection_, "COMMIT"};
     sqlite_statement rollback_{connection_, "ROLLBACK"};
-    sqlite_statement plug_{connection_, "SELECT attached, plug_count FROM token"};
 };
 
-/* One consistent look at the token, or one change: all or nothing, durable when commit returns. */
+/*
+ * One change: all or nothing, durable when commit returns. While it lives no other process changes
+ * the token.
+ */
 class transaction {
 public:
-    enum class purpose { read, write };
-
-    transaction(token_database& database, purpose why);
+    explicit transaction(token_database& database);
     /* Undoes whatever was not committed. */
     ~transaction();
     transaction(const transaction&) = delete;

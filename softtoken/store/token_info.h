@@ -31,11 +31,4 @@ struct token_info {
     token_limits limits;
 };
 
-/* Whether the token is plugged in, and how often it has been: a login ends when it is pulled out.
- */
-struct plug_state {
-    bool attached = false;
-    std::int64_t count = 0;
-};
-
 }  // namespace vemra::softtoken

@@ -1,0 +1,55 @@
+#include "store/plug.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+
+#include "store/durable_files.h"
+
+namespace vemra::softtoken {
+
+namespace {
+
+// The file system's own times are too coarse to tell two pluggings in a row apart.
+void _stamp_with_this_moment(int file) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    std::array<timespec, 2> times{now, now};
+    futimens(file, times.data());
+}
+
+}  // namespace
+
+std::string plug_path(const std::string& token_directory) {
+    return token_directory + "/attached";
+}
+
+std::optional<plug> find_plug(const std::string& path_of_plug) {
+    struct stat status {};
+    if (stat(path_of_plug.c_str(), &status) != 0) return std::nullopt;
+    return plug{status.st_dev, status.st_ino, status.st_mtim};
+}
+
+void plug_in(const std::string& token_directory) {
+    std::string path = plug_path(token_directory);
+    if (find_plug(path)) return;
+    std::string draft = path + "." + std::to_string(getpid());
+    int file = open(draft.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+    if (file < 0) fail_with_errno(draft);
+    _stamp_with_this_moment(file);
+    close(file);
+    if (rename(draft.c_str(), path.c_str()) != 0) fail_with_errno(path);
+    sync_directory(token_directory);
+}
+
+void pull_out(const std::string& token_directory) {
+    std::string path = plug_path(token_directory);
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) fail_with_errno(path);
+    sync_directory(token_directory);
+}
+
+}  // namespace vemra::softtoken
