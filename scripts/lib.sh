@@ -6,6 +6,14 @@
 source_dir=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 assume_yes=no
 
+# What the builds and the tests need; for the scripts that source this file.
+# shellcheck disable=SC2034
+test_packages=(cmake ninja-build g++ pkgconf libsqlite3-dev libssl-dev openssl libcli11-dev
+    nlohmann-json3-dev libpng-dev libmagic-dev libgtest-dev librapidcheck-dev libbenchmark-dev)
+# shellcheck disable=SC2034
+all_parts=(-DVEMRA_BUILD_SOFTTOKEN=ON -DVEMRA_BUILD_TOOL=ON -DVEMRA_BUILD_TESTS=ON
+    -DVEMRA_BUILD_BENCH=ON)
+
 say() { printf '%s\n' "$*"; }
 
 die() {
@@ -96,4 +104,12 @@ build() {
     run_quietly "Building build/$preset" \
         cmake --build "$source_dir/build/$preset" --parallel "$(nproc)" "${targets[@]}" ||
         die "the build in build/$preset failed"
+}
+
+# run_tests PRESET [CTEST ARGUMENTS...]: in parallel, with the output of those that fail.
+run_tests() {
+    local preset=$1
+    shift
+    ctest --test-dir "$source_dir/build/$preset" --parallel "$(nproc)" --output-on-failure \
+        --no-tests=error "$@"
 }
