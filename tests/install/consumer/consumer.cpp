@@ -1,5 +1,5 @@
-#include <string>
 #include <vemra_app_stamp.h>
+#include <string>
 
 int main() {
     if (std::string(VemraAppStampGetVersion()) != "1.0.0.0") return 1;
