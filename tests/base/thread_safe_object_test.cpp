@@ -1,17 +1,16 @@
 #include "base/thread_safe_object.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <cerrno>
 #include <system_error>
 #include <thread>
 
+#include "support/lock_watch.h"
+
 using qo::base::scoped_lock;
 
 namespace {
-
-int lock_failure = 0;
 
 class counter : public qo::base::thread_safe_object {
 public:
@@ -27,18 +26,6 @@ public:
 private:
     int value_ = 0;
 };
-
-}  // namespace
-
-extern "C" {
-int __real_pthread_mutex_lock(pthread_mutex_t* mutex);
-int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex);
-int __wrap_pthread_mutex_lock(pthread_mutex_t* mutex) {
-    return lock_failure != 0 ? lock_failure : __real_pthread_mutex_lock(mutex);
-}
-}
-
-namespace {
 
 TEST(thread_safe_object, serialises_the_operations_of_two_threads) {
     counter shared;
@@ -66,18 +53,23 @@ TEST(thread_safe_object, releases_its_lock_at_the_end_of_the_scope) {
     EXPECT_EQ(one.value(), 2);
 }
 
+TEST(thread_safe_object, is_locked_once_by_a_scoped_lock) {
+    counter one;
+    const lock_watch watch(one);
+    one.add();
+    EXPECT_EQ(watch.count(), 1);
+}
+
 TEST(thread_safe_object, failure_to_lock_is_a_system_error) {
     counter one;
-    lock_failure = EINVAL;
-    int code = 0;
+    lock_watch watch(one);
+    watch.fail_with(EINVAL);
     try {
         one.add();
+        FAIL() << "no exception";
     } catch (const std::system_error& error) {
-        code = error.code().value();
+        EXPECT_EQ(error.code(), std::error_code(EINVAL, std::generic_category()));
     }
-    lock_failure = 0;
-    EXPECT_EQ(code, EINVAL);
-    EXPECT_EQ(one.value(), 0);
 }
 
 }  // namespace
