@@ -74,6 +74,10 @@ fault fault::working_but_failing(int code) {
     return {kind::works_but_fails, code, false};
 }
 
+fault fault::claiming_success() {
+    return {kind::claims_success, 17, false};
+}
+
 fault fault::throwing_runtime_error() {
     return {kind::throws_runtime_error, 17, false};
 }

@@ -11,7 +11,7 @@
  * release always release, and never throw; the two error calls answer as ever unless they throw.
  */
 struct fault {
-    enum class kind { fails, works_but_fails, throws_runtime_error, throws_int };
+    enum class kind { fails, works_but_fails, claims_success, throws_runtime_error, throws_int };
 
     kind what = kind::fails;
     int code = 17;
@@ -21,6 +21,8 @@ struct fault {
     static fault failing(int code);
     /** The call does its work, outputs included, and reports a failure all the same. */
     static fault working_but_failing(int code);
+    /** The call does nothing and tells success: a null handle, untouched outputs, no error. */
+    static fault claiming_success();
     /** Throws std::runtime_error with the text "thrown by the device library". */
     static fault throwing_runtime_error();
     /** Throws the int 17. */
