@@ -54,10 +54,10 @@ std::string _prompt(const std::string& text) {
                               "no terminal to ask for the password on: give a --password-file or "
                               "--password-fd option");
     }
-    dprintf(terminal, "%s: ", text.c_str());
     std::string line;
     {
         silent_terminal silent(terminal);
+        dprintf(terminal, "%s: ", text.c_str());
         line = _read_line(terminal, "the terminal");
     }
     dprintf(terminal, "\n");

@@ -1,0 +1,223 @@
+#include <cstdlib>
+#include <filesystem>
+
+#include "store/certificate.h"
+#include "store/token_database.h"
+#include "token_fixture.h"
+
+using namespace softtoken_test;
+
+class softtoken_admin : public token_test {
+protected:
+    static program_result create(const std::string& arguments) {
+        return run_tool("create " + arguments + " --password-cost 1 --password-fd 0", password);
+    }
+};
+
+TEST_F(softtoken_admin, created_token_is_attached_and_usable) {
+    program_result result = create("one --serial SN-1 --type 3");
+    ASSERT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(result.output, "one: serial number SN-1, type 3, attached\n");
+    device_owner device = device_at();
+    EXPECT_EQ(serial_number_of(device.get()), "SN-1");
+    EXPECT_EQ(VemraPKICryptoGetType(device.get()), 3);
+    EXPECT_EQ(log_in(device.get()), 1);
+}
+
+TEST_F(softtoken_admin, serial_numbers_are_random_by_default) {
+    ASSERT_EQ(create("one").status, 0);
+    ASSERT_EQ(create("two").status, 0);
+    EXPECT_NE(serial_number_of(device_at(0).get()), serial_number_of(device_at(1).get()));
+}
+
+TEST_F(softtoken_admin, password_hash_is_costly_by_default) {
+    ASSERT_EQ(run_tool("create one --password-fd 0", password).status, 0);
+    vemra::softtoken::token_database database(directory("one") + "/token.db");
+    vemra::softtoken::sqlite_statement cost(database.connection(), "SELECT cost FROM password");
+    vemra::softtoken::sqlite_query query(cost);
+    ASSERT_TRUE(query.step());
+    EXPECT_EQ(query.small(0), 15);
+}
+
+TEST_F(softtoken_admin, same_serial_number_and_type_are_refused) {
+    ASSERT_EQ(create("one --serial SN-1 --type 3").status, 0);
+    program_result result = create("two --serial SN-1 --type 3");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("has this serial number and type already"), std::string::npos);
+    EXPECT_EQ(create("two --serial SN-1 --type 4").status, 0);
+}
+
+TEST_F(softtoken_admin, empty_password_is_refused) {
+    program_result result = run_tool("create one --password-fd 0", "");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.output.find("is empty"), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(directory("one")));
+}
+
+TEST_F(softtoken_admin, password_may_come_from_a_file) {
+    write_file(root() + "/password", std::string(password) + "\nnext line\n");
+    program_result result =
+        run_tool("create one --password-cost 1 --password-file " + root() + "/password");
+    ASSERT_EQ(result.status, 0) << result.output;
+    EXPECT_EQ(log_in(device_at().get()), 1);
+}
+
+TEST_F(softtoken_admin, missing_password_file_is_named) {
+    program_result result = run_tool("create one --password-file /no/such/file");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("/no/such/file: No such file"), std::string::npos);
+}
+
+TEST_F(softtoken_admin, without_a_terminal_a_password_option_is_asked_for) {
+    program_result result = run("setsid -w " SOFTTOKEN_TOOL " create one < /dev/null");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.output.find("--password-file"), std::string::npos) << result.output;
+}
+
+TEST_F(softtoken_admin, list_shows_every_token_and_its_state) {
+    create("one --serial SN-1 --type 3 --label Company");
+    create("two --serial SN-2 --detached");
+    EXPECT_EQ(run_tool("list").output,
+              "TOKEN                SERIAL NUMBER          TYPE  STATE     LABEL\n"
+              "one                  SN-1                      3  attached  Company\n"
+              "two                  SN-2                      1  detached  two\n");
+}
+
+TEST_F(softtoken_admin, list_reports_what_it_skips) {
+    create("one");
+    std::filesystem::create_directory(root() + "/foreign");
+    write_file(root() + "/foreign/token.db", std::string(200, 'f'));
+    program_result result = run_tool("list");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(result.output.find("token skipped: "), std::string::npos);
+}
+
+TEST_F(softtoken_admin, info_shows_the_token) {
+    create("one --serial SN-1 --type 3 --login handle --retries 5 --capacity 1MiB --slots 6");
+    program_result result = run_tool("info one");
+    EXPECT_EQ(result.output,
+              "serial number:  SN-1\n"
+              "type:           3\n"
+              "label:          one\n"
+              "state:          attached\n"
+              "login scope:    handle\n"
+              "attempts left:  5 of 5\n"
+              "slots:          0 of 6\n"
+              "bytes:          0 of 1048576, at most 67108864 a slot\n"
+              "key pairs:      0\n"
+              "directory:      " +
+                  directory("one") + "\n");
+}
+
+TEST_F(softtoken_admin, detach_and_attach_unplug_and_plug) {
+    create("one");
+    ASSERT_EQ(attached_count(), 1);
+    EXPECT_EQ(run_tool("detach one").status, 0);
+    EXPECT_EQ(attached_count(), 0);
+    EXPECT_EQ(run_tool("attach one").status, 0);
+    EXPECT_EQ(attached_count(), 1);
+}
+
+TEST_F(softtoken_admin, missing_token_is_named_with_what_to_do) {
+    for (const char* command : {"info", "attach", "detach", "remove", "slots", "unlock"}) {
+        program_result result = run_tool(std::string(command) + " nowhere");
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.output, "vemra-softtoken: no token \"nowhere\" in " + root() +
+                                     ": see \"vemra-softtoken list\"\n");
+    }
+}
+
+TEST_F(softtoken_admin, removed_token_is_gone_whole) {
+    create("one");
+    device_owner device = device_at();
+    EXPECT_EQ(run_tool("remove one").status, 0);
+    EXPECT_TRUE(std::filesystem::is_empty(root()));
+    EXPECT_EQ(serial_number_of(device.get()), "failed: -104");
+}
+
+TEST_F(softtoken_admin, slots_are_listed_raw) {
+    create("one");
+    device_owner device = device_at();
+    log_in(device.get());
+    fill_slot(device.get(), 8127, "mapping");
+    create_slot(device.get(), 8130, 70000);
+    EXPECT_EQ(run_tool("slots one").output,
+              "  SLOT        BYTES  ATTRIBUTES STATE\n"
+              "  8127            7  04010307   written\n"
+              "  8130        70000  04010307   created\n");
+}
+
+TEST_F(softtoken_admin, changed_password_replaces_the_old_one) {
+    create("one");
+    for (const char* command : {"change-password", "passwd"}) {
+        write_file(root() + "/old", password);
+        write_file(root() + "/new", "second");
+        std::string arguments = std::string(command) + " one --password-file " + root() +
+                                "/old --new-password-file " + root() + "/new";
+        ASSERT_EQ(run_tool(arguments).status, 0);
+        EXPECT_EQ(log_in(device_at().get()), wrong_password);
+        EXPECT_EQ(log_in(device_at().get(), "second"), 1);
+        run_tool("change-password one --password-file " + root() + "/new --new-password-file " +
+                 root() + "/old");
+    }
+}
+
+TEST_F(softtoken_admin, wrong_old_password_takes_a_retry_and_changes_nothing) {
+    create("one --retries 2");
+    write_file(root() + "/new", "second");
+    std::string arguments = "passwd one --password-fd 0 --new-password-file " + root() + "/new";
+    program_result result = run_tool(arguments, "wrong");
+    EXPECT_EQ(result.status, 3);
+    EXPECT_EQ(result.output, "vemra-softtoken: wrong password, attempts left: 1\n");
+    EXPECT_EQ(run_tool(arguments, "wrong").status, 3);
+    result = run_tool(arguments, password);
+    EXPECT_EQ(result.status, 3);
+    EXPECT_NE(result.output.find("vemra-softtoken unlock one"), std::string::npos);
+}
+
+TEST_F(softtoken_admin, unlocked_token_takes_its_password_again) {
+    create("one --retries 1");
+    device_owner device = device_at();
+    ASSERT_EQ(log_in(device.get(), "wrong"), wrong_password);
+    ASSERT_EQ(log_in(device.get()), locked);
+    EXPECT_EQ(run_tool("unlock one").status, 0);
+    EXPECT_EQ(log_in(device.get()), 1);
+}
+
+TEST_F(softtoken_admin, generated_certificate_is_on_the_token) {
+    create("one");
+    program_result result = run_tool("generate-cert one --cn 'Example Company'");
+    EXPECT_EQ(result.output, "one: CN=Example Company\n");
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 1);
+}
+
+TEST_F(softtoken_admin, imported_certificate_may_be_der_or_pem) {
+    create("one");
+    std::string der = vemra::softtoken::make_certificate("Imported", 30).der;
+    write_file(root() + "/der", der);
+    write_file(root() + "/pem", vemra::softtoken::certificate_to_pem(der));
+    EXPECT_EQ(run_tool("import-cert one " + root() + "/der").output, "one: CN=Imported\n");
+    EXPECT_EQ(run_tool("import-cert one " + root() + "/pem").status, 0);
+    device_owner device = device_at();
+    ASSERT_EQ(VemraPKICryptoGetKeypairCount(device.get()), 1);
+    auto* keypair = VemraPKICryptoGetKeypair(device.get(), 0);
+    EXPECT_EQ(VemraPKICryptoGetCertificateCount(keypair), 2);
+    VemraPKICryptoFreeKeypair(keypair);
+}
+
+TEST_F(softtoken_admin, file_without_a_certificate_is_refused) {
+    create("one");
+    write_file(root() + "/text", "no certificate");
+    program_result result = run_tool("import-cert one " + root() + "/text");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("holds no X.509 certificate"), std::string::npos);
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 0);
+}
+
+TEST_F(softtoken_admin, wrong_usage_ends_with_status_2) {
+    EXPECT_EQ(run_tool("").status, 2);
+    EXPECT_EQ(run_tool("fly").status, 2);
+    EXPECT_EQ(run_tool("create one --type -2").status, 2);
+    EXPECT_EQ(run_tool("create one --login never").status, 2);
+    EXPECT_EQ(run_tool("--help").status, 0);
+}

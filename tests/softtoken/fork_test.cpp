@@ -1,0 +1,71 @@
+#include <unistd.h>
+
+#include <atomic>
+#include <thread>
+
+#include "token_fixture.h"
+
+using namespace softtoken_test;
+
+class softtoken_fork : public token_test {
+protected:
+    softtoken_fork() {
+        make_token("one");
+        device_ = device_at();
+        log_in(device());
+        fill_slot(device(), 8130, "bytes");
+    }
+    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
+
+private:
+    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
+};
+
+TEST_F(softtoken_fork, child_reads_through_the_parents_handle) {
+    EXPECT_TRUE(in_child([&] { return slot_bytes(device(), 8130) == "bytes"; }));
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+}
+
+TEST_F(softtoken_fork, child_is_logged_out_and_the_parent_is_not) {
+    EXPECT_TRUE(in_child([&] { return write_slot(device(), 8130, "child") == not_logged_in; }));
+    EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
+}
+
+TEST_F(softtoken_fork, child_writes_after_logging_in) {
+    EXPECT_TRUE(in_child(
+        [&] { return log_in(device()) == 1 && write_slot(device(), 8130, "child") == 1; }));
+    EXPECT_EQ(slot_bytes(device(), 8130), "child");
+}
+
+TEST_F(softtoken_fork, parent_and_child_write_in_turns) {
+    for (int round = 0; round < 5; ++round) {
+        std::string number = std::to_string(round);
+        ASSERT_TRUE(in_child([&] {
+            return log_in(device()) == 1 && write_slot(device(), 8130, "chil" + number) == 1;
+        }));
+        ASSERT_EQ(slot_bytes(device(), 8130), "chil" + number);
+        ASSERT_EQ(write_slot(device(), 8130, "pare" + number), 1);
+    }
+}
+
+TEST_F(softtoken_fork, child_that_only_frees_does_not_disturb_the_parent) {
+    EXPECT_TRUE(
+        in_child([&] { return VemraPKICryptoFreeDevice(VemraPKICryptoDupDevice(device())) == 1; }));
+    EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
+}
+
+// Forking waits for the running calls of other threads, so that the child finds no lock held.
+TEST_F(softtoken_fork, child_of_a_process_with_busy_threads_works) {
+    std::atomic<bool> stop{false};
+    std::thread busy([&] {
+        while (!stop)
+            write_slot(device(), 8130, "other");
+    });
+    bool all_worked = true;
+    for (int round = 0; round < 10; ++round) {
+        all_worked &= in_child([&] { return slot_bytes(device(), 8130).size() == 5; });
+    }
+    stop = true;
+    busy.join();
+    EXPECT_TRUE(all_worked);
+}

@@ -1,0 +1,79 @@
+#include <pty.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "token_fixture.h"
+
+using namespace softtoken_test;
+
+namespace {
+
+// The admin tool on a terminal of its own.
+class terminal {
+public:
+    explicit terminal(const std::string& arguments) {
+        child_ = forkpty(&master_, nullptr, nullptr, nullptr);
+        if (child_ != 0) return;
+        std::string command = "exec " SOFTTOKEN_TOOL " " + arguments;
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    ~terminal() { close(master_); }
+    terminal(const terminal&) = delete;
+    terminal& operator=(const terminal&) = delete;
+
+    // Types the line once the text has appeared; false when the program ended without it.
+    bool type_after(const std::string& text, const std::string& line) {
+        while (shown_.find(text) == std::string::npos) {
+            if (!read_more()) return false;
+        }
+        std::string typed = line + "\n";
+        return write(master_, typed.data(), typed.size()) == static_cast<ssize_t>(typed.size());
+    }
+
+    int exit_status() {
+        while (read_more()) {
+        }
+        int status = 0;
+        waitpid(child_, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    const std::string& shown() const { return shown_; }
+
+private:
+    bool read_more() {
+        std::array<char, 256> part{};
+        ssize_t got = read(master_, part.data(), part.size());
+        if (got > 0) shown_.append(part.data(), static_cast<std::size_t>(got));
+        return got > 0;
+    }
+
+    int master_ = -1;
+    pid_t child_ = 0;
+    std::string shown_;
+};
+
+}  // namespace
+
+class softtoken_prompt : public token_test {};
+
+// The terminal stops showing input before the prompt appears, so nothing typed is ever shown.
+TEST_F(softtoken_prompt, typed_password_is_set_and_not_shown) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.type_after("password of the new token: ", "typed secret"));
+    ASSERT_TRUE(screen.type_after("password of the new token, again: ", "typed secret"));
+    EXPECT_EQ(screen.exit_status(), 0);
+    EXPECT_EQ(screen.shown().find("secret"), std::string::npos) << screen.shown();
+    EXPECT_EQ(log_in(device_at().get(), "typed secret"), 1);
+}
+
+TEST_F(softtoken_prompt, differing_entries_change_nothing) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.type_after("password of the new token: ", "typed secret"));
+    ASSERT_TRUE(screen.type_after("password of the new token, again: ", "other secret"));
+    EXPECT_EQ(screen.exit_status(), 2);
+    EXPECT_NE(screen.shown().find("the two entries differ"), std::string::npos);
+    EXPECT_EQ(attached_count(), 0);
+}
