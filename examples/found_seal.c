@@ -7,7 +7,7 @@
 enum { shortest_uuid_start = 8 };
 
 static void write_uuid_text(struct found_seal* seal) {
-    unsigned int i = 0;
+    size_t i = 0;
     char* text = seal->uuid_text;
     for (; i < seal->uuid_size && 2 * i + 2 < uuid_text_size; ++i) {
         snprintf(text + 2 * i, 3, "%02x", seal->uuid[i]);
