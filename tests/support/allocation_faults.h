@@ -6,8 +6,8 @@
  * serve the shared libraries in it too. A block must be released with the form, single or array,
  * that allocated it: the other one ends the program with a message.
  *
- * Faults are meant for the thread that asks for them. What the fake device library allocates is
- * neither counted nor failed.
+ * Faults are meant for the thread that asks for them. What the fake device library allocates,
+ * for its callers and for its script, is neither counted nor failed.
  */
 namespace allocation_faults {
 

@@ -9,6 +9,7 @@ namespace {
 
 /** The state, locked, for one operation of the script. */
 struct script_scope {
+    allocation_exemption exemption;
     std::lock_guard<std::mutex> lock{the_state().mutex};
     fake_state& state = the_state();
 };
@@ -106,18 +107,18 @@ fake_device_library::fake_device_library() {
 
 void fake_device_library::add_device(const std::string& serial, int type,
                                      const std::string& label) {
+    const script_scope scope;
     auto device = std::make_shared<fake_device>();
     device->serial = serial;
     device->type = type;
     device->label = label.empty() ? serial : label;
-    const script_scope scope;
     scope.state.devices.push_back(std::move(device));
 }
 
 void fake_device_library::add_null_device() {
+    const script_scope scope;
     auto device = std::make_shared<fake_device>();
     device->is_null = true;
-    const script_scope scope;
     scope.state.devices.push_back(std::move(device));
 }
 

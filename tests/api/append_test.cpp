@@ -1,0 +1,284 @@
+#include <utility>
+
+#include "api/api_test.h"
+
+namespace {
+
+const char* const password = "12345678";
+
+class append : public api_test {
+protected:
+    int append_stamp(const char* with_password = password) {
+        return VemraAppStampAppendStamp("SN-1", 4, 3, with_password, &record);
+    }
+    int append_quietly(const char* with_password = password) {
+        const stdout_capture unseen;
+        return append_stamp(with_password);
+    }
+
+    static expected_trace inputs(const std::string& with_password = password) {
+        expected_trace lines("VemraAppStampAppendStamp");
+        lines.verbose("Input `device_sn`       : SN-1");
+        lines.verbose("Input `device_sn_length`: 4");
+        lines.verbose("Input `device_type`     : 3");
+        lines.verbose("Input `password`        : " + with_password);
+        lines.verbose("Input `stamp`           : PTR");
+        return lines;
+    }
+
+    static int last_status() {
+        const stdout_capture unseen;
+        return VemraAppStampGetLastError();
+    }
+
+    std::string name = "Seal";
+    std::string data = "hello";
+    VEMRA_APP_STAMP_RECORD record = image_record(name, data);
+    int status = -99;
+};
+
+TEST_F(append, to_an_empty_device_is_traced_whole_and_silent_about_the_missing_mapping) {
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(trace([this] { status = append_stamp(); }), text_lines(inputs()));
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(last_status(), 1);
+}
+
+TEST_F(append, writes_the_bytes_first_and_the_mapping_second) {
+    fake.add_device("SN-1", 3);
+    append_quietly();
+    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
+                                           .enumerate()
+                                           .serial()
+                                           .type()
+                                           .verify(password)
+                                           .length(8127)
+                                           .set_new(8130, "hello")
+                                           .set_new(8127, mapping_record("Seal&8130"))
+                                           .free_device()));
+    EXPECT_EQ(fake.slot(8130), "hello");
+    EXPECT_EQ(fake.slot(8127), std::string("\x0e\0\0\0\x01Seal&8130", 14));
+    EXPECT_EQ(fake.live_handles_and_buffers(), 0);
+}
+
+TEST_F(append, to_a_device_with_stamps_rewrites_the_mapping_anew) {
+    add_device_with("A&8130");
+    append_quietly();
+    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
+                                           .enumerate()
+                                           .serial()
+                                           .type()
+                                           .verify(password)
+                                           .get(8127, 11)
+                                           .set_new(8131, "hello")
+                                           .set_anew(8127, 11, mapping_record("A&8130||Seal&8131"))
+                                           .free_device()));
+    EXPECT_EQ(fake.slot(8131), "hello");
+}
+
+TEST_F(append, over_an_unlisted_slot_of_the_same_length_writes_in_place) {
+    fake.add_device("SN-1", 3);
+    fake.fill_slot(8130, "stray");
+    append_quietly();
+    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
+                                           .enumerate()
+                                           .serial()
+                                           .type()
+                                           .verify(password)
+                                           .length(8127)
+                                           .set_in_place(8130, "hello")
+                                           .set_new(8127, mapping_record("Seal&8130"))
+                                           .free_device()));
+}
+
+TEST_F(append, over_an_unlisted_slot_of_another_length_deletes_and_creates_it) {
+    fake.add_device("SN-1", 3);
+    fake.fill_slot(8130, "stray bytes");
+    append_quietly();
+    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
+                                           .enumerate()
+                                           .serial()
+                                           .type()
+                                           .verify(password)
+                                           .length(8127)
+                                           .set_anew(8130, 11, "hello")
+                                           .set_new(8127, mapping_record("Seal&8130"))
+                                           .free_device()));
+    EXPECT_EQ(fake.slot(8130), "hello");
+}
+
+TEST_F(append, over_an_empty_slot_creates_it_again) {
+    fake.add_device("SN-1", 3);
+    fake.fill_slot(8130, "");
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot(8130), "hello");
+}
+
+TEST_F(append, stores_bytes_as_they_are) {
+    fake.add_device("SN-1", 3);
+    data = std::string("\0VemraSeal\xff", 11);
+    record = image_record(name, data);
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot(8130), data);
+}
+
+TEST_F(append, stores_several_mebibytes) {
+    fake.add_device("SN-1", 3);
+    data.assign(3u << 20, '\x5a');
+    record = image_record(name, data);
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot(8130), data);
+}
+
+TEST_F(append, takes_exactly_the_length_of_a_name_without_terminator) {
+    fake.add_device("SN-1", 3);
+    char unterminated[] = {'a', 'b', 'c'};
+    record.name = unterminated;
+    record.name_length = 2;
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot(8127), mapping_record("ab&8130"));
+}
+
+TEST_F(append, hands_the_length_on_as_a_signed_32_bit_count) {
+    fake.add_device("SN-1", 3);
+    record.data_length = (1ULL << 32) + 5;
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot(8130), "hello");
+    record.data_length = 1ULL << 31;
+    EXPECT_EQ(append_quietly(), 0);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoCreateData(SN-1, 8131").front(),
+              "VemraPKICryptoCreateData(SN-1, 8131, 04 01 03 07, -2147483648)");
+}
+
+TEST_F(append, without_password_verifies_none_and_writes) {
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(trace([this] { status = append_stamp(nullptr); }), text_lines(inputs("(null)")));
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoVerifyPwd").size(), 0u);
+}
+
+TEST_F(append, with_a_wrong_password_is_logged_with_the_retries_and_still_writes) {
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(trace([this] { status = append_stamp("wrong"); }),
+              text_lines(inputs("wrong").error(
+                  "Unable to verify password, because: wrong password(16, you can retry 4 more "
+                  "times.")));
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(fake.slot(8130), "hello");
+    EXPECT_EQ(fake.retries("SN-1"), 4);
+    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
+                                           .enumerate()
+                                           .serial()
+                                           .type()
+                                           .verify("wrong")
+                                           .message(16)
+                                           .length(8127)
+                                           .set_new(8130, "hello")
+                                           .set_new(8127, mapping_record("Seal&8130"))
+                                           .free_device()));
+}
+
+TEST_F(append, retries_are_as_the_device_left_them) {
+    fake.add_device("SN-1", 3);
+    fake.set_password("SN-1", "right", 1);
+    EXPECT_EQ(trace([this] { append_stamp("wrong"); })[6],
+              " [ERROR]    [VemraAppStampAppendStamp] Unable to verify password, because: wrong "
+              "password(16, you can retry 0 more times. (src/core/VEMRA_APP_STAMP.cpp:N)");
+    // A locked device leaves the count that the call began with.
+    EXPECT_EQ(trace([this] { append_stamp("right"); })[6],
+              " [ERROR]    [VemraAppStampAppendStamp] Unable to verify password, because: "
+              "locked(18, you can retry 0 more times. (src/core/VEMRA_APP_STAMP.cpp:N)");
+}
+
+TEST_F(append, with_a_wrong_password_fails_only_where_the_device_refuses) {
+    fake.add_device("SN-1", 3);
+    fake.require_login("SN-1");
+    const text_lines lines = trace([this] { status = append_stamp("wrong"); });
+    EXPECT_EQ(status, 0);
+    // The put-back of the empty slot is refused like the write, and its answer is the one told.
+    EXPECT_EQ(lines.at(7),
+              " [ERROR]    [VemraAppStampAppendStamp] Unable to append a new stamp, "
+              "because: " +
+                  failure_text("not logged in(15", 200) + ". (src/core/VEMRA_APP_STAMP.cpp:N)");
+    EXPECT_EQ(fake.slot(8130), std::nullopt);
+    EXPECT_EQ(append_quietly(), 1);
+}
+
+TEST_F(append, of_the_reserved_type_is_minus_4_after_search_and_password_without_a_line) {
+    fake.add_device("SN-1", 3);
+    record.type = 0;
+    EXPECT_EQ(trace([this] { status = append_stamp(); }), text_lines(inputs()));
+    EXPECT_EQ(status, -4);
+    EXPECT_EQ(last_status(), -4);
+    EXPECT_EQ(
+        fake.calls(),
+        text_lines(expected_calls().enumerate().serial().type().verify(password).free_device()));
+}
+
+TEST_F(append, gives_no_uuid_until_the_next_listing) {
+    add_device_with("A&8130");
+    uuid_of(0);
+    append_quietly();
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoNewHash").size(), 1u);
+    EXPECT_EQ(listed_names(), (text_lines{"A", "Seal"}));
+}
+
+TEST_F(append, leaves_nothing_allocated) {
+    fake.add_device("SN-1", 3);
+    const stdout_capture unseen;
+    const long before = allocation_faults::live_blocks();
+    append_stamp();
+    const long after = allocation_faults::live_blocks();
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(append, a_short_serial_length_matches_only_that_prefix_as_a_whole_serial) {
+    fake.add_device("SN-12", 3);
+    fake.add_device("SN-1", 3);
+    const stdout_capture unseen;
+    EXPECT_EQ(VemraAppStampAppendStamp("SN-12", 4, 3, nullptr, &record), 1);
+    EXPECT_EQ(fake.slot("SN-12", 8130), std::nullopt);
+    EXPECT_EQ(fake.slot("SN-1", 8130), "hello");
+}
+
+TEST_F(append, takes_the_first_of_two_devices_that_match_and_asks_no_further) {
+    fake.add_device("SN-1", 3, "first");
+    fake.add_device("SN-1", 3, "second");
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.slot("first", 8130), "hello");
+    EXPECT_EQ(fake.slot("second", 8130), std::nullopt);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetSerialNumber"),
+              text_lines{"VemraPKICryptoGetSerialNumber(first, null)"});
+}
+
+TEST_F(append, reads_the_type_only_of_devices_with_the_serial) {
+    fake.add_device("SN-0", 3);
+    fake.add_device("SN-1", 4, "other type");
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetType"),
+              (text_lines{"VemraPKICryptoGetType(other type)", "VemraPKICryptoGetType(SN-1)"}));
+    EXPECT_EQ(fake.slot("SN-1", 8130), "hello");
+}
+
+TEST_F(append, skips_a_null_device_with_its_line) {
+    fake.add_null_device();
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(trace([this] { status = append_stamp(); }),
+              text_lines(inputs().error("Bad device pointer.")));
+    EXPECT_EQ(status, 1);
+}
+
+TEST_F(append, of_a_name_with_a_separator_vanishes_from_the_list) {
+    add_device_with("A&8130");
+    for (const char* bad : {"x||y", "x&y"}) {
+        name = bad;
+        record = image_record(name, data);
+        EXPECT_EQ(append_quietly(), 1);
+        EXPECT_EQ(listed_names().front(), "A");
+        for (const std::string& listed : listed_names())
+            EXPECT_NE(listed, bad);
+    }
+}
+
+}  // namespace
