@@ -1,0 +1,23 @@
+#ifndef BENCH_OPERATIONS_H
+#define BENCH_OPERATIONS_H
+
+#include <functional>
+#include <vector>
+
+#include "program.h"
+
+namespace bench {
+
+/** What is measured: an operation on stamps of one size. */
+struct operation {
+    const char* name;
+    /** Does it `count` times; tells the microseconds that one time took. */
+    std::function<double(program&, int count)> run;
+};
+
+/** All of them. Each leaves five stamps on the first device, as it found them. */
+std::vector<operation> operations_on_stamps_of(std::size_t size);
+
+}  // namespace bench
+
+#endif

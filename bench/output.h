@@ -1,0 +1,20 @@
+#ifndef BENCH_OUTPUT_H
+#define BENCH_OUTPUT_H
+
+#include <cstdio>
+#include <string>
+
+namespace bench {
+
+/**
+ * Sends standard output to /dev/null from now on, where a trace costs the least; returns the one
+ * that the program was given, for its results.
+ */
+std::FILE* hide_trace();
+
+/** "4 KiB", "16 MiB". */
+std::string size_text(std::size_t size);
+
+}  // namespace bench
+
+#endif

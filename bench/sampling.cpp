@@ -1,0 +1,49 @@
+#include "sampling.h"
+
+#include <algorithm>
+
+namespace bench {
+
+namespace {
+
+constexpr double shortest_sample = 300;
+constexpr int most_at_once = 1000;
+
+// How often to do it so that the clock and a stray interruption matter little.
+int _times_in_a_sample(const timed_run& run) {
+    run(1);
+    const double once = std::min(run(1), run(1));
+    return std::clamp(static_cast<int>(shortest_sample / std::max(once, 0.01)), 1, most_at_once);
+}
+
+}  // namespace
+
+double now() {
+    return std::chrono::duration<double, std::micro>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
+
+std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_run& floor,
+                                        double seconds, std::size_t least_pairs) {
+    const int times = std::max(_times_in_a_sample(library), _times_in_a_sample(floor));
+    std::vector<sample_pair> pairs;
+    const double end = now() + seconds * 1e6;
+    while (pairs.size() < least_pairs || now() < end) {
+        sample_pair pair{};
+        const bool library_first = pairs.size() % 2 == 0;
+        if (library_first) pair.library = library(times);
+        pair.floor = floor(times);
+        if (!library_first) pair.library = library(times);
+        pairs.push_back(pair);
+    }
+    return pairs;
+}
+
+}  // namespace bench

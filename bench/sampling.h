@@ -1,0 +1,33 @@
+#ifndef BENCH_SAMPLING_H
+#define BENCH_SAMPLING_H
+
+#include <chrono>
+#include <functional>
+#include <vector>
+
+namespace bench {
+
+/** Microseconds since some moment. */
+double now();
+
+double median(std::vector<double> values);
+
+/** One sample of each of two programs, taken one right after the other. Microseconds. */
+struct sample_pair {
+    double library;
+    double floor;
+};
+
+/** Does something `count` times and tells the microseconds that one time took. */
+using timed_run = std::function<double(int count)>;
+
+/**
+ * Takes samples of both in turn, each long enough to be timed well, for about `seconds` but at
+ * least `least_pairs` times. Which of the two comes first changes with every pair.
+ */
+std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_run& floor,
+                                        double seconds, std::size_t least_pairs);
+
+}  // namespace bench
+
+#endif
