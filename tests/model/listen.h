@@ -1,0 +1,17 @@
+#ifndef MODEL_LISTEN_H
+#define MODEL_LISTEN_H
+
+#include <functional>
+#include <optional>
+
+#include "model/expected.h"
+#include "support/stream_capture.h"
+
+/** The listener of a random use that wants every line. */
+inline std::optional<text_lines> listen(const std::function<void()>& work) {
+    const stdout_capture captured;
+    work();
+    return captured.normalised();
+}
+
+#endif

@@ -1,0 +1,60 @@
+// Random uses of the library on one to four devices, checked step by step against the model.
+
+#include <gtest/gtest.h>
+#include <rapidcheck.h>
+
+#include "model/listen.h"
+#include "model/random_use.h"
+
+namespace rc {
+
+template <>
+struct Arbitrary<step> {
+    static Gen<step> arbitrary() {
+        // Mostly what changes something: a stamp must be listed before it can be named.
+        const auto kinds = gen::weightedElement<step::kind>({{5, step::list},
+                                                             {4, step::take},
+                                                             {2, step::ask_owner},
+                                                             {5, step::append},
+                                                             {5, step::update},
+                                                             {4, step::remove},
+                                                             {2, step::free_stamp},
+                                                             {2, step::free_set},
+                                                             {1, step::unplug},
+                                                             {3, step::replug}});
+        const auto number = gen::resize(kNominalSize, gen::arbitrary<unsigned char>());
+        return gen::build<step>(gen::set(&step::what, kinds), gen::set(&step::device, number),
+                                gen::set(&step::pick, number), gen::set(&step::text, number),
+                                gen::set(&step::bytes, number));
+    }
+};
+
+}  // namespace rc
+
+namespace {
+
+rc::Gen<std::vector<unsigned char>> _devices() {
+    return rc::gen::mapcat(rc::gen::inRange<std::size_t>(1, 5), [](std::size_t count) {
+        return rc::gen::container<std::vector<unsigned char>>(
+            count, rc::gen::resize(rc::kNominalSize, rc::gen::arbitrary<unsigned char>()));
+    });
+}
+
+std::string _new_serials() {
+    static int uses = 0;
+    return "R" + std::to_string(++uses);
+}
+
+}  // namespace
+
+TEST(random_use, agrees_with_the_model_in_status_lines_slots_and_handles) {
+    const bool holds = rc::check([] {
+        const plan use{*_devices(), *rc::gen::arbitrary<std::vector<step>>()};
+        random_use both(use.devices, _new_serials(), listen);
+        for (const step& one : use.steps) {
+            const std::string difference = both.perform(one);
+            if (!difference.empty()) RC_FAIL(difference + "\n" + to_text(use));
+        }
+    });
+    EXPECT_TRUE(holds);
+}

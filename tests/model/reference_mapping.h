@@ -1,0 +1,30 @@
+#ifndef MODEL_REFERENCE_MAPPING_H
+#define MODEL_REFERENCE_MAPPING_H
+
+#include <map>
+#include <string>
+#include <vector>
+
+/**
+ * A second reader and writer of the record in slot 8127, written for the tests from the record's
+ * format alone, to be compared with the library's.
+ */
+namespace reference_mapping {
+
+using mapping = std::map<unsigned int, std::string>;
+
+struct reading {
+    mapping stamps;
+    /** Entries that are reported and skipped, in order. */
+    std::vector<std::string> bad_entries;
+};
+
+reading read(const std::string& record);
+std::string write(const mapping& stamps);
+
+/** Whether a name comes back as it was written. */
+bool survives(const std::string& name);
+
+}  // namespace reference_mapping
+
+#endif
