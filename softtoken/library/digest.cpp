@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <forward_list>
 
 #include "store/failure.h"
 
@@ -15,6 +16,12 @@ std::atomic<bool> _openssl_is_gone{false};
 
 void _note_the_end() {
     _openssl_is_gone = true;
+}
+
+// Freeing would run code of OpenSSL's that is no more; the process is about to end anyway.
+void _set_aside(EVP_MD_CTX* context) {
+    static auto& kept = *new std::forward_list<EVP_MD_CTX*>;
+    kept.push_front(context);
 }
 
 // The algorithm, fetched once and kept; null when it is not to be had.
@@ -39,7 +46,11 @@ digest::digest() {
 }
 
 digest::~digest() {
-    if (!_openssl_is_gone) EVP_MD_CTX_free(context_);
+    if (_openssl_is_gone) {
+        _set_aside(context_);
+    } else {
+        EVP_MD_CTX_free(context_);
+    }
 }
 
 void digest::require_open() const {
