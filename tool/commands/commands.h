@@ -1,0 +1,36 @@
+/** The commands, one file each. Each function adds one to the program. */
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <memory>
+#include <string>
+
+#include "context.h"
+#include "picture.h"
+
+namespace vemra::tool {
+
+void add_devices(CLI::App& program, context& run);
+void add_list(CLI::App& program, context& run);
+void add_show(CLI::App& program, context& run);
+void add_export(CLI::App& program, context& run);
+void add_append(CLI::App& program, context& run);
+void add_update(CLI::App& program, context& run);
+void add_delete(CLI::App& program, context& run);
+void add_verify_password(CLI::App& program, context& run);
+void add_version(CLI::App& program, context& run);
+void add_completion(CLI::App& program, context& run);
+void add_help(CLI::App& program, context& run);
+
+/* What several commands share. */
+
+/** Adds --device and --device-type. */
+void add_device_options(CLI::App& command, device_options& device);
+
+/** A stamp with what its bytes are, as it stands in --json. */
+json stamp_json(const stamp& one, const picture& seen);
+
+/** Warns of the last call's errors; the command then ends as a partial result. */
+void warn_of_errors(context& run);
+
+}  // namespace vemra::tool

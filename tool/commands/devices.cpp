@@ -1,0 +1,49 @@
+#include "commands/commands.h"
+#include "selector.h"
+#include "slots.h"
+#include "text.h"
+
+namespace vemra::tool {
+
+namespace {
+
+void _describe_device(context& run, const device_id& device,
+                      std::vector<std::vector<std::string>>& rows) {
+    json entry = device_json(device);
+    entry["stamps"] = nullptr;
+    entry["free"] = nullptr;
+    std::vector<std::string> row{printable(device.serial), std::to_string(device.type), "-", "-"};
+    try {
+        const std::size_t held = read_mapping(run.tokens(), device).listed_slots().size();
+        const std::size_t free = static_cast<std::size_t>(stamp_slots) - held;
+        entry["stamps"] = held;
+        entry["free"] = free;
+        row[2] = std::to_string(held);
+        row[3] = std::to_string(free);
+        warn_of_errors(run);
+    } catch (const failure& error) {
+        run.out.warn(describe(device) + ": " + error.what());
+        run.code = exit_code::partial;
+    }
+    rows.push_back(row);
+    run.result["devices"].push_back(entry);
+}
+
+void _devices(context& run) {
+    run.result["devices"] = json::array();
+    std::vector<std::vector<std::string>> rows{{"SERIAL NUMBER", "TYPE", "STAMPS", "FREE"}};
+    for (const device_id& device : run.tokens().devices()) {
+        _describe_device(run, device, rows);
+    }
+    run.out.print(table(rows));
+}
+
+}  // namespace
+
+void add_devices(CLI::App& program, context& run) {
+    program.add_subcommand("devices", "List the attached devices")->callback([&run] {
+        _devices(run);
+    });
+}
+
+}  // namespace vemra::tool

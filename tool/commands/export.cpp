@@ -1,0 +1,114 @@
+#include <filesystem>
+
+#include "commands/commands.h"
+#include "file.h"
+#include "selector.h"
+#include "text.h"
+
+namespace vemra::tool {
+
+namespace {
+
+struct export_options {
+    std::string selector;
+    std::string file;
+    std::string all;
+    bool force = false;
+};
+
+existing _what(const export_options& options) {
+    return options.force ? existing::replace : existing::keep;
+}
+
+json _written(const stamp& one, const std::string& file) {
+    json entry = identity_json(one);
+    entry["bytes"] = one.data.size();
+    entry["file"] = file;
+    return entry;
+}
+
+void _export_one(context& run, const export_options& options) {
+    const std::vector<stamp> stamps = list_for_selection(run);
+    const stamp& one = select_stamp(stamps, options.selector);
+    const bool to_output = options.file.empty() || options.file == "-";
+    if (to_output) {
+        run.out.write(one.data);
+        return;
+    }
+    write_file(options.file, one.data, _what(options));
+    run.result["files"] = json::array({_written(one, options.file)});
+    run.out.note(quoted(one.name) + " is in " + options.file);
+}
+
+// The name as far as a file name can hold it; the uuid keeps equal names apart.
+std::string _file_name(const stamp& one) {
+    std::string name = printable(one.name);
+    for (char& letter : name) {
+        if (letter == '/' || letter == '\\') letter = '_';
+    }
+    if (name.size() > 100) name.resize(100);
+    if (!is_utf8(name) || name.front() == '.') name.insert(0, "stamp");
+    return printable(name) + "-" + to_hex(one.uuid).substr(0, 12) + look_at(one.data).file_suffix();
+}
+
+// A file that holds these bytes already is as good as written.
+bool _holds(const std::string& path, const std::string& bytes) {
+    if (!std::filesystem::is_regular_file(path)) return false;
+    return std::filesystem::file_size(path) == bytes.size() &&
+           read_file(path, bytes.size()) == bytes;
+}
+
+void _export_all(context& run, const export_options& options) {
+    const stamp_list list = run.tokens().stamps();
+    warn_of_errors(run);
+    std::filesystem::create_directories(options.all);
+    run.result["files"] = json::array();
+    for (const stamp& one : list.stamps) {
+        const std::string path = options.all + "/" + _file_name(one);
+        if (_what(options) == existing::keep && std::filesystem::exists(path) &&
+            !_holds(path, one.data)) {
+            run.out.warn(path + " exists and was kept; --force replaces it");
+            run.code = exit_code::partial;
+            continue;
+        }
+        write_file(path, one.data, existing::replace);
+        run.result["files"].push_back(_written(one, path));
+        run.out.print(path + "\n");
+    }
+}
+
+void _require_usable(const context& run, const export_options& options) {
+    if (options.selector.empty() == options.all.empty()) {
+        throw failure(exit_code::usage, "export takes one SELECTOR, or --all DIR");
+    }
+    if (!options.all.empty()) return;
+    const bool to_output = options.file.empty() || options.file == "-";
+    if (to_output && run.out.is_json()) {
+        throw failure(exit_code::usage, "with --json the bytes go to a file: give -o FILE");
+    }
+    if (to_output && run.out.is_terminal()) {
+        throw failure(exit_code::usage, "raw bytes are not for a terminal: give -o FILE");
+    }
+}
+
+}  // namespace
+
+void add_export(CLI::App& program, context& run) {
+    auto options = std::make_shared<export_options>();
+    CLI::App* command = program.add_subcommand("export", "Write a stamp's bytes to a file");
+    command->add_option("SELECTOR", options->selector, "The stamp");
+    command->add_option("-o,--output", options->file, "File to write, or - for standard output")
+        ->type_name("FILE");
+    command->add_option("--all", options->all, "Write all stamps of all devices into a directory")
+        ->type_name("DIR");
+    command->add_flag("--force", options->force, "Replace files that exist");
+    command->callback([&run, options] {
+        _require_usable(run, *options);
+        if (options->all.empty())
+            _export_one(run, *options);
+        else
+            _export_all(run, *options);
+    });
+}
+
+}  // namespace vemra::tool

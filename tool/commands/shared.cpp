@@ -1,0 +1,30 @@
+#include "commands/commands.h"
+#include "digest.h"
+#include "selector.h"
+#include "text.h"
+
+namespace vemra::tool {
+
+void add_device_options(CLI::App& command, device_options& device) {
+    command.add_option("--device", device.serial, "Serial number of the device")->type_name("SN");
+    command.add_option("--device-type", device.type, "Type of the device")
+        ->check(CLI::NonNegativeNumber)
+        ->type_name("N");
+}
+
+json stamp_json(const stamp& one, const picture& seen) {
+    json object = identity_json(one);
+    object["bytes"] = one.data.size();
+    object["sha256"] = sha256(one.data);
+    object["picture"] = to_json(seen);
+    return object;
+}
+
+void warn_of_errors(context& run) {
+    for (const std::string& error : run.tokens().errors()) {
+        run.out.warn(printable(error));
+        run.code = exit_code::partial;
+    }
+}
+
+}  // namespace vemra::tool

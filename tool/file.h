@@ -1,0 +1,29 @@
+/** Files that the tool reads and writes for the user. Failures are exit code 2 or 1. */
+#pragma once
+
+#include <string>
+
+namespace vemra::tool {
+
+constexpr std::size_t most_stamp_bytes = 16 * 1024 * 1024;
+
+/** Reads the stamp's bytes from a file, or from standard input for "-". Not empty, at most 16 MiB.
+ */
+std::string read_stamp_file(const std::string& path);
+
+/** A whole file; throws failure (usage) when it cannot be read or is longer. */
+std::string read_file(const std::string& path, std::size_t most);
+
+enum class existing { keep, replace };
+
+/**
+ * Writes a file whole or not at all: a temporary one beside it, made durable and renamed. Readable
+ * by the user alone when `is_private`. Throws failure (usage) when it exists and is to be kept.
+ */
+void write_file(const std::string& path, const std::string& bytes, existing what,
+                bool is_private = false);
+
+/** Makes a directory that only the user can enter, with its parents. */
+void make_private_directory(const std::string& path);
+
+}  // namespace vemra::tool

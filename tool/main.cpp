@@ -1,0 +1,120 @@
+// vemra-stamp: puts stamps on devices, shows them, and takes care of both.
+
+#include <fcntl.h>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <string>
+#include <string_view>
+
+#include "command_line.h"
+#include "context.h"
+#include "interruption.h"
+#include "text.h"
+#include "trace.h"
+
+namespace vemra::tool {
+
+namespace {
+
+constexpr int output_version = 1;
+
+// No core file and no debugger of another process of the user: passwords pass through here.
+void _harden() {
+    prctl(PR_SET_DUMPABLE, 0);
+    std::signal(SIGPIPE, SIG_IGN);
+    while (true) {
+        const int number = open("/dev/null", O_RDWR | O_CLOEXEC);
+        if (number > STDERR_FILENO) close(number);
+        if (number > STDERR_FILENO || number < 0) return;
+    }
+}
+
+void _apply(context& run, trace& printed) {
+    run.out.set_json(run.options.json);
+    run.out.set_quiet(run.options.quiet);
+    run.out.set_verbose(run.options.verbose);
+    if (run.options.debug == "-")
+        printed.show_on(STDERR_FILENO);
+    else if (!run.options.debug.empty())
+        printed.show_in_file(run.options.debug);
+}
+
+std::string _command_name(const CLI::App& program) {
+    const auto chosen = program.get_subcommands();
+    return chosen.empty() ? "" : chosen.front()->get_name();
+}
+
+json _error_json(const failure& error) {
+    json object{{"message", error.what()}};
+    object.update(error.details());
+    return object;
+}
+
+void _print_json(context& run, const std::string& command, exit_code code, const json& error) {
+    const json object{
+        {"format", "vemra-stamp output"},      {"version", output_version}, {"command", command},
+        {"exit_code", static_cast<int>(code)}, {"result", run.result},      {"error", error},
+        {"warnings", run.out.warnings()}};
+    // Names on a device may be any bytes; what is not UTF-8 is shown as U+FFFD.
+    run.out.write(object.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
+}
+
+exit_code _report(context& run, const CLI::App& program, const failure& error) {
+    run.out.error(error.what());
+    if (run.out.is_json())
+        _print_json(run, _command_name(program), error.code(), _error_json(error));
+    return error.code();
+}
+
+// Parsing runs the command. A usage error is found before the options are applied.
+exit_code _run(CLI::App& program, context& run, int argc, char** argv) {
+    try {
+        program.parse(argc, argv);
+        if (interruption::is_pending()) run.code = exit_code::interrupted;
+        if (run.out.is_json()) _print_json(run, _command_name(program), run.code, nullptr);
+        return run.code;
+    } catch (const CLI::CallForHelp&) {
+        run.out.print(program.help());
+        return exit_code::done;
+    } catch (const CLI::ParseError& error) {
+        for (int i = 1; i < argc; ++i) {
+            if (std::string_view(argv[i]) == "--json") run.out.set_json(true);
+        }
+        return _report(
+            run, program,
+            failure(exit_code::usage, std::string(error.what()) + "\nSee: vemra-stamp help"));
+    } catch (const failure& error) {
+        return _report(run, program, error);
+    } catch (const std::exception& error) {
+        return _report(run, program, failure(exit_code::failed, error.what()));
+    }
+}
+
+int _main(int argc, char** argv) {
+    _harden();
+    trace printed;
+    interruption::start();
+    use_utf8();
+    context run(printed);
+    CLI::App program("Puts electronic seal pictures on crypto devices and shows them.",
+                     "vemra-stamp");
+    build_command_line(program, run);
+    program.parse_complete_callback([&] { _apply(run, printed); });
+    return static_cast<int>(_run(program, run, argc, argv));
+}
+
+}  // namespace
+
+}  // namespace vemra::tool
+
+int main(int argc, char** argv) {
+    try {
+        return vemra::tool::_main(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vemra-stamp: %s\n", error.what());
+        return static_cast<int>(vemra::tool::exit_code::failed);
+    }
+}

@@ -1,0 +1,33 @@
+/** A password in memory: locked there while it lives, overwritten afterwards, never copied. */
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string_view>
+
+namespace vemra::tool {
+
+class secret {
+public:
+    static constexpr std::size_t longest = 1023;
+
+    secret();
+    ~secret();
+    secret(const secret&) = delete;
+    secret& operator=(const secret&) = delete;
+
+    /** False when there is no room left. */
+    bool push_back(char byte);
+    void pop_back();
+    void clear();
+
+    bool empty() const { return length_ == 0; }
+    const char* c_str() const { return text_.data(); }
+    std::string_view view() const { return {text_.data(), length_}; }
+
+private:
+    std::array<char, longest + 1> text_{};
+    std::size_t length_ = 0;
+};
+
+}  // namespace vemra::tool

@@ -1,0 +1,89 @@
+/**
+ * What the tool asks of tokens: stamps through the public interface of the stamp library, the rest
+ * through its device layer. Made by a module of its own, which is loaded when a command needs it,
+ * so that the tool runs without a device library too.
+ */
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vemra::tool {
+
+/** A device's serial number and type. */
+struct device_id {
+    std::string serial;
+    int type = 0;
+
+    bool operator==(const device_id& other) const {
+        return serial == other.serial && type == other.type;
+    }
+    bool operator<(const device_id& other) const {
+        return serial != other.serial ? serial < other.serial : type < other.type;
+    }
+};
+
+/** A stamp as it is listed. The uuid is raw bytes. */
+struct stamp {
+    std::string uuid;
+    std::string name;
+    std::string data;
+    device_id device;
+};
+
+struct stamp_list {
+    /** The status of the enumeration; 1 when the list is usable. */
+    int status = 0;
+    std::vector<stamp> stamps;
+    /** Stamps that were listed but could not be taken out. */
+    unsigned int unreadable = 0;
+};
+
+/** The device's answer to a password. `retries` stays -1 when the device does not tell. */
+struct password_answer {
+    int result = 0;
+    int retries = -1;
+    std::string text;
+};
+
+using stamp_mapping = std::map<unsigned int, std::string>;
+
+constexpr int mapping_slot = 8127;
+constexpr int first_stamp_slot = 8130;
+constexpr int last_stamp_slot = 8134;
+
+/** Failures of the device layer are exceptions; those of the interface are its status codes. */
+class tokens {
+public:
+    virtual ~tokens() = default;
+
+    virtual std::string library_version() const = 0;
+    virtual std::string status_text(int status) const = 0;
+
+    /* The public interface. */
+    virtual stamp_list list_stamps(const std::optional<device_id>& only) = 0;
+    virtual int append(const device_id& device, const char* password, const std::string& name,
+                       const std::string& data) = 0;
+    virtual int update(const std::string& uuid, const char* password, const std::string& name,
+                       const std::string& data) = 0;
+    virtual int remove(const std::string& uuid, const char* password) = 0;
+
+    /* The device layer. A slot that there is not reads as empty. */
+    virtual std::vector<device_id> list_devices() = 0;
+    virtual password_answer verify_password(const device_id& device, const char* password) = 0;
+    virtual std::string read_slot(const device_id& device, int slot) = 0;
+    virtual void write_slot(const device_id& device, int slot, const std::string& bytes) = 0;
+
+    /* The record in the mapping slot, and the test for sealed bytes. */
+    virtual stamp_mapping parse_mapping(const std::string& record) = 0;
+    virtual std::string encode_mapping(const stamp_mapping& mapping) = 0;
+    virtual bool is_sealed(const std::string& bytes) = 0;
+};
+
+/** The module's one exported function, with C linkage: a new object that the caller deletes. */
+using make_tokens_function = tokens*();
+constexpr const char* make_tokens_name = "vemra_stamp_make_tokens";
+
+}  // namespace vemra::tool
