@@ -1,0 +1,86 @@
+// Fails device call 1, then 2, and so on, until a run meets no fault. In every round the shared
+// object and the model do the same on the same devices, and everything that can be seen is
+// compared: status, trace, calls, all slots of all devices, handles, memory. Then the devices work
+// again, and the same operation and two lists must do what the model says of what was left.
+
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <map>
+
+#include "sweep/stage.h"
+
+namespace {
+
+struct kind_of_fault {
+    const char* name;
+    planned_disturbance plan;
+};
+
+std::ostream& operator<<(std::ostream& out, const kind_of_fault& kind) {
+    return out << kind.name;
+}
+
+const kind_of_fault kinds[] = {
+    {"transient", {0, disturbance::refused, 17}},
+    {"lasting", {0, disturbance::refused_for_good, 17}},
+    {"told_absent", {0, disturbance::refused, -7}},
+    {"answer_lost", {0, disturbance::answer_lost, 17}},
+    {"null_or_nothing", {0, disturbance::hollow, 17}},
+};
+
+using sweep_case = std::tuple<scenario, kind_of_fault>;
+
+class device_fault : public ::testing::TestWithParam<sweep_case> {};
+
+std::string _outcome(const seen_call& seen) {
+    return seen.escaped ? "exception" : std::to_string(seen.status);
+}
+
+/** One round; tells whether the fault struck. */
+bool _round(const scenario& one, const planned_disturbance& plan,
+            std::map<std::string, int>& outcomes) {
+    stage on;
+    one.arrange(on);
+    on.disturb(plan);
+    const auto act = [&](stamp_library& library) { return one.act(library, on); };
+    const seen_call seen = on.compare(act);
+    const bool has_struck = on.has_struck();
+    if (has_struck) ++outcomes[_outcome(seen)];
+    on.compare_memory();
+
+    const auto list = [](stamp_library& library) { return library.list(); };
+    on.disturb({});
+    on.compare(list);
+    on.disturb({});
+    on.compare(act);
+    on.disturb({});
+    on.compare(list);
+    on.compare_memory();
+    return has_struck;
+}
+
+TEST_P(device_fault, at_every_call_ends_as_documented) {
+    const auto& [one, kind] = GetParam();
+    std::map<std::string, int> outcomes;
+    planned_disturbance plan = kind.plan;
+    bool has_struck = true;
+    for (plan.nth = 1; has_struck && !HasFailure(); ++plan.nth) {
+        SCOPED_TRACE("call " + std::to_string(plan.nth));
+        has_struck = _round(one, plan, outcomes);
+    }
+    RecordProperty("points", plan.nth - 2);
+    for (const auto& [outcome, count] : outcomes)
+        RecordProperty("outcome " + outcome, count);
+}
+
+std::string _name(const ::testing::TestParamInfo<sweep_case>& info) {
+    return std::get<0>(info.param).name + "_" + std::get<1>(info.param).name;
+}
+
+INSTANTIATE_TEST_SUITE_P(sweep, device_fault,
+                         ::testing::Combine(::testing::ValuesIn(all_scenarios()),
+                                            ::testing::ValuesIn(kinds)),
+                         _name);
+
+}  // namespace

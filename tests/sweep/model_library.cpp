@@ -1,0 +1,322 @@
+#include "sweep/model_library.h"
+
+#include <algorithm>
+#include <set>
+
+#include "sweep/model_object.h"
+
+namespace {
+
+constexpr int mapping_slot = 8127;
+constexpr int first_slot = 8130;
+constexpr int last_slot = 8134;
+
+std::string _shown(const char* text) {
+    return text == nullptr ? "(null)" : text;
+}
+
+std::string _four_bytes(unsigned int value) {
+    std::string result;
+    for (int i = 0; i < 4; ++i, value >>= 8)
+        result += static_cast<char>(value & 0xff);
+    return result;
+}
+
+bool _is_sealed(const std::string& bytes) {
+    return bytes == "VemraSeal" || bytes == std::string("VemraSeal\0", 10);
+}
+
+// Each entry of the record, the entry of an uuid and its item with their owners.
+constexpr long blocks_of_a_known_uuid = 3;
+
+}  // namespace
+
+bool operator==(const seen_stamp& left, const seen_stamp& right) {
+    return left.uuid == right.uuid && left.name == right.name && left.data == right.data;
+}
+
+std::ostream& operator<<(std::ostream& out, const seen_stamp& stamp) {
+    return out << model_hex(stamp.uuid, "") << " " << stamp.name << " " << stamp.data.size() << ":"
+               << model_hex(stamp.data.substr(0, 16), " ");
+}
+
+std::string model_record(const std::map<unsigned int, std::string>& entries) {
+    std::string body;
+    for (const auto& [slot, name] : entries)
+        body += (body.empty() ? "" : "||") + name + "&" + std::to_string(slot);
+    return _four_bytes(static_cast<unsigned int>(body.size() + 5)) + '\x01' + body;
+}
+
+long model_library::kept_blocks() const {
+    std::set<const model_handle*> owners;
+    for (const auto& entry : known_)
+        owners.insert(entry.second.owner.get());
+    long result = blocks_of_a_known_uuid * static_cast<long>(known_.size());
+    for (const model_handle* owner : owners)
+        result += owner->blocks();
+    return result;
+}
+
+template <typename Work>
+seen_call model_library::call(const std::string& function, Work work) {
+    function_ = function;
+    lines_.clear();
+    stamps_.clear();
+    seen_call seen;
+    verbose(">>>> " + function);
+    try {
+        last_status = seen.status = work();
+    } catch (const device_failure& failure) {
+        seen.escaped = failure.text;
+    }
+    verbose("<<<< " + function);
+    seen.last_status = last_status;
+    seen.lines = lines_;
+    seen.stamps = stamps_;
+    return seen;
+}
+
+void model_library::verbose(const std::string& message) {
+    lines_.push_back(" [VERBOSE]  [" + function_ + "] " + message);
+}
+
+void model_library::error(const std::string& message, const std::string& file,
+                          const std::string& function) {
+    lines_.push_back(" [ERROR]    [" + (function.empty() ? function_ : function) + "] " + message +
+                     " (src/core/" + file + ":N)");
+}
+
+model_library::handles model_library::enumerate() {
+    handles result;
+    if (!devices_.list_devices()) return result;
+    const int count = devices_.device_count();
+    for (int i = 0; i < count; ++i) {
+        result.push_back(devices_.get_device(i));
+        result.back()->load();
+    }
+    return result;
+}
+
+model_library::mapping model_library::parsed(const std::string& record) {
+    mapping entries;
+    if (record.empty()) return entries;
+    if (record.find_first_not_of('\0') == std::string::npos) {
+        error("Bad stamp info header: total length 0, skip it.", "stamp_info_mapping.cpp",
+              "_parse_stamp_info_mapping");
+        return entries;
+    }
+    // Every other record in the sweeps is one that the library wrote.
+    for (std::size_t at = 5; at < record.size();) {
+        const std::size_t end = std::min(record.find("||", at), record.size());
+        const std::size_t mark = record.find('&', at);
+        entries[static_cast<unsigned int>(std::stoul(record.substr(mark + 1, end)))] =
+            record.substr(at, mark - at);
+        at = end + 2;
+    }
+    return entries;
+}
+
+bool model_library::read_mapping(model_handle& handle, mapping& entries) {
+    std::string record;
+    try {
+        record = object(handle).bytes(mapping_slot);
+    } catch (const device_failure& failure) {
+        error("Unable to get stamp info from 8127, because: " + failure.text + ".");
+        return false;
+    }
+    entries = parsed(record);
+    return true;
+}
+
+std::string model_library::uuid_of(model_handle& handle, int slot) {
+    const std::string serial = object(handle).serial_of();
+    const auto type = static_cast<unsigned int>(object(handle).type_of());
+    std::string uuid;
+    std::string complaint;
+    const std::vector<std::string> pieces{serial, _four_bytes(type),
+                                          _four_bytes(static_cast<unsigned int>(slot))};
+    if (!devices_.digest(handle, pieces, uuid, complaint)) {
+        error(complaint, "stamp_device_map.cpp", "generate_uuid");
+    }
+    return uuid;
+}
+
+void model_library::list_entry(const handle_ptr& handle, int slot, const std::string& name) {
+    const std::string data = object(*handle).bytes(slot);
+    const std::string uuid = uuid_of(*handle, slot);
+    if (uuid.empty()) {
+        error("Unable to generate uuid of stamp.");
+        return;
+    }
+    verbose("uuid: " + model_hex(uuid, ""));
+    stamps_.push_back({uuid, name, data});
+    known_.emplace(uuid, place{handle, slot});
+}
+
+void model_library::list_device(const handle_ptr& handle) {
+    if (handle->device() == nullptr) {
+        error("Bad device pointer.");
+        return;
+    }
+    object(*handle).type_of();
+    const std::string serial = object(*handle).serial_of();
+    if (object(*handle).length(mapping_slot) == 0) {
+        lines_.push_back(" [DEBUG]    [" + function_ + "] No image stamp in device: " + serial +
+                         ".");
+        return;
+    }
+    for (const auto& [slot, name] : parsed(object(*handle).bytes(mapping_slot)))
+        list_entry(handle, static_cast<int>(slot), name);
+}
+
+seen_call model_library::list() {
+    return call("VemraAppStampGetAllStamps", [&] {
+        verbose("Input `type`            : -1");
+        verbose("Input `device_sn`       : (null)");
+        verbose("Input `device_sn_length`: 0");
+        verbose("Input `device_type`     : -1");
+        const handles found = enumerate();
+        if (found.empty()) {
+            error("No device.");
+            return 0;
+        }
+        for (const handle_ptr& handle : found) {
+            try {
+                list_device(handle);
+            } catch (const device_failure& failure) {
+                error(failure.text);
+            }
+        }
+        if (!stamps_.empty()) first_owner_ = known_.at(stamps_.front().uuid).owner;
+        return 1;
+    });
+}
+
+seen_call model_library::own_device() {
+    std::string serial;
+    int type = 0;
+    seen_call seen = call("VemraAppStampGetStampOwnDevice", [&] {
+        verbose("Input `handle`                 : PTR");
+        verbose("Input `output_device_sn`       : PTR");
+        verbose("Input `output_device_sn_length`: PTR");
+        verbose("Input `output_device_type`     : PTR");
+        try {
+            const std::string asked = object(*first_owner_).serial_of();
+            type = object(*first_owner_).type_of();
+            serial = asked;
+            return 1;
+        } catch (const device_failure& failure) {
+            error("Unable to get device info from this stamp, because: " + failure.text + ".");
+            return 0;
+        }
+    });
+    seen.owner_serial = serial;
+    seen.owner_type = type;
+    return seen;
+}
+
+void model_library::verify(model_handle& handle, const char* password) {
+    if (password == nullptr) return;
+    int retries = 0;
+    const int status = devices_.verify(handle, password, retries);
+    if (status == 1) return;
+    error("Unable to verify password, because: " + devices_.failure_text(status) +
+          ", you can retry " + std::to_string(retries) + " more times.");
+}
+
+int model_library::write_both(model_handle& handle, int slot, const new_stamp& stamp,
+                              const mapping& entries, const std::string& complaint) {
+    try {
+        object(handle).store(slot, stamp.data);
+        object(handle).store(mapping_slot, model_record(entries));
+    } catch (const device_failure& failure) {
+        error(complaint + ", because: " + failure.text + ".");
+        return 0;
+    }
+    return 1;
+}
+
+seen_call model_library::append(const std::string& serial, int type, const char* password,
+                                const new_stamp& stamp) {
+    return call("VemraAppStampAppendStamp", [&] {
+        verbose("Input `device_sn`       : " + serial);
+        verbose("Input `device_sn_length`: " + std::to_string(serial.size()));
+        verbose("Input `device_type`     : " + std::to_string(type));
+        verbose("Input `password`        : " + _shown(password));
+        verbose("Input `stamp`           : PTR");
+        const handles found = enumerate();
+        if (found.empty()) {
+            error("No device.");
+            return 0;
+        }
+        handle_ptr owner;
+        for (const handle_ptr& handle : found) {
+            if (handle->device() == nullptr) error("Bad device pointer.");
+            if (handle->device() == nullptr || object(*handle).serial_of() != serial) continue;
+            if (object(*handle).type_of() != type) continue;
+            owner = handle;
+            break;
+        }
+        if (owner == nullptr) {
+            error("Unable to find a matched device by given serial number.");
+            return 0;
+        }
+        verify(*owner, password);
+        mapping entries;
+        if (!read_mapping(*owner, entries)) return 0;
+        int slot = first_slot;
+        while (slot <= last_slot && entries.count(static_cast<unsigned int>(slot)) != 0)
+            ++slot;
+        if (slot > last_slot) {
+            error(
+                "No more storage space to store the stamp, storage from 8130 to 8134 are all "
+                "occupied.");
+            return -7;
+        }
+        entries[static_cast<unsigned int>(slot)] = stamp.name;
+        return write_both(*owner, slot, stamp, entries, "Unable to append a new stamp");
+    });
+}
+
+seen_call model_library::update(const std::string& uuid, const char* password,
+                                const new_stamp& stamp) {
+    return call("VemraAppStampUpdateStamp", [&] {
+        verbose("Input `uuid`     : " + model_hex(uuid, ""));
+        verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
+        verbose("Input `password` : " + _shown(password));
+        verbose("Input `stamp`    : PTR");
+        const place& at = known_.at(uuid);
+        verify(*at.owner, password);
+        mapping entries;
+        if (!read_mapping(*at.owner, entries)) return 0;
+        entries[static_cast<unsigned int>(at.slot)] = stamp.name;
+        return write_both(*at.owner, at.slot, stamp, entries, "Unable to update stamp");
+    });
+}
+
+seen_call model_library::remove(const std::string& uuid, const char* password) {
+    return call("VemraAppStampDeleteStamp", [&] {
+        verbose("Input `uuid`     : " + model_hex(uuid, ""));
+        verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
+        verbose("Input `password` : " + _shown(password));
+        const place& at = known_.at(uuid);
+        verify(*at.owner, password);
+        std::string complaint =
+            "Unable to get stamp data from " + std::to_string(at.slot) + ", because: ";
+        try {
+            if (!_is_sealed(object(*at.owner).bytes(at.slot))) {
+                mapping entries;
+                if (!read_mapping(*at.owner, entries)) return 0;
+                entries.erase(static_cast<unsigned int>(at.slot));
+                complaint = "Unable to delete stamp info from 8127, because: ";
+                object(*at.owner).store(mapping_slot, model_record(entries));
+            }
+            complaint = "Unable to delete stamp, because: ";
+            object(*at.owner).erase(at.slot);
+            return 1;
+        } catch (const device_failure& failure) {
+            error(complaint + failure.text + ".");
+            return 0;
+        }
+    });
+}

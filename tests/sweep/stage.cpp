@@ -1,0 +1,126 @@
+#include "sweep/stage.h"
+
+#include <gtest/gtest.h>
+
+#include "support/allocation_faults.h"
+
+namespace {
+
+constexpr int mapping_slot = 8127;
+
+int _new_number() {
+    static int devices = 0;
+    return ++devices;
+}
+
+fault _fault_of(const planned_disturbance& plan) {
+    switch (plan.what) {
+        case disturbance::refused_for_good:
+            return fault::failing(plan.code).lasting();
+        case disturbance::answer_lost:
+            return fault::working_but_failing(plan.code);
+        case disturbance::hollow:
+            return fault::claiming_success();
+        default:
+            return fault::failing(plan.code);
+    }
+}
+
+}  // namespace
+
+stage::stage() : blocks_before_(allocation_faults::live_blocks()) {
+    add_device("B", 1);
+    add_device("A", -1);
+    fill_device(0, mapping_slot, model_record({{8133, "B1"}}));
+    fill_device(0, 8133, "bystander");
+}
+
+void stage::add_device(const std::string& label, int certificates) {
+    auto device = std::make_shared<model_device>();
+    device->label = label;
+    device->type = _new_number();
+    device->serial = label + "-" + std::to_string(device->type);
+    device->certificates = certificates;
+    fake.add_device(device->serial, device->type, label);
+    if (certificates >= 0) {
+        fake.add_keypair(label,
+                         std::vector<std::string>(static_cast<std::size_t>(certificates), "der"));
+    }
+    devices.attached.push_back(device);
+}
+
+void stage::fill_device(std::size_t index, int slot, const std::string& bytes) {
+    fake.fill_slot(devices.attached[index]->label, slot, bytes);
+    devices.attached[index]->slots[slot] = bytes;
+}
+
+void stage::fill(const std::map<int, std::string>& slots) {
+    for (const auto& [slot, bytes] : slots)
+        fill_device(1, slot, bytes);
+}
+
+void stage::store_stamps(const std::map<unsigned int, std::string>& stamps) {
+    std::map<unsigned int, std::string> names;
+    for (const auto& [slot, bytes] : stamps) {
+        names[slot] = "A" + std::to_string(names.size() + 1);
+        fill_device(1, static_cast<int>(slot), bytes);
+    }
+    fill_device(1, mapping_slot, model_record(names));
+}
+
+void stage::lose_slot(int slot) {
+    fake.empty_slot("A", slot);
+    devices.attached[1]->slots.erase(slot);
+}
+
+void stage::require_login() {
+    fake.require_login("A");
+    devices.attached[1]->needs_login = true;
+}
+
+void stage::know_all() {
+    const seen_call seen = compare([](stamp_library& library) { return library.list(); });
+    for (const seen_stamp& stamp : seen.stamps)
+        if (stamp.name.front() == 'A') uuids_.push_back(stamp.uuid);
+}
+
+void stage::disturb(const planned_disturbance& plan) {
+    devices.plan_next(plan);
+    fake.clear_calls();
+    fake.clear_faults();
+    if (plan.nth != 0) fake.fail_call(plan.nth, _fault_of(plan));
+}
+
+seen_call stage::compare(const std::function<seen_call(stamp_library&)>& act) {
+    const seen_call due = act(model);
+    seen_call seen = act(live);
+    EXPECT_EQ(seen.escaped, due.escaped);
+    EXPECT_EQ(seen.status, due.status);
+    EXPECT_EQ(seen.last_status, due.last_status);
+    EXPECT_EQ(seen.lines, due.lines);
+    EXPECT_EQ(seen.stamps, due.stamps);
+    EXPECT_EQ(seen.owner_serial, due.owner_serial);
+    EXPECT_EQ(seen.owner_type, due.owner_type);
+    EXPECT_EQ(fake.calls(), devices.calls);
+    compare_devices();
+    return seen;
+}
+
+void stage::compare_devices() const {
+    for (const auto& device : devices.attached) {
+        for (int slot = mapping_slot - 1; slot < 8140; ++slot) {
+            const auto due = device->slots.find(slot);
+            const std::optional<std::string> bytes = fake.slot(device->label, slot);
+            ASSERT_EQ(bytes.has_value(), due != device->slots.end()) << device->label << slot;
+            if (!bytes) continue;
+            EXPECT_EQ(*bytes, due->second) << device->label << slot;
+        }
+    }
+    EXPECT_EQ(fake.live_handles_and_buffers(), devices.live_handles + devices.lost_handles);
+    EXPECT_EQ(fake.misuses(), std::vector<std::string>{});
+}
+
+void stage::compare_memory() {
+    live.forget_first();
+    EXPECT_EQ(allocation_faults::live_blocks() - blocks_before_, model.kept_blocks());
+}

@@ -1,0 +1,56 @@
+#ifndef SWEEP_STAMP_LIBRARY_H
+#define SWEEP_STAMP_LIBRARY_H
+
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+struct seen_stamp {
+    std::string uuid;
+    std::string name;
+    std::string data;
+};
+
+bool operator==(const seen_stamp& left, const seen_stamp& right);
+std::ostream& operator<<(std::ostream& out, const seen_stamp& stamp);
+
+/** What a caller sees of one call. */
+struct seen_call {
+    int status = 0;
+    int last_status = 0;
+    /** The text of the exception that left the call. */
+    std::optional<std::string> escaped;
+    /** The trace, normalised. */
+    std::vector<std::string> lines;
+    std::vector<seen_stamp> stamps;
+    std::string owner_serial;
+    int owner_type = 0;
+};
+
+/** A stamp for a device. */
+struct new_stamp {
+    std::string name;
+    std::string data;
+};
+
+/**
+ * The operations that reach a device, as the shared object does them and as the model says that
+ * they must be done.
+ */
+class stamp_library {
+public:
+    virtual ~stamp_library() = default;
+
+    /** Lists all stamps and takes them out of the set. */
+    virtual seen_call list() = 0;
+    /** Asks for the owner of the first stamp of the last list. */
+    virtual seen_call own_device() = 0;
+    virtual seen_call append(const std::string& serial, int type, const char* password,
+                             const new_stamp& stamp) = 0;
+    virtual seen_call update(const std::string& uuid, const char* password,
+                             const new_stamp& stamp) = 0;
+    virtual seen_call remove(const std::string& uuid, const char* password) = 0;
+};
+
+#endif
