@@ -139,6 +139,15 @@ TEST_F(append, takes_exactly_the_length_of_a_name_without_terminator) {
     EXPECT_EQ(fake.slot(8127), mapping_record("ab&8130"));
 }
 
+TEST_F(append, reads_only_the_first_five_fields) {
+    fake.add_device("SN-1", 3);
+    record.reserved = &record;
+    record.own_device = &name;
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(record.reserved, &record);
+    EXPECT_EQ(record.own_device, &name);
+}
+
 TEST_F(append, hands_the_length_on_as_a_signed_32_bit_count) {
     fake.add_device("SN-1", 3);
     record.data_length = (1ULL << 32) + 5;

@@ -11,6 +11,21 @@
 
 #include "api/api_test.h"
 
+#if defined(__SANITIZE_THREAD__)
+#define HAS_THREAD_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define HAS_THREAD_SANITIZER 1
+#endif
+#endif
+#ifdef HAS_THREAD_SANITIZER
+// The handler builds and prints its line like any other, which no signal handler should do.
+extern "C" const char* __tsan_default_suppressions();
+extern "C" const char* __tsan_default_suppressions() {
+    return "signal:segment_fault_signal_handler\n";
+}
+#endif
+
 namespace {
 
 /** A child process that runs the work with its lines unbuffered. */

@@ -227,6 +227,15 @@ TEST_F(enumerate_failure, a_reported_read_length_is_clamped) {
     }
 }
 
+TEST_F(enumerate_failure, a_negative_length_is_no_memory_and_reads_as_empty) {
+    add_device_with("Seal&8130");
+    fake.answer_data_length(-5);
+    EXPECT_EQ(lines_of_listing(), text_lines{});
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoReadData").size(), 0u);
+}
+
 class enumerate_without_memory : public enumerate_failure {
 protected:
     /** Lists all while the nth non-throwing allocation fails. */

@@ -118,6 +118,17 @@ TEST_F(stamp_set, a_stamp_is_taken_out_whole) {
     EXPECT_EQ(fake.calls(), calls);
 }
 
+TEST_F(stamp_set, sealed_bytes_are_handed_out_as_stored) {
+    add_device_with("Seal&8130");
+    fake.fill_slot(8130, "VemraSeal");
+    const stdout_capture unseen;
+    const listed_stamps all;
+    const taken_stamp stamp(all.set, 0);
+    EXPECT_EQ(stamp.record->type, 1);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(stamp.record->data), stamp.record->data_length),
+              "VemraSeal");
+}
+
 TEST_F(stamp_set, taking_a_stamp_is_traced) {
     add_device_with("Seal&8130");
     const stdout_capture unseen;

@@ -207,6 +207,24 @@ TEST_F(update_failure, a_backup_left_by_a_failed_put_back_ends_up_in_a_new_slot)
     EXPECT_EQ(fake.slot(8130), "hello");
 }
 
+TEST_F(update_failure, a_backup_is_forgotten_once_it_was_put_back) {
+    fake.fail_function("VemraPKICryptoWriteData", 1);
+    lines_of_update();
+    ASSERT_EQ(fake.slot(8130), "hello");
+    fake.empty_slot("SN-1", 8130);
+    fake.fail_function("VemraPKICryptoWriteData", 1);
+    lines_of_update();
+    EXPECT_EQ(fake.slot(8130), "");
+}
+
+TEST_F(update_failure, a_backup_is_forgotten_once_the_new_bytes_are_written) {
+    EXPECT_EQ(lines_of_update(), text_lines{});
+    fake.empty_slot("SN-1", 8130);
+    fake.fail_function("VemraPKICryptoWriteData", 1);
+    lines_of_update();
+    EXPECT_EQ(fake.slot(8130), "");
+}
+
 TEST_F(update_failure, a_mapping_that_cannot_be_written_leaves_new_bytes_under_the_old_name) {
     fake.fail_function("VemraPKICryptoWriteData", 2);
     EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 253)});

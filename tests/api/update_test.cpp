@@ -143,6 +143,21 @@ TEST_F(update, of_the_reserved_type_is_minus_4_after_lookup_and_password_without
     EXPECT_EQ(fake.calls(), text_lines(expected_calls().verify(password)));
 }
 
+TEST_F(update, reads_only_the_first_five_fields) {
+    record.reserved = &record;
+    record.own_device = &name;
+    EXPECT_EQ(update_quietly(), 1);
+}
+
+TEST_F(update, takes_a_record_that_was_taken_out_of_a_set) {
+    const stdout_capture unseen;
+    const listed_stamps all;
+    const taken_stamp stamp(all.set, 0);
+    EXPECT_EQ(VemraAppStampUpdateStamp(stamp.uuid, stamp.uuid_size, nullptr, stamp.record), 1);
+    EXPECT_EQ(fake.slot(8130), "hello");
+    EXPECT_EQ(fake.slot(8127), mapping_record("Old&8130"));
+}
+
 TEST_F(update, hands_the_length_on_as_a_signed_32_bit_count) {
     record.data_length = (1ULL << 32) + 3;
     EXPECT_EQ(update_quietly(), 1);

@@ -1,0 +1,48 @@
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include "support/fake_device_library.h"
+#include "support/stream_capture.h"
+#include "vemra_app_stamp.h"
+
+namespace {
+
+template <typename Function>
+Function* function_of(void* library, const char* name) {
+    return reinterpret_cast<Function*>(dlsym(library, name));
+}
+
+TEST(shared_object, releases_its_devices_when_it_is_unloaded) {
+    fake_device_library fake;
+    fake.add_device("SN-1", 3);
+    fake.fill_slot(8127, std::string("\x0e\0\0\0\x01Seal&8130", 14));
+    void* library = dlopen(LIBRARY, RTLD_LAZY | RTLD_LOCAL);
+    ASSERT_NE(library, nullptr) << dlerror();
+    {
+        const stdout_capture unseen;
+        VEMRA_APP_STAMP_SET_HANDLE set = function_of<decltype(VemraAppStampGetAllStamps)>(
+            library, "VemraAppStampGetAllStamps")(-1, nullptr, 0, -1);
+        function_of<decltype(VemraAppStampFreeStamps)>(library, "VemraAppStampFreeStamps")(set);
+    }
+    EXPECT_EQ(fake.live_devices(), 1);
+    EXPECT_EQ(dlclose(library), 0);
+    EXPECT_EQ(dlopen(LIBRARY, RTLD_LAZY | RTLD_NOLOAD), nullptr);
+    EXPECT_EQ(fake.live_handles_and_buffers(), 0);
+    EXPECT_EQ(fake.double_frees(), 0);
+}
+
+TEST(shared_object, starts_with_a_new_last_status_when_it_is_loaded_again) {
+    fake_device_library fake;
+    const stdout_capture unseen;
+    for (int round = 0; round < 2; ++round) {
+        void* library = dlopen(LIBRARY, RTLD_LAZY | RTLD_LOCAL);
+        ASSERT_NE(library, nullptr) << dlerror();
+        EXPECT_EQ(function_of<decltype(VemraAppStampGetLastError)>(library,
+                                                                   "VemraAppStampGetLastError")(),
+                  1);
+        function_of<decltype(VemraAppStampFreeMemory)>(library, "VemraAppStampFreeMemory")(nullptr);
+        EXPECT_EQ(dlclose(library), 0);
+    }
+}
+
+}  // namespace
