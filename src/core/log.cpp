@@ -3,30 +3,38 @@
 #include <cstdarg>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 namespace vemra::app::stamp {
 
 namespace {
 
-constexpr const char* fatal_prefix = " [FATAL]   ";
-constexpr const char* error_prefix = " [ERROR]   ";
-constexpr const char* debug_prefix = " [DEBUG]   ";
-constexpr const char* verbose_prefix = " [VERBOSE] ";
+using text = std::string_view;
 
-constexpr const char* no_location = "\n";
-constexpr const char* location = " (%s:%u)\n";
+constexpr text fatal_begin = " [FATAL]    [";
+constexpr text error_begin = " [ERROR]    [";
+constexpr text debug_begin = " [DEBUG]    [";
+constexpr text verbose_begin = " [VERBOSE]  [";
+constexpr text before_message = "] ";
 
-void _print(const char* prefix, const char* function, const char* message, const char* end,
-            va_list arguments) {
-    std::string format;
-    format.reserve(std::strlen(prefix) + std::strlen(function) + std::strlen(message) +
-                   std::strlen(location) + 4);
-    format += prefix;
-    format += " [";
-    format += function;
-    format += "] ";
-    format += message;
-    format += end;
+constexpr text no_location = "\n";
+constexpr text location = " (%s:%u)\n";
+
+inline char* _put(char* at, text piece) {
+    std::memcpy(at, piece.data(), piece.size());
+    return at + piece.size();
+}
+
+// Lines are half the cost of a small stamp. So the format is allocated once, at its full length,
+// and this is inline: the pieces of known length are then copied without a call.
+inline void _print(text begin, text function, text message, text end, va_list arguments) {
+    std::string format(
+        begin.size() + function.size() + before_message.size() + message.size() + end.size(), '\0');
+    char* at = _put(format.data(), begin);
+    at = _put(at, function);
+    at = _put(at, before_message);
+    at = _put(at, message);
+    _put(at, end);
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
     std::vprintf(format.c_str(), arguments);
@@ -38,28 +46,28 @@ void _print(const char* prefix, const char* function, const char* message, const
 void log_verbose(const char* function, const char* message, ...) {
     va_list arguments;
     va_start(arguments, message);
-    _print(verbose_prefix, function, message, no_location, arguments);
+    _print(verbose_begin, function, message, no_location, arguments);
     va_end(arguments);
 }
 
 void log_debug(const char* function, const char* message, ...) {
     va_list arguments;
     va_start(arguments, message);
-    _print(debug_prefix, function, message, no_location, arguments);
+    _print(debug_begin, function, message, no_location, arguments);
     va_end(arguments);
 }
 
 void log_error(const char* function, const char* message, ...) {
     va_list arguments;
     va_start(arguments, message);
-    _print(error_prefix, function, message, location, arguments);
+    _print(error_begin, function, message, location, arguments);
     va_end(arguments);
 }
 
 void log_fatal(const char* function, const char* message, ...) {
     va_list arguments;
     va_start(arguments, message);
-    _print(fatal_prefix, function, message, location, arguments);
+    _print(fatal_begin, function, message, location, arguments);
     va_end(arguments);
 }
 
