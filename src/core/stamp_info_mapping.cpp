@@ -1,6 +1,6 @@
 #include "core/stamp_info_mapping.h"
 
-#include <cstdio>
+#include <string_view>
 #include <vector>
 
 #include "core/log.h"
@@ -11,13 +11,16 @@ namespace {
 
 constexpr std::size_t header_length = 5;
 constexpr char version = 1;
-constexpr const char* entry_separator = "||";
-constexpr const char* field_separator = "&";
+constexpr std::string_view entry_separator = "||";
+constexpr std::string_view field_separator = "&";
+// As many as a full device has entries, so that reading one allocates little.
+constexpr std::size_t usual_part_count = 5;
 
-std::vector<std::string> _split(const std::string& text, const std::string& separator) {
-    std::vector<std::string> parts;
+std::vector<std::string_view> _split(std::string_view text, std::string_view separator) {
+    std::vector<std::string_view> parts;
+    parts.reserve(usual_part_count);
     std::size_t start = 0;
-    for (std::size_t found = text.find(separator); found != std::string::npos;
+    for (std::size_t found = text.find(separator); found != std::string_view::npos;
          found = text.find(separator, start)) {
         if (found != start) parts.push_back(text.substr(start, found - start));
         start = found + separator.size();
@@ -27,12 +30,14 @@ std::vector<std::string> _split(const std::string& text, const std::string& sepa
     // Kept: a single byte of the separator this far from the end adds an empty part. For "&" that
     // is a text that ends in one; for "||" it is a text that ends in a bar and another byte.
     const std::size_t last = text.find_last_of(separator);
-    if (last != std::string::npos && last + separator.size() == text.size()) parts.emplace_back();
+    if (last != std::string_view::npos && last + separator.size() == text.size()) {
+        parts.emplace_back();
+    }
     return parts;
 }
 
 // Kept: no byte is rejected; each counts as its distance from "0", a leading "-" included.
-unsigned int _slot_of(const std::string& digits) {
+unsigned int _slot_of(std::string_view digits) {
     const bool is_negative = !digits.empty() && digits.front() == '-';
     unsigned int slot = 0;
     for (const char digit : digits) {
@@ -62,11 +67,9 @@ std::string _header(std::size_t total) {
 std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping) {
     std::string body;
     for (const auto& [slot, name] : mapping) {
-        char digits[32];
-        std::snprintf(digits, sizeof(digits), "%u", slot);
         body += name;
         body += field_separator;
-        body += digits;
+        body += std::to_string(slot);
         body += entry_separator;
     }
     if (!body.empty()) body.erase(body.size() - 2);
@@ -90,12 +93,12 @@ stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const s
         total = size;
     }
 
-    const std::string body(reinterpret_cast<const char*>(bytes) + header_length,
-                           total - header_length);
-    for (const std::string& entry : _split(body, entry_separator)) {
-        const std::vector<std::string> parts = _split(entry, field_separator);
+    const std::string_view body(reinterpret_cast<const char*>(bytes) + header_length,
+                                total - header_length);
+    for (const std::string_view entry : _split(body, entry_separator)) {
+        const std::vector<std::string_view> parts = _split(entry, field_separator);
         if (parts.size() < 2) {
-            LOG_ERROR("Bad stamp info: %s, skip it.", entry.c_str());
+            LOG_ERROR("Bad stamp info: %s, skip it.", std::string(entry).c_str());
             continue;
         }
         mapping[_slot_of(parts[1])] = parts[0];
