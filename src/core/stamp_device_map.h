@@ -1,6 +1,7 @@
 #ifndef CORE_STAMP_DEVICE_MAP_H
 #define CORE_STAMP_DEVICE_MAP_H
 
+#include <algorithm>
 #include <cstddef>
 #include <map>
 #include <memory>
@@ -52,7 +53,16 @@ public:
                                                           const std::size_t& size);
 
 private:
-    std::map<std::basic_string<unsigned char>, std::shared_ptr<item>> items_;
+    // Compares many bytes at once, which the strings' own comparison does not.
+    struct uuid_less {
+        bool operator()(const std::basic_string<unsigned char>& left,
+                        const std::basic_string<unsigned char>& right) const {
+            return std::lexicographical_compare(left.begin(), left.end(), right.begin(),
+                                                right.end());
+        }
+    };
+
+    std::map<std::basic_string<unsigned char>, std::shared_ptr<item>, uuid_less> items_;
 };
 
 /** The one map of the process, filled by the enumeration and never cleared. */
