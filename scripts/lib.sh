@@ -25,7 +25,7 @@ die() {
 missing_packages() {
     local package missing=()
     for package in "$@"; do
-        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] ||
+        dpkg-query -W -f '${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
             missing+=("$package")
     done
     printf '%s' "${missing[*]}"
