@@ -21,7 +21,7 @@
  *   per argument, and what happened between. Every argument is printed, DEVICE PASSWORDS
  *   INCLUDED, and VemraAppStampGetStampData prints the whole stamp in hexadecimal. Nothing turns
  *   this off. An application that must not show or keep it gives the library another standard
- *   output (examples/seal_demo.c shows how). `device_sn` and `password` are printed as C strings
+ *   output (examples/own_output.c shows how). `device_sn` and `password` are printed as C strings
  *   and so must be NUL-terminated readable text, even where a length is given beside them.
  *
  * Passwords. A wrong password does not stop a write: it is logged with the attempts left, the
