@@ -58,8 +58,8 @@ bool needs_login(unsigned char number) {
 
 std::string to_text(const plan& use) {
     constexpr std::array<const char*, step::kinds> kinds{
-        "list",   "take",       "ask_owner", "append", "update",
-        "remove", "free_stamp", "free_set",  "unplug", "replug"};
+        "list",  "take",       "ask_owner", "append", "update",
+        "erase", "free_stamp", "free_set",  "unplug", "replug"};
     std::ostringstream text;
     text << "plan{{";
     for (const unsigned char device : use.devices)

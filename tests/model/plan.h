@@ -16,7 +16,7 @@ struct step {
         ask_owner,
         append,
         update,
-        remove,
+        erase,
         free_stamp,
         free_set,
         unplug,

@@ -80,7 +80,7 @@ std::string random_use::perform(const step& one) {
             return append(one);
         case step::update:
             return update(one);
-        case step::remove:
+        case step::erase:
             return remove(one);
         case step::free_stamp:
             return free_stamp(one);
@@ -107,7 +107,9 @@ std::string random_use::perform_under_fault(const step& one, const step_fault& s
     if (!difference.empty() || !has_struck_) return difference;
 
     // What a struck list made known is known to the model after a whole one.
+    are_objects_counted_ = false;
     const std::string listing = perform({step::list, 0, 0, 0, 0});
+    are_objects_counted_ = true;
     extra_objects_ = fake_.live_devices() - static_cast<int>(model_.live_objects().size());
     return listing.empty() ? listing : "after the fault: " + listing;
 }

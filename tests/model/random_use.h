@@ -88,6 +88,7 @@ private:
     std::vector<held_record> records_;
     /** Device objects alive that the model does not know of: a struck list may have made some. */
     int extra_objects_ = 0;
+    bool are_objects_counted_ = true;
 
     bool is_under_fault_ = false;
     bool has_struck_ = false;

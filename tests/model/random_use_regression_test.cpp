@@ -33,7 +33,7 @@ TEST(random_use_regression, a_uuid_known_before_a_replug_does_not_reach_the_devi
                     {step::replug, 0, 0, 0, 0},
                     {step::list, 0, 0, 0, 0},
                     {step::update, 0, 0, 1, 1},
-                    {step::remove, 0, 0, 0, 0}}};
+                    {step::erase, 0, 0, 0, 0}}};
     EXPECT_EQ(_difference(use, "replugged"), "");
 }
 

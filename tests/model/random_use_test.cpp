@@ -17,7 +17,7 @@ struct Arbitrary<step> {
                                                              {2, step::ask_owner},
                                                              {5, step::append},
                                                              {5, step::update},
-                                                             {4, step::remove},
+                                                             {4, step::erase},
                                                              {2, step::free_stamp},
                                                              {2, step::free_set},
                                                              {1, step::unplug},

@@ -1,0 +1,28 @@
+// The mapping writer writes what a second, independent writer writes, and the reader reads it back
+// as long as every name can survive.
+
+#include <algorithm>
+
+#include "core/stamp_info_mapping.h"
+#include "fuzz_support.h"
+#include "model/reference_mapping.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    choices input(data, size);
+    vemra::app::stamp::stamp_info_mapping stamps;
+    while (!input.is_used_up()) {
+        const auto slot = static_cast<unsigned int>(input.number());
+        stamps[slot] = input.text();
+    }
+
+    const std::string record = vemra::app::stamp::_encode_stamp_info_mapping(stamps);
+    claim(record == reference_mapping::write(stamps), "both writers write the same record");
+
+    const auto* bytes = reinterpret_cast<const unsigned char*>(record.data());
+    const auto back = vemra::app::stamp::_parse_stamp_info_mapping(bytes, record.size());
+    const bool all_survive = std::all_of(stamps.begin(), stamps.end(), [](const auto& stamp) {
+        return reference_mapping::survives(stamp.second);
+    });
+    claim(!all_survive || back == stamps, "what was written is read back");
+    return 0;
+}
