@@ -111,6 +111,24 @@ TEST_F(enumerate_failure, a_serial_that_cannot_be_read_is_an_empty_serial) {
     EXPECT_EQ(status, 1);
 }
 
+TEST_F(enumerate_failure, a_serial_out_of_a_failed_call_is_released_and_not_used) {
+    fake.add_device("SN-1", 3);
+    fake.fail_function("VemraPKICryptoGetSerialNumber", 1, fault::working_but_failing(23));
+    EXPECT_EQ(lines_of_listing(),
+              text_lines{" [DEBUG]    [VemraAppStampGetAllStamps] No image stamp in device: ."});
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory").size(), 1u);
+}
+
+TEST_F(enumerate_failure, only_minus_7_means_that_a_slot_is_missing) {
+    fake.add_device("SN-1", 3);
+    for (const int code : {-8, -6, -1, 0, 2}) {
+        fake.set_error_text(code, "text");
+        fake.fail_function("VemraPKICryptoGetDataLength", 1, fault::failing(code));
+        EXPECT_EQ(lines_of_listing(),
+                  text_lines{error(failure_text("text(" + std::to_string(code), 147))});
+    }
+}
+
 TEST_F(enumerate_failure, a_null_serial_with_result_1_is_an_empty_serial) {
     fake.add_device("SN-1", 3);
     fake.answer_serial(1, std::nullopt);
