@@ -54,6 +54,10 @@ void build_command_line(CLI::App& program, context& run) {
     add_append(program, run);
     add_update(program, run);
     add_delete(program, run);
+    add_sheet(program, run);
+    add_check(program, run);
+    add_backup(program, run);
+    add_restore(program, run);
     add_verify_password(program, run);
     add_version(program, run);
     add_completion(program, run);

@@ -44,6 +44,10 @@ recovery::recovery(const archive& kept) : path_(_make_directory()) {
     write_archive(path_, kept);
 }
 
+recovery::recovery(const std::string& file, const std::string& bytes) : path_(_make_directory()) {
+    write_file(path_ + "/" + file, bytes, existing::keep, true);
+}
+
 void recovery::discard() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);

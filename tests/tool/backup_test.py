@@ -1,0 +1,103 @@
+import hashlib
+import json
+
+from tool_case import COMPANY, LARGE, NAME_SEAL, ToolCase
+
+
+class Backup(ToolCase):
+    def setUp(self):
+        super().setUp()
+        self.append("公司印章", COMPANY)
+        self.append("Li Wei", NAME_SEAL)
+        self.directory = self.folder / "backup"
+        self.expect(0, "backup", self.directory)
+
+    def restore(self, code=0, *more):
+        return self.change(code, "restore", *more, self.directory)
+
+    def delete_all(self):
+        self.change(0, "delete", "--yes", "name:公司印章", "name:Li Wei")
+
+    def test_the_manifest_names_slots_and_digests(self):
+        manifest = json.loads((self.directory / "manifest.json").read_text())
+        self.assertEqual(manifest["device"], {"serial": self.serial, "type": 3})
+        self.assertEqual([(one["name"], one["slot"], one["sha256"])
+                          for one in manifest["stamps"]],
+                         [("公司印章", 8130, hashlib.sha256(COMPANY.read_bytes()).hexdigest()),
+                          ("Li Wei", 8131, hashlib.sha256(NAME_SEAL.read_bytes()).hexdigest())])
+
+    def test_only_the_user_can_read_it(self):
+        self.assertEqual(self.directory.stat().st_mode & 0o777, 0o700)
+        for path in self.directory.iterdir():
+            self.assertEqual(path.stat().st_mode & 0o777, 0o600, path)
+
+    def test_a_backup_is_not_written_over_another(self):
+        self.expect(2, "backup", self.directory)
+
+    def test_restore_brings_everything_back(self):
+        before = self.stamps()
+        self.delete_all()
+        self.restore()
+        self.assertEqual(self.stamps(), before)
+
+    def test_what_is_there_is_skipped_without_a_password(self):
+        done = self.expect(0, "--json", "restore", self.directory)
+        result = json.loads(done.stdout)["result"]
+        self.assertEqual([one["name"] for one in result["present"]], ["公司印章", "Li Wei"])
+        self.assertEqual(result["appended"] + result["replaced"], [])
+
+    def test_a_stamp_of_the_same_name_is_replaced_only_with_replace(self):
+        before = self.stamps()
+        self.change(0, "update", "name:Li Wei", LARGE)
+        self.assertIn(b"--replace", self.restore(10).stderr)
+        self.assertNotEqual(self.stamps(), before)
+        self.restore(0, "--replace")
+        self.assertEqual(self.stamps(), before)
+
+    def test_other_stamps_stay(self):
+        self.delete_all()
+        self.append("Other", LARGE)
+        self.restore(0, "--replace")
+        self.assertEqual(sorted(self.stamps()), ["Li Wei", "Other", "公司印章"])
+
+    def test_a_full_device_gives_up_the_stamp_in_the_old_place_only_with_replace(self):
+        self.delete_all()
+        for i in range(5):
+            self.append(f"new {i}", NAME_SEAL)
+        self.restore(10)
+        self.assertNotIn("Li Wei", self.stamps())
+        self.restore(0, "--replace")
+        self.assertEqual(sorted(self.stamps()), ["Li Wei", "new 2", "new 3", "new 4", "公司印章"])
+
+    def test_another_device_may_be_named(self):
+        self.create_token("b", self.serial + "-B", 7)
+        self.softtoken("detach", "a")
+        self.expect(5, "restore", self.directory)
+        self.restore(0, "--device", self.serial + "-B")
+        self.assertEqual(sorted(self.stamps()), ["Li Wei", "公司印章"])
+
+    def test_the_manifest_is_verified_before_anything_is_written(self):
+        self.delete_all()
+        (self.directory / "stamp-2.png").write_bytes(b"x" * NAME_SEAL.stat().st_size)
+        self.restore(1)
+        self.assertEqual(self.stamps(), {})
+
+    def test_damaged_manifests_are_refused(self):
+        path = self.directory / "manifest.json"
+        whole = path.read_text()
+        for text in ("", "{}", whole[:-40], whole.replace("vemra-stamp backup", "other"),
+                     whole.replace('"version": 1', '"version": 2'),
+                     whole.replace("8130", '"a"')):
+            path.write_text(text)
+            self.restore(1)
+        path.write_text(whole.replace("stamp-1.png", "../../secret"))
+        self.assertIn(b"not in its directory", self.restore(2).stderr)
+        path.unlink()
+        self.restore(2)
+
+    def test_a_failure_after_the_first_is_a_partial_result(self):
+        self.delete_all()
+        self.fail_device("fail-from 3")
+        self.restore(10)
+        self.heal_device()
+        self.assertEqual(sorted(self.stamps()), ["公司印章"])

@@ -1,0 +1,184 @@
+"""What a person at a terminal sees and types."""
+
+import os
+import pty
+import select
+import signal
+import subprocess
+import termios
+import time
+
+from tool_case import COMPANY, NAME_SEAL, PASSWORD, TOOL, WRONG, ToolCase
+
+
+class Terminal:
+    """The tool on a pseudo-terminal: its controlling one, and its three streams."""
+
+    def __init__(self, environment, *arguments, output=None):
+        self.text = b""
+        self.side, other = pty.openpty()
+
+        def take_terminal():
+            os.setsid()
+            os.close(os.open(os.ttyname(other), os.O_RDWR))
+        self.process = subprocess.Popen(
+            [TOOL, *map(str, arguments)], env=environment, stdin=other,
+            stdout=other if output is None else output, stderr=other, preexec_fn=take_terminal)
+        os.close(other)
+
+    def read_some(self, seconds):
+        """False when nothing came, or nothing more will."""
+        if not select.select([self.side], [], [], seconds)[0]:
+            return False
+        try:
+            block = os.read(self.side, 65536)
+        except OSError:
+            block = b""
+        self.text += block
+        return bool(block)
+
+    def wait_for(self, text, seconds=60):
+        end = time.monotonic() + seconds
+        while text not in self.text and time.monotonic() < end:
+            self.read_some(0.1)
+        assert text in self.text, (text, self.text)
+        end_of_match = self.text.index(text) + len(text)
+        seen, self.text = self.text[:end_of_match], self.text[end_of_match:]
+        return seen
+
+    def type(self, text):
+        os.write(self.side, text.encode())
+
+    def echoes(self):
+        return bool(termios.tcgetattr(self.side)[3] & termios.ECHO)
+
+    def finish(self):
+        while self.read_some(60):
+            pass
+        code = self.process.wait(60)
+        os.close(self.side)
+        return code
+
+
+class Prompts(ToolCase):
+    def start(self, *arguments, **more):
+        return Terminal(self.environment, *arguments, **more)
+
+    def test_the_password_is_asked_without_echo(self):
+        tool = self.start("append", "--name", "Seal", COMPANY)
+        tool.wait_for(b"Password of " + self.serial.encode() + b" (type 3): ")
+        self.assertFalse(tool.echoes())
+        tool.type(PASSWORD + "\n")
+        self.assertEqual(tool.finish(), 0)
+        self.assertNotIn(PASSWORD.encode(), tool.text)
+        self.assertIn("Seal", self.stamps())
+
+    def test_prompts_do_not_reach_standard_output(self):
+        path = self.folder / "output"
+        with open(path, "wb") as output:
+            tool = self.start("verify-password", output=output)
+            tool.wait_for(b": ")
+            tool.type(PASSWORD + "\n")
+            self.assertEqual(tool.finish(), 0)
+        self.assertEqual(path.read_bytes(), b"right\n")
+
+    def test_a_wrong_password_may_be_tried_again(self):
+        tool = self.start("verify-password")
+        tool.wait_for(b": ")
+        tool.type(WRONG + "\n")
+        tool.wait_for(b"9 attempts left")
+        tool.wait_for(b": ")
+        tool.type(PASSWORD + "\n")
+        self.assertEqual(tool.finish(), 0)
+
+    def lower_attempts(self):
+        self.create_token("b", self.serial + "-B", 7, None, "--retries", "2")
+        tool = self.start("verify-password", "--device", self.serial + "-B")
+        tool.wait_for(b"): ")
+        tool.type(WRONG + "\n")
+        self.assertIn(b"1 attempt left", tool.wait_for(b"[y/N] "))
+        return tool
+
+    def test_the_last_attempt_needs_a_yes(self):
+        tool = self.lower_attempts()
+        tool.type("n\n")
+        self.assertEqual(tool.finish(), 3)
+        self.expect(0, "verify-password", "--device", self.serial + "-B", "--password-file",
+                    self.password_file)
+
+    def test_after_a_yes_the_last_attempt_is_made(self):
+        tool = self.lower_attempts()
+        tool.type("y\n")
+        tool.wait_for(b"): ")
+        tool.type(WRONG + "\n")
+        self.assertEqual(tool.finish(), 4)
+
+    def test_delete_asks_with_the_stamp_s_name(self):
+        self.append("Seal", COMPANY)
+        tool = self.start("delete", "name:Seal")
+        self.assertIn(b'"Seal" on', tool.wait_for(b"[y/N] "))
+        tool.type("n\n")
+        self.assertEqual(tool.finish(), 2)
+        tool = self.start("delete", "name:Seal", "--password-file", self.password_file)
+        tool.wait_for(b"[y/N] ")
+        tool.type("y\n")
+        self.assertEqual(tool.finish(), 0)
+        self.assertEqual(self.stamps(), {})
+
+    def test_no_input_never_asks(self):
+        self.append("Seal", COMPANY)
+        self.assertEqual(self.start("delete", "name:Seal", "--no-input").finish(), 2)
+        self.assertEqual(self.start("verify-password", "--no-input").finish(), 2)
+
+    def test_raw_bytes_are_never_written_to_a_terminal(self):
+        self.append("Seal", COMPANY)
+        for more in ([], ["-o", "-"]):
+            tool = self.start("export", "name:Seal", *more)
+            self.assertEqual(tool.finish(), 2)
+            self.assertIn(b"not for a terminal", tool.text)
+
+    def test_an_interrupt_at_the_prompt_restores_the_echo(self):
+        tool = self.start("verify-password")
+        tool.wait_for(b": ")
+        # Held open, so that the terminal outlives the tool.
+        keeper = os.open(f"/proc/{tool.process.pid}/fd/0", os.O_RDWR | os.O_NOCTTY)
+        self.addCleanup(os.close, keeper)
+        tool.type("\x03")
+        self.assertEqual(tool.process.wait(60), 130)
+        self.assertTrue(tool.echoes())
+        os.close(tool.side)
+
+    def test_the_end_of_input_at_the_prompt_is_no_password(self):
+        tool = self.start("verify-password")
+        tool.wait_for(b": ")
+        tool.type("\x04")
+        self.assertEqual(tool.finish(), 2)
+
+
+class Progress(ToolCase):
+    def test_what_takes_over_a_second_shows_it_and_erases_it(self):
+        self.fail_device("slow 900")
+        tool = Terminal(self.environment, "append", "--password-file", self.password_file,
+                        "--name", "Seal", NAME_SEAL)
+        self.assertEqual(tool.finish(), 0)
+        self.assertIn(b'writing "Seal" 1 s', tool.text)
+        self.assertIn(b"\r\x1b[K", tool.text)
+
+    def test_it_is_not_shown_when_quiet_or_without_a_terminal(self):
+        self.fail_device("slow 900")
+        tool = Terminal(self.environment, "append", "-q", "--password-file", self.password_file,
+                        "--name", "Seal", NAME_SEAL)
+        self.assertEqual(tool.finish(), 0)
+        self.assertNotIn(b"writing", tool.text)
+        done = self.change(0, "append", "--name", "Other", NAME_SEAL)
+        self.assertNotIn(b"writing", done.stderr)
+
+    def test_an_interrupt_waits_until_the_change_is_complete(self):
+        self.fail_device("slow 900")
+        tool = Terminal(self.environment, "append", "--password-file", self.password_file,
+                        "--name", "Seal", NAME_SEAL)
+        tool.wait_for(b"writing")
+        tool.process.send_signal(signal.SIGINT)
+        self.assertEqual(tool.finish(), 130)
+        self.heal_device()
+        self.assertIn("Seal", self.stamps())

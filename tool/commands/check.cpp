@@ -1,0 +1,166 @@
+#include <charconv>
+
+#include "commands/commands.h"
+#include "device_lock.h"
+#include "interruption.h"
+#include "mapping_check.h"
+#include "password_source.h"
+#include "progress.h"
+#include "recovery.h"
+#include "selector.h"
+#include "stamp_checks.h"
+
+namespace vemra::tool {
+
+namespace {
+
+struct check_options {
+    device_options device;
+    bool repair = false;
+    bool yes = false;
+    std::vector<std::string> names;
+};
+
+json _finding_json(const finding& one) {
+    return {{"kind", name_of(one.what)},
+            {"slot", one.slot == 0 ? json(nullptr) : json(one.slot)},
+            {"text", one.text}};
+}
+
+device_contents _check_one(context& run, const device_id& device) {
+    device_contents contents;
+    {
+        const progress shown(run.out, "checking " + describe(device));
+        contents = check_device(run.tokens(), device);
+    }
+    json entry{{"device", device_json(device)}, {"findings", json::array()}};
+    for (const finding& one : contents.findings) {
+        entry["findings"].push_back(_finding_json(one));
+        run.out.print(describe(device) + ": " + one.text + "\n");
+    }
+    if (contents.findings.empty())
+        run.out.print(describe(device) + ": in order\n");
+    else
+        run.code = exit_code::failed;
+    run.result["devices"].push_back(entry);
+    return contents;
+}
+
+// SLOT=NAME, each with a name that is fit for a new stamp.
+std::map<int, std::string> _given_names(const check_options& options) {
+    std::map<int, std::string> names;
+    for (const std::string& text : options.names) {
+        int slot = 0;
+        const auto parsed = std::from_chars(text.data(), text.data() + text.size(), slot);
+        if (parsed.ec != std::errc() || parsed.ptr == text.data() + text.size() ||
+            *parsed.ptr != '=') {
+            throw failure(exit_code::usage, "--name takes SLOT=NAME, as in --name 8131=Seal");
+        }
+        names[slot] = std::string(parsed.ptr + 1);
+        check_name(names[slot]);
+    }
+    return names;
+}
+
+bool _is_wanted(context& run, const check_options& options, const repair_plan& plan) {
+    std::string text = "The repair will:";
+    for (const std::string& step : plan.steps) {
+        text += "\n  " + step;
+    }
+    run.result["plan"] = plan.steps;
+    run.out.note(text);
+    return options.yes || confirm(run, "Repair?", "--yes");
+}
+
+// Every stamp that was readable must be so still, and the list must be the planned one.
+void _verify(context& run, const device_id& device, const repair_plan& plan,
+             const std::vector<stamp>& before, const std::string& kept) {
+    const bool is_planned = read_mapping(run.tokens(), device).entries == plan.mapping;
+    const std::vector<stamp> after = run.tokens().all_stamps(device);
+    std::string missing;
+    for (const stamp& one : before) {
+        if (one.data.empty()) continue;
+        const bool is_there = std::any_of(after.begin(), after.end(), [&](const stamp& other) {
+            return other.uuid == one.uuid && other.name == one.name && other.data == one.data;
+        });
+        if (!is_there) missing += "\n  " + describe(one) + " is not readable any more";
+    }
+    if (is_planned && missing.empty()) return;
+    throw failure(exit_code::check_failed,
+                  "the repaired list is not what was planned" + missing +
+                      "\nThe old record is kept in " + kept,
+                  {{"recovery", kept}});
+}
+
+void _write(context& run, const device_id& device, const device_contents& contents,
+            const repair_plan& plan) {
+    const std::vector<stamp> before = run.tokens().stamps(device).stamps;
+    recovery kept("mapping-record", contents.record.bytes);
+    const interruption::hold held;
+    try {
+        run.tokens().write_slot(device, mapping_slot, plan.record);
+    } catch (const failure& error) {
+        throw failure(exit_code::failed,
+                      std::string(error.what()) + "\nThe old record is kept in " + kept.path(),
+                      {{"recovery", kept.path()}});
+    }
+    _verify(run, device, plan, before, kept.path());
+    kept.discard();
+}
+
+void _repair(context& run, const check_options& options) {
+    const std::map<int, std::string> names = _given_names(options);
+    const device_id device = run.tokens().find_device(options.device.serial, options.device.type);
+    const device_lock lock(device, device_lock::kind::exclusive, run.options.timeout);
+    const device_contents contents = _check_one(run, device);
+    const repair_plan plan = plan_repair(run.tokens(), contents, names);
+    run.result["repaired"] = false;
+    if (plan.steps.empty()) {
+        run.out.note("nothing to repair");
+        return;
+    }
+    if (!_is_wanted(run, options, plan)) throw failure(exit_code::usage, "nothing was changed");
+    verify_password(run, device);
+    _write(run, device, contents, plan);
+    run.result["repaired"] = true;
+    const bool is_left = !check_device(run.tokens(), device).findings.empty();
+    run.code = is_left ? exit_code::partial : exit_code::done;
+    run.out.note(is_left ? "repaired, verified; some findings remain" : "repaired, verified");
+}
+
+void _check(context& run, const check_options& options) {
+    run.result["devices"] = json::array();
+    if (options.repair) {
+        _repair(run, options);
+        return;
+    }
+    for (const device_id& device : run.tokens().devices()) {
+        if (!options.device.serial.empty() && device.serial != options.device.serial) continue;
+        if (options.device.type != -1 && device.type != options.device.type) continue;
+        const device_lock lock(device, device_lock::kind::shared, run.options.timeout);
+        _check_one(run, device);
+    }
+    // Tells which devices there are when none was meant.
+    if (run.result["devices"].empty()) {
+        run.tokens().find_device(options.device.serial, options.device.type);
+    }
+}
+
+}  // namespace
+
+void add_check(CLI::App& program, context& run) {
+    auto options = std::make_shared<check_options>();
+    CLI::App* command =
+        program.add_subcommand("check", "Compare the list on a device with its slots");
+    add_device_options(*command, options->device);
+    CLI::Option* repair = command->add_flag("--repair", options->repair, "Mend the list");
+    command->add_option("--name", options->names, "Name for the unlisted bytes in a slot")
+        ->type_name("SLOT=NAME")
+        ->expected(1)
+        ->take_all()
+        ->needs(repair);
+    command->add_flag("--yes", options->yes, "Do not ask")->needs(repair);
+    command->callback([&run, options] { _check(run, *options); });
+}
+
+}  // namespace vemra::tool

@@ -1,0 +1,43 @@
+#include "commands/commands.h"
+#include "file.h"
+#include "html.h"
+#include "progress.h"
+
+namespace vemra::tool {
+
+namespace {
+
+struct sheet_options {
+    std::string file;
+    bool force = false;
+};
+
+stamp_list _read(context& run) {
+    const progress shown(run.out, "reading stamps");
+    return run.tokens().stamps();
+}
+
+void _sheet(context& run, const sheet_options& options) {
+    const stamp_list list = _read(run);
+    warn_of_errors(run);
+    write_file(options.file, make_sheet(list.stamps),
+               options.force ? existing::replace : existing::keep);
+    run.result["file"] = options.file;
+    run.result["stamps"] = list.stamps.size();
+    run.out.note("look at " + options.file + " in a browser");
+}
+
+}  // namespace
+
+void add_sheet(CLI::App& program, context& run) {
+    auto options = std::make_shared<sheet_options>();
+    CLI::App* command =
+        program.add_subcommand("sheet", "Make a page that shows every stamp's picture");
+    command->add_option("-o,--output", options->file, "The page to write")
+        ->required()
+        ->type_name("FILE.html");
+    command->add_flag("--force", options->force, "Replace a page that exists");
+    command->callback([&run, options] { _sheet(run, *options); });
+}
+
+}  // namespace vemra::tool
