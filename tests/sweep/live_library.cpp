@@ -1,6 +1,7 @@
 #include "sweep/live_library.h"
 
 #include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <exception>
 
@@ -48,9 +49,24 @@ std::string _normalised(const std::string& line) {
 }
 
 /** Runs one exported function and keeps what its caller sees. */
+const stream_capture* open_capture = nullptr;
+std::function<void(const seen_call&)> end_watcher;
+
+[[noreturn]] void _tell_end() {
+    allocation_faults_exempt(1);
+    allocation_faults::stop();
+    seen_call seen;
+    seen.has_ended = true;
+    seen.met_shortage = true;
+    seen.lines = normalised_trace(open_capture->lines());
+    end_watcher(seen);
+    std::abort();
+}
+
 template <typename Work>
 seen_call _watched(Work work) {
     const stdout_capture captured;
+    open_capture = &captured;
     seen_call seen;
     try {
         const counted_scope counted;
@@ -58,12 +74,19 @@ seen_call _watched(Work work) {
     } catch (const std::exception& error) {
         seen.escaped = error.what();
     }
+    seen.met_shortage = allocation_faults::fired();
+    allocation_faults::stop();
     seen.lines = normalised_trace(captured.lines());
     seen.last_status = VemraAppStampGetLastError();
     return seen;
 }
 
 }  // namespace
+
+void watch_end(const std::function<void(const seen_call&)>& watcher) {
+    end_watcher = watcher;
+    std::set_terminate(_tell_end);
+}
 
 counted_scope::counted_scope() {
     allocation_faults_exempt(-1);
@@ -128,7 +151,7 @@ seen_call live_library::list() {
         set = VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_ANY, nullptr, 0, -1);
         return 0;
     });
-    seen.status = seen.last_status;
+    if (!seen.escaped) seen.status = seen.last_status;
     take_all(set, seen);
     return seen;
 }
@@ -143,6 +166,9 @@ seen_call live_library::own_device() {
         const stdout_capture unseen;
         seen.owner_serial = std::string(serial, length);
         VemraAppStampFreeMemory(serial);
+    }
+    if (serial == nullptr && length != 0) {
+        seen.owner_serial = "no memory for " + std::to_string(length);
     }
     seen.owner_type = type;
     return seen;

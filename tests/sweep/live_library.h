@@ -1,7 +1,9 @@
 #ifndef SWEEP_LIVE_LIBRARY_H
 #define SWEEP_LIVE_LIBRARY_H
 
+#include <functional>
 #include <string>
+#include <vector>
 
 #include "sweep/stamp_library.h"
 #include "vemra_app_stamp.h"
@@ -28,6 +30,12 @@ private:
 
     VEMRA_APP_STAMP_RECORD* first_ = nullptr;
 };
+
+/**
+ * When the library ends the process, what was seen until then is given to the watcher, which does
+ * not return.
+ */
+void watch_end(const std::function<void(const seen_call&)>& watcher);
 
 /** Allocations count, and can be failed, only inside such a scope. */
 class counted_scope {

@@ -66,16 +66,22 @@ model_handle::~model_handle() {
 }
 
 void model_handle::load() {
+    model_memory& memory = library_.memory;
     if (library_.keypair_count(*this) < 1) return;
-    has_keypair_object_ = true;
     has_keypair_ = library_.get_keypair(*this);
+    has_keypair_object_ = true;
+    memory.step();
+    memory.require_memory();
     const std::string keypair = has_keypair_ ? name() + "/key 0" : "null";
     const int count = library_.certificate_count(keypair, *this);
     for (int i = 0; i < count; ++i) {
         bool has_certificate = false;
         if (library_.get_certificate(keypair, i, has_certificate) != 1) continue;
         certificates_.push_back(has_certificate);
+        memory.step();
+        memory.require_memory();
     }
+    memory.step();
 }
 
 long model_handle::blocks() const {
@@ -94,6 +100,12 @@ void model_devices::plan_next(const planned_disturbance& next) {
 }
 
 model_devices::effect model_devices::enter(const std::string& line) {
+    memory.step();
+    return note(line);
+}
+
+// Calls between which nothing is allocated: they release, or add to a digest.
+model_devices::effect model_devices::note(const std::string& line) {
     if (has_ended_) throw process_end();
     calls.push_back(line);
     ++count_;
@@ -103,8 +115,7 @@ model_devices::effect model_devices::enter(const std::string& line) {
     has_struck_ = true;
     ends_after_this_ = plan.what == disturbance::cut_after;
     if (plan.what == disturbance::cut_before) {
-        has_ended_ = true;
-        throw process_end();
+        end_process();
     }
     if (ends_after_this_) return {true, false, 0};
     const bool works = plan.what == disturbance::answer_lost;
@@ -112,14 +123,21 @@ model_devices::effect model_devices::enter(const std::string& line) {
 }
 
 void model_devices::leave() {
-    if (!ends_after_this_) return;
+    if (ends_after_this_) end_process();
+}
+
+void model_devices::end_process() {
     has_ended_ = true;
     throw process_end();
 }
 
 template <typename Work>
 int model_devices::status_call(const std::string& line, Work work) {
-    const effect now = enter(line);
+    return answer(enter(line), work);
+}
+
+template <typename Work>
+int model_devices::answer(const effect& now, Work work) {
     int status = now.works ? work() : 1;
     if (now.fails) status = now.code;
     if (status != 1) last_error = status;
@@ -205,7 +223,7 @@ void model_devices::release(const std::string& function, const std::string& what
         --live_handles;
     }
     try {
-        const effect now = enter(function + "(" + what + ")");
+        const effect now = note(function + "(" + what + ")");
         const bool is_disturbed = now.fails || !now.works;
         if (is_disturbed) last_error = plan.code;
         if (!is_disturbed && what == "null") last_error = bad_handle;
@@ -312,21 +330,28 @@ bool model_devices::digest(const model_handle& handle, const std::vector<std::st
         return false;
     }
     std::string input;
+    int status = 1;
     for (const std::string& piece : pieces) {
-        const int status = status_call("VemraPKICryptoHashUpdate(hash, " + _shown(piece) + ", " +
-                                           std::to_string(piece.size()) + ")",
-                                       [&] {
-                                           input += piece;
-                                           return 1;
-                                       });
+        const effect now = note("VemraPKICryptoHashUpdate(hash, " + _shown(piece) + ", " +
+                                std::to_string(piece.size()) + ")");
+        status = answer(now, [&] {
+            input += piece;
+            return 1;
+        });
         if (status == 1) continue;
         complaint =
             "Unable to update bytes to hash handle, vemra errcode: " + std::to_string(status) + ".";
-        release("VemraPKICryptoFreeHash", "hash");
-        return false;
+        break;
     }
+    if (status == 1) status = finish_digest(input, digest, complaint);
+    release("VemraPKICryptoFreeHash", "hash");
+    return status == 1;
+}
+
+int model_devices::finish_digest(const std::string& input, std::string& digest,
+                                 std::string& complaint) {
     bool is_given = false;
-    const int status = status_call("VemraPKICryptoHashFinal(hash, null, 0)", [&] {
+    const int status = answer(note("VemraPKICryptoHashFinal(hash, null, 0)"), [&] {
         is_given = true;
         return 1;
     });
@@ -334,9 +359,8 @@ bool model_devices::digest(const model_handle& handle, const std::vector<std::st
         complaint = "Unable to finish hash, vemra errcode: " + std::to_string(status) + ".";
     }
     if (is_given) release("VemraPKICryptoFreeMemory", "digest");
-    release("VemraPKICryptoFreeHash", "hash");
     if (is_given && status == 1) digest = _fnv(input);
-    return status == 1;
+    return status;
 }
 
 std::string model_devices::failure_text(int code) {
@@ -347,6 +371,7 @@ std::string model_devices::failure_text(int code) {
         {17, "scripted failure"},         {locked, "locked"}};
     enter("VemraPKIGetErrorMsg(" + std::to_string(code) + ")");
     leave();
+    memory.step();
     const auto found = texts.find(code);
     const std::string text = found == texts.end() ? "unknown error" : found->second;
     return text + "(" + std::to_string(code);

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "sweep/model_memory.h"
+
 /* What devices must be asked and what they answer, told once more for the sweeps. */
 
 /** What happens at the planned call of the device library. */
@@ -75,6 +77,7 @@ public:
     std::vector<std::shared_ptr<model_device>> attached;
     std::string password = "12345678";
     planned_disturbance plan;
+    model_memory memory;
     std::vector<std::string> calls;
     int last_error = 0;
     /** Handles that were made, but lost on the way to the caller. */
@@ -109,6 +112,8 @@ public:
     /** The text of a failure as log lines show it. */
     std::string failure_text(int code);
     int ask_last_error();
+    /** Nothing happens any more. */
+    [[noreturn]] void end_process();
 
 private:
     struct effect {
@@ -116,8 +121,12 @@ private:
         bool fails;
         int code;
     };
+    int finish_digest(const std::string& input, std::string& digest, std::string& complaint);
     effect enter(const std::string& line);
+    effect note(const std::string& line);
     void leave();
+    template <typename Work>
+    int answer(const effect& now, Work work);
     template <typename Work>
     int status_call(const std::string& line, Work work);
     template <typename Work>

@@ -63,36 +63,73 @@ seen_call model_library::call(const std::string& function, Work work) {
     lines_.clear();
     stamps_.clear();
     seen_call seen;
-    verbose(">>>> " + function);
+    bool is_entered = false;
     try {
-        last_status = seen.status = work();
+        verbose(">>>> " + function);
+        is_entered = true;
+        seen.status = work();
+        devices_.memory.step();
+        last_status = seen.status;
     } catch (const device_failure& failure) {
         seen.escaped = failure.text;
+        stamps_.clear();
+    } catch (const process_end&) {
+        return ended();
     }
-    verbose("<<<< " + function);
+    try {
+        if (is_entered) verbose("<<<< " + function);
+    } catch (const device_failure&) {
+        return ended();
+    }
     seen.last_status = last_status;
     seen.lines = lines_;
     seen.stamps = stamps_;
     return seen;
 }
 
+seen_call model_library::ended() const {
+    seen_call seen;
+    seen.has_ended = true;
+    seen.lines = lines_;
+    return seen;
+}
+
 void model_library::verbose(const std::string& message) {
+    devices_.memory.step();
     lines_.push_back(" [VERBOSE]  [" + function_ + "] " + message);
 }
 
 void model_library::error(const std::string& message, const std::string& file,
                           const std::string& function) {
+    devices_.memory.step();
     lines_.push_back(" [ERROR]    [" + (function.empty() ? function_ : function) + "] " + message +
                      " (src/core/" + file + ":N)");
 }
 
-model_library::handles model_library::enumerate() {
+bool model_library::enumerate(handles& found, const std::string& complaint) {
+    try {
+        found = all_handles();
+        devices_.memory.step();
+    } catch (const device_failure& failure) {
+        error(complaint + ", because: " + failure.text + ".");
+        return false;
+    }
+    devices_.memory.step();
+    if (found.empty()) error("No device.");
+    return !found.empty();
+}
+
+model_library::handles model_library::all_handles() {
     handles result;
     if (!devices_.list_devices()) return result;
     const int count = devices_.device_count();
     for (int i = 0; i < count; ++i) {
-        result.push_back(devices_.get_device(i));
-        result.back()->load();
+        const handle_ptr handle = devices_.get_device(i);
+        devices_.memory.step();
+        devices_.memory.require_memory();
+        handle->load();
+        devices_.memory.step();
+        result.push_back(handle);
     }
     return result;
 }
@@ -120,10 +157,12 @@ bool model_library::read_mapping(model_handle& handle, mapping& entries) {
     std::string record;
     try {
         record = object(handle).bytes(mapping_slot);
+        devices_.memory.step();
     } catch (const device_failure& failure) {
         error("Unable to get stamp info from 8127, because: " + failure.text + ".");
         return false;
     }
+    devices_.memory.step();
     entries = parsed(record);
     return true;
 }
@@ -149,7 +188,15 @@ void model_library::list_entry(const handle_ptr& handle, int slot, const std::st
         return;
     }
     verbose("uuid: " + model_hex(uuid, ""));
+    if (!devices_.memory.has_memory()) {
+        error("Unable to construct an image stamp object.");
+        return;
+    }
+    devices_.memory.step();
     stamps_.push_back({uuid, name, data});
+    devices_.memory.step();
+    if (known_.count(uuid) != 0 || !devices_.memory.has_memory()) return;
+    devices_.memory.step();
     known_.emplace(uuid, place{handle, slot});
 }
 
@@ -161,6 +208,7 @@ void model_library::list_device(const handle_ptr& handle) {
     object(*handle).type_of();
     const std::string serial = object(*handle).serial_of();
     if (object(*handle).length(mapping_slot) == 0) {
+        devices_.memory.step();
         lines_.push_back(" [DEBUG]    [" + function_ + "] No image stamp in device: " + serial +
                          ".");
         return;
@@ -169,25 +217,33 @@ void model_library::list_device(const handle_ptr& handle) {
         list_entry(handle, static_cast<int>(slot), name);
 }
 
+// A stamp that could not be remembered can be listed, but not be taken.
+void model_library::take_all() {
+    for (seen_stamp& stamp : stamps_)
+        if (known_.count(stamp.uuid) == 0) stamp = {"not taken", {}, {}};
+    const auto first = stamps_.empty() ? known_.end() : known_.find(stamps_.front().uuid);
+    if (first != known_.end()) first_owner_ = first->second.owner;
+}
+
 seen_call model_library::list() {
     return call("VemraAppStampGetAllStamps", [&] {
         verbose("Input `type`            : -1");
         verbose("Input `device_sn`       : (null)");
         verbose("Input `device_sn_length`: 0");
         verbose("Input `device_type`     : -1");
-        const handles found = enumerate();
-        if (found.empty()) {
-            error("No device.");
-            return 0;
-        }
+        handles found;
+        if (!enumerate(found, "Unable to load devices")) return 0;
+        if (!devices_.memory.has_memory()) return -3;
+        devices_.memory.step();
         for (const handle_ptr& handle : found) {
             try {
                 list_device(handle);
+                devices_.memory.step();
             } catch (const device_failure& failure) {
                 error(failure.text);
             }
         }
-        if (!stamps_.empty()) first_owner_ = known_.at(stamps_.front().uuid).owner;
+        take_all();
         return 1;
     });
 }
@@ -204,12 +260,16 @@ seen_call model_library::own_device() {
             const std::string asked = object(*first_owner_).serial_of();
             type = object(*first_owner_).type_of();
             serial = asked;
-            return 1;
         } catch (const device_failure& failure) {
             error("Unable to get device info from this stamp, because: " + failure.text + ".");
             return 0;
         }
+        if (!serial.empty() && !devices_.memory.has_memory()) {
+            serial = "no memory for " + std::to_string(serial.size());
+        }
+        return 1;
     });
+    if (seen.status != 1) return seen;
     seen.owner_serial = serial;
     seen.owner_type = type;
     return seen;
@@ -226,9 +286,11 @@ void model_library::verify(model_handle& handle, const char* password) {
 
 int model_library::write_both(model_handle& handle, int slot, const new_stamp& stamp,
                               const mapping& entries, const std::string& complaint) {
+    const std::string record = model_record(entries);
+    devices_.memory.step();
     try {
         object(handle).store(slot, stamp.data);
-        object(handle).store(mapping_slot, model_record(entries));
+        object(handle).store(mapping_slot, record);
     } catch (const device_failure& failure) {
         error(complaint + ", because: " + failure.text + ".");
         return 0;
@@ -244,11 +306,8 @@ seen_call model_library::append(const std::string& serial, int type, const char*
         verbose("Input `device_type`     : " + std::to_string(type));
         verbose("Input `password`        : " + _shown(password));
         verbose("Input `stamp`           : PTR");
-        const handles found = enumerate();
-        if (found.empty()) {
-            error("No device.");
-            return 0;
-        }
+        handles found;
+        if (!enumerate(found, "Unable to get any crypto device")) return 0;
         handle_ptr owner;
         for (const handle_ptr& handle : found) {
             if (handle->device() == nullptr) error("Bad device pointer.");
@@ -294,6 +353,20 @@ seen_call model_library::update(const std::string& uuid, const char* password,
     });
 }
 
+bool model_library::forget_entry(model_handle& handle, int slot) {
+    mapping entries;
+    if (!read_mapping(handle, entries)) return false;
+    entries.erase(static_cast<unsigned int>(slot));
+    devices_.memory.step();
+    try {
+        object(handle).store(mapping_slot, model_record(entries));
+    } catch (const device_failure& failure) {
+        error("Unable to delete stamp info from 8127, because: " + failure.text + ".");
+        return false;
+    }
+    return true;
+}
+
 seen_call model_library::remove(const std::string& uuid, const char* password) {
     return call("VemraAppStampDeleteStamp", [&] {
         verbose("Input `uuid`     : " + model_hex(uuid, ""));
@@ -301,22 +374,22 @@ seen_call model_library::remove(const std::string& uuid, const char* password) {
         verbose("Input `password` : " + _shown(password));
         const place& at = known_.at(uuid);
         verify(*at.owner, password);
-        std::string complaint =
-            "Unable to get stamp data from " + std::to_string(at.slot) + ", because: ";
+        std::string data;
         try {
-            if (!_is_sealed(object(*at.owner).bytes(at.slot))) {
-                mapping entries;
-                if (!read_mapping(*at.owner, entries)) return 0;
-                entries.erase(static_cast<unsigned int>(at.slot));
-                complaint = "Unable to delete stamp info from 8127, because: ";
-                object(*at.owner).store(mapping_slot, model_record(entries));
-            }
-            complaint = "Unable to delete stamp, because: ";
-            object(*at.owner).erase(at.slot);
-            return 1;
+            data = object(*at.owner).bytes(at.slot);
+            devices_.memory.step();
         } catch (const device_failure& failure) {
-            error(complaint + failure.text + ".");
+            error("Unable to get stamp data from " + std::to_string(at.slot) +
+                  ", because: " + failure.text + ".");
             return 0;
         }
+        if (!_is_sealed(data) && !forget_entry(*at.owner, at.slot)) return 0;
+        try {
+            object(*at.owner).erase(at.slot);
+        } catch (const device_failure& failure) {
+            error("Unable to delete stamp, because: " + failure.text + ".");
+            return 0;
+        }
+        return 1;
     });
 }

@@ -43,13 +43,17 @@ private:
     void error(const std::string& message, const std::string& file = "VEMRA_APP_STAMP.cpp",
                const std::string& function = {});
 
-    handles enumerate();
+    bool enumerate(handles& found, const std::string& complaint);
+    handles all_handles();
+    void take_all();
+    seen_call ended() const;
     void list_device(const handle_ptr& handle);
     void list_entry(const handle_ptr& handle, int slot, const std::string& name);
     std::string uuid_of(model_handle& handle, int slot);
     void verify(model_handle& handle, const char* password);
 
     model_object object(model_handle& handle) { return {devices_, handle}; }
+    bool forget_entry(model_handle& handle, int slot);
     bool read_mapping(model_handle& handle, mapping& entries);
     mapping parsed(const std::string& record);
     int write_both(model_handle& handle, int slot, const new_stamp& stamp, const mapping& entries,

@@ -8,7 +8,13 @@ constexpr std::size_t short_text = 15;
 }  // namespace
 
 void model_object::fail(int code, int line) {
-    const std::string text = devices_.failure_text(code);
+    std::string text;
+    try {
+        text = devices_.failure_text(code);
+    } catch (const device_failure&) {
+        // The exception cannot be made, and its constructor does not throw.
+        devices_.end_process();
+    }
     throw device_failure{text + ". (at src/vemra_crypto_cpp/device:" + std::to_string(line)};
 }
 
@@ -34,7 +40,7 @@ int model_object::length(int slot) {
 
 std::string model_object::bytes(int slot) {
     const int size = length(slot);
-    if (size == 0) return {};
+    if (size == 0 || !devices_.memory.has_memory()) return {};
     std::string result;
     const int status = devices_.read(handle_, slot, size, result);
     if (status != 1) fail(status, 176);

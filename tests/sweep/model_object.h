@@ -5,11 +5,6 @@
 
 #include "sweep/model_devices.h"
 
-/** A failure of the device library as the device layer tells it. */
-struct device_failure {
-    std::string text;
-};
-
 /** One device as the device layer uses it: what is asked, in which order, and what is put back. */
 class model_object {
 public:

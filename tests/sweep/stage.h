@@ -19,7 +19,12 @@
  */
 class stage {
 public:
+    /** Without the live side the shared object is never called. */
+    enum class sides { both, model };
+
     stage();
+    /** With serial numbers of one's choice, counted upwards. */
+    stage(int number, sides which);
 
     /** Slots of A, by number. */
     void fill(const std::map<int, std::string>& slots);
@@ -36,6 +41,9 @@ public:
     /** Lets both sides do the same and compares all that can be seen. */
     seen_call compare(const std::function<seen_call(stamp_library&)>& act);
 
+    void expect_same(const seen_call& seen, const seen_call& due);
+    /** Slots of B and of A in the fake, by number. */
+    std::vector<std::map<int, std::string>> fake_slots() const;
     /** Compares what the library still owns, once nothing of what it gave out is left. */
     void compare_memory();
 
@@ -48,11 +56,11 @@ public:
     live_library live;
 
 private:
-    void add_device(const std::string& label, int certificates);
+    void add_device(const std::string& label, int number, int certificates);
     void fill_device(std::size_t index, int slot, const std::string& bytes);
-    void compare_devices() const;
 
     std::vector<std::string> uuids_;
+    bool is_live_;
     long blocks_before_;
 };
 

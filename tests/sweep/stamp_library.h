@@ -21,6 +21,10 @@ struct seen_call {
     int last_status = 0;
     /** The text of the exception that left the call. */
     std::optional<std::string> escaped;
+    /** The process ended, because the exit line could not be made. */
+    bool has_ended = false;
+    /** An allocation was made to fail. */
+    bool met_shortage = false;
     /** The trace, normalised. */
     std::vector<std::string> lines;
     std::vector<seen_stamp> stamps;
