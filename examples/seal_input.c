@@ -3,6 +3,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -85,18 +86,31 @@ static int read_line(char* buffer, size_t size) {
     return feof(stdin) != 0;
 }
 
+/* A signal between hiding and showing would leave the person with a terminal that shows nothing. */
+static void hold_signals(sigset_t* before) {
+    sigset_t held;
+    sigemptyset(&held);
+    sigaddset(&held, SIGINT);
+    sigaddset(&held, SIGTERM);
+    sigaddset(&held, SIGTSTP);
+    sigprocmask(SIG_BLOCK, &held, before);
+}
+
 int read_password(char* buffer, size_t size) {
     struct termios visible;
     struct termios hidden;
+    sigset_t signals;
     int is_read = 0;
     if (tcgetattr(STDIN_FILENO, &visible) != 0) return read_line(buffer, size);
 
     hidden = visible;
     hidden.c_lflag &= ~(tcflag_t)ECHO;
     fputs("Password of the token: ", stderr);
+    hold_signals(&signals);
     tcsetattr(STDIN_FILENO, TCSAFLUSH, &hidden);
     is_read = read_line(buffer, size);
     tcsetattr(STDIN_FILENO, TCSAFLUSH, &visible);
+    sigprocmask(SIG_SETMASK, &signals, NULL);
     fputs("\n", stderr);
     return is_read;
 }

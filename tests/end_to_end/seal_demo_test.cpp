@@ -98,6 +98,33 @@ TEST_F(seal_demo, the_sixth_seal_does_not_fit_on_a_token) {
     EXPECT_EQ(list().size(), 5u);
 }
 
+TEST_F(seal_demo, a_picture_that_does_not_fit_leaves_what_was_there) {
+    make_token("small", "SN-S", 1, {"--capacity", "100000"});
+    store("SN-S", 1, "Seal", "name_seal.png");
+    const std::string uuid = uuid_of("Seal");
+
+    const outcome stored = seal({"store", "SN-S", "1", "More", SEAL_PICTURES "/company_seal.png"});
+    const outcome replaced = seal({"replace", uuid, "Seal", SEAL_PICTURES "/large_seal.png"});
+
+    EXPECT_EQ(stored.exit_code, 1);
+    EXPECT_EQ(replaced.exit_code, 1);
+    ASSERT_EQ(list().size(), 1u);
+    EXPECT_TRUE(saved(uuid) == picture("name_seal.png"));
+}
+
+TEST_F(seal_demo, seals_are_kept_whatever_a_login_counts_for) {
+    for (const std::string scope : {"process", "handle", "none"}) {
+        make_token(scope, "SN-" + scope, 1, {"--login", scope});
+        store("SN-" + scope, 1, scope, "name_seal.png");
+        const std::string uuid = uuid_of(scope);
+
+        EXPECT_EQ(seal({"replace", uuid, scope, SEAL_PICTURES "/company_seal.png"}).exit_code, 0);
+        EXPECT_TRUE(saved(uuid) == picture("company_seal.png"));
+        EXPECT_EQ(seal({"remove", uuid}).exit_code, 0);
+    }
+    EXPECT_TRUE(list().empty());
+}
+
 TEST_F(seal_demo, names_that_would_be_lost_are_refused) {
     for (const char* name : {"", "Sales & Service", "East||West", "two\nlines", "bell\a",
                              "next\xc2\x85line", "delete\x7f"}) {
