@@ -27,6 +27,10 @@ void check_unused(const std::vector<stamp>& stamps, const std::string& name) {
 }
 
 void check_picture(context& run, const std::string& data, bool any_data) {
+    if (run.tokens().is_sealed(data)) {
+        throw failure(exit_code::usage,
+                      "these bytes mark a sealed slot and would not be listed as a stamp");
+    }
     const picture seen = look_at(data);
     if (!any_data && (!seen.is_image() || seen.is_damaged)) {
         throw failure(exit_code::usage,

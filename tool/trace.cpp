@@ -21,6 +21,8 @@ namespace {
 
 constexpr std::string_view mask = "********";
 constexpr std::string_view error_prefix = " [ERROR] ";
+// A message can quote a whole damaged record; people need its beginning.
+constexpr std::size_t longest_message = 500;
 
 // Ours, so that it can be overwritten: what the library prints passes through it.
 std::array<char, 65536> g_stdout_buffer;
@@ -43,6 +45,7 @@ std::string _message_of(std::string_view line) {
     if (start != std::string::npos) text.erase(0, start + 2);
     const std::size_t position = text.rfind(" (");
     if (position != std::string::npos) text.erase(position);
+    if (text.size() > longest_message) text.replace(longest_message, std::string::npos, "...");
     return text;
 }
 

@@ -54,6 +54,18 @@ class Append(ToolCase):
         damaged = self.write("damaged.png", COMPANY.read_bytes()[:5000])
         self.assertIn(b"damaged", self.change(2, "append", "--name", "D", damaged).stderr)
 
+    def test_bytes_that_mark_a_sealed_slot_are_refused(self):
+        for content in (b"VemraSeal", b"VemraSeal\0"):
+            self.change(2, "append", "--any-data", "--name", "S", self.write("s", content))
+
+    def test_tokens_of_every_login_scope_are_written(self):
+        for scope in ("handle", "none"):
+            serial = self.serial + "-" + scope
+            self.create_token(scope, serial, 7, None, "--login", scope)
+            self.change(0, "append", "--device", serial, "--name", scope, COMPANY)
+            self.raw_slot("write", 8133, b"bytes", serial)
+            self.change(0, "check", "--repair", "--yes", "--device", serial)
+
     def test_more_than_16_mib_and_nothing_at_all_are_refused(self):
         large = self.write("large", b"x" * (16 * 1024 * 1024 + 1))
         self.change(2, "append", "--any-data", "--name", "L", large)

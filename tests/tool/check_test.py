@@ -74,6 +74,12 @@ class Check(ToolCase):
             self.repair()
             self.assertEqual(list(self.stamps()), ["recovered-8130"])
 
+    def test_a_huge_malformed_record_is_told_in_few_words(self):
+        self.raw_slot("write", 8127, mapping_record(b"x" * 1000000))
+        done = self.expect(1, "check")
+        self.assertLess(len(done.stdout), 2000)
+        self.repair()
+
     def test_sealed_bytes_are_told_and_left_alone(self):
         self.raw_slot("write", 8130, b"VemraSeal")
         self.assertEqual(self.kinds(), [("sealed-bytes", 8130)])

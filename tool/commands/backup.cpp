@@ -17,10 +17,14 @@ struct backup_options {
     std::string directory;
 };
 
-archive _collect(context& run, const device_id& device) {
+std::vector<stamp> _read(context& run, const device_id& device) {
     const progress shown(run.out, "reading " + describe(device));
+    return run.tokens().stamps(device).stamps;
+}
+
+archive _collect(context& run, const device_id& device) {
     archive kept{device, {}};
-    const std::vector<stamp> stamps = run.tokens().stamps(device).stamps;
+    const std::vector<stamp> stamps = _read(run, device);
     warn_of_errors(run);
     const std::vector<int> slots = read_mapping(run.tokens(), device).listed_slots();
     for (std::size_t i = 0; i < stamps.size(); ++i) {

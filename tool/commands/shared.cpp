@@ -8,7 +8,7 @@ namespace vemra::tool {
 void add_device_options(CLI::App& command, device_options& device) {
     command.add_option("--device", device.serial, "Serial number of the device")->type_name("SN");
     command.add_option("--device-type", device.type, "Type of the device")
-        ->check(CLI::NonNegativeNumber)
+        ->check(CLI::NonNegativeNumber.description(""))
         ->type_name("N");
 }
 
