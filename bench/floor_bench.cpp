@@ -25,21 +25,16 @@ struct result_files {
 
 void _report(const char* operation, std::size_t size, const std::vector<bench::sample_pair>& pairs,
              result_files& files) {
-    std::vector<double> library;
-    std::vector<double> floor;
-    std::vector<double> ratios;
     for (const bench::sample_pair& pair : pairs) {
-        library.push_back(pair.library);
-        floor.push_back(pair.floor);
-        ratios.push_back(pair.library / pair.floor);
         files.samples << operation << '\t' << size << '\t' << pair.library << '\t' << pair.floor
                       << '\n';
     }
-    const double ratio = bench::median(ratios);
+    const double ratio = bench::median_ratio(pairs);
+    const bench::sample_pair typical = bench::medians(pairs);
     files.ratios << operation << '\t' << size << '\t' << ratio << '\n';
-    std::fprintf(files.table, "%-14s %8s %12.1f %12.1f %7.3f %7zu\n", operation,
-                 bench::size_text(size).c_str(), bench::median(library), bench::median(floor),
-                 ratio, pairs.size());
+    std::fprintf(files.table, "%-14s %8s %12.2f %12.2f %7.3f %7zu\n", operation,
+                 bench::size_text(size).c_str(), typical.library, typical.floor, ratio,
+                 pairs.size());
 }
 
 void _measure(std::size_t size, double seconds, result_files& files) {

@@ -42,22 +42,7 @@ public:
     library_program(const library_program&) = delete;
     library_program& operator=(const library_program&) = delete;
 
-    void list_and_take() override {
-        VEMRA_APP_STAMP_SET_HANDLE set =
-            VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_ANY, nullptr, 0, -1);
-        unsigned int count = 0;
-        VemraAppStampGetStampCount(set, &count);
-        require(count >= stamps_per_device, "too few stamps");
-        for (unsigned int i = 0; i < count; ++i) {
-            unsigned char* uuid = nullptr;
-            unsigned int uuid_size = 0;
-            VEMRA_APP_STAMP_RECORD* record = nullptr;
-            VemraAppStampGetStamp(set, i, &uuid, &uuid_size, &record);
-            VemraAppStampFreeMemory(uuid);
-            _release(record);
-        }
-        VemraAppStampFreeStamps(set);
-    }
+    void list_and_take() override { list_and_take_once(); }
 
     void read_type() override {
         int type = 0;
@@ -114,6 +99,23 @@ private:
 };
 
 }  // namespace
+
+void list_and_take_once() {
+    VEMRA_APP_STAMP_SET_HANDLE set =
+        VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_ANY, nullptr, 0, -1);
+    unsigned int count = 0;
+    VemraAppStampGetStampCount(set, &count);
+    require(count >= stamps_per_device, "too few stamps");
+    for (unsigned int i = 0; i < count; ++i) {
+        unsigned char* uuid = nullptr;
+        unsigned int uuid_size = 0;
+        VEMRA_APP_STAMP_RECORD* record = nullptr;
+        VemraAppStampGetStamp(set, i, &uuid, &uuid_size, &record);
+        VemraAppStampFreeMemory(uuid);
+        _release(record);
+    }
+    VemraAppStampFreeStamps(set);
+}
 
 std::unique_ptr<program> make_library_program() {
     return std::make_unique<library_program>();

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <map>
-#include <vector>
 
 #pragma GCC visibility push(default)
 #include "vemra_crypto.h"
@@ -26,8 +26,10 @@ struct memory_device {
 
 }  // namespace
 
+// Devices that are detached keep their slots; handles to them stay good.
 struct VEMRA_PKI_DEVICE_LIST_st {
-    std::vector<memory_device> devices;
+    std::deque<memory_device> devices;
+    int attached;
 };
 struct VEMRA_PKI_DEVICE_HANDLE_st {
     memory_device* device;
@@ -47,8 +49,14 @@ void _note(const char* function, int slot = 0, int size = 0) {
     *noted_calls += line;
 }
 
+std::string _serial(int number) {
+    char serial[32];
+    std::snprintf(serial, sizeof(serial), "BENCH-%04d", number);
+    return serial;
+}
+
 VEMRA_PKI_DEVICE_LIST_st& _attached() {
-    static VEMRA_PKI_DEVICE_LIST_st list{{{"BENCH-0001", {}}}};
+    static VEMRA_PKI_DEVICE_LIST_st list{{{_serial(1), {}}}, 1};
     return list;
 }
 
@@ -62,13 +70,14 @@ Byte* _copy(const void* bytes, std::size_t size) {
 }  // namespace
 
 void memory_device_attach(int count) {
-    std::vector<memory_device>& devices = _attached().devices;
-    devices.resize(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        char serial[32];
-        std::snprintf(serial, sizeof(serial), "BENCH-%04d", i + 1);
-        devices[static_cast<std::size_t>(i)].serial = serial;
-    }
+    std::deque<memory_device>& devices = _attached().devices;
+    for (int known = static_cast<int>(devices.size()); known < count; ++known)
+        devices.push_back({_serial(known + 1), {}});
+    _attached().attached = count;
+}
+
+void memory_device_rename_first(int number) {
+    _attached().devices.front().serial = _serial(number);
 }
 
 void memory_device_note_calls(std::string* calls) {
@@ -82,7 +91,7 @@ VEMRA_PKI_DEVICE_LIST_st* VemraPKICryptoGetAllDevices(int type, int flags) {
 
 int VemraPKICryptoGetDeviceCount(VEMRA_PKI_DEVICE_LIST_st* list) {
     _note(__func__);
-    return static_cast<int>(list->devices.size());
+    return list->attached;
 }
 
 VEMRA_PKI_DEVICE_HANDLE_st* VemraPKICryptoGetDevice(VEMRA_PKI_DEVICE_LIST_st* list, int index) {

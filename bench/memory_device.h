@@ -12,6 +12,9 @@
 /** The number of attached devices, 1 at first. Serial numbers are "BENCH-0001" and so on. */
 __attribute__((visibility("default"))) void memory_device_attach(int count);
 
+/** Gives the first device another serial number, so that its stamps get other uuids. */
+__attribute__((visibility("default"))) void memory_device_rename_first(int number);
+
 /** Notes every call with its slot and size in `calls`, until called with null. */
 __attribute__((visibility("default"))) void memory_device_note_calls(std::string* calls);
 

@@ -1,6 +1,9 @@
 #include "output.h"
 
+#include <malloc.h>
 #include <unistd.h>
+
+#include <fstream>
 
 #include "program.h"
 
@@ -12,6 +15,15 @@ std::FILE* hide_trace() {
     require(results != nullptr && std::freopen("/dev/null", "w", stdout) != nullptr, "/dev/null");
     std::setvbuf(results, nullptr, _IOLBF, BUFSIZ);
     return results;
+}
+
+long resident_kib() {
+    malloc_trim(0);
+    std::ifstream status("/proc/self/statm");
+    long total = 0;
+    long resident = 0;
+    require(static_cast<bool>(status >> total >> resident), "/proc/self/statm");
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
 std::string size_text(std::size_t size) {

@@ -12,6 +12,9 @@ namespace bench {
  */
 std::FILE* hide_trace();
 
+/** The memory that the process uses, without what the allocator keeps for later; kibibytes. */
+long resident_kib();
+
 /** "4 KiB", "16 MiB". */
 std::string size_text(std::size_t size);
 

@@ -51,6 +51,9 @@ public:
     virtual void remove() = 0;
 };
 
+/** program::list_and_take of the library, for a process that does nothing else. */
+void list_and_take_once();
+
 /** Both expect five stamps on the first device. */
 std::unique_ptr<program> make_library_program();
 std::unique_ptr<program> make_floor_program();

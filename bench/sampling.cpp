@@ -30,6 +30,23 @@ double median(std::vector<double> values) {
     return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }
 
+sample_pair medians(const std::vector<sample_pair>& pairs) {
+    std::vector<double> library;
+    std::vector<double> floor;
+    for (const sample_pair& pair : pairs) {
+        library.push_back(pair.library);
+        floor.push_back(pair.floor);
+    }
+    return {median(library), median(floor)};
+}
+
+double median_ratio(const std::vector<sample_pair>& pairs) {
+    std::vector<double> ratios;
+    for (const sample_pair& pair : pairs)
+        ratios.push_back(pair.library / pair.floor);
+    return median(ratios);
+}
+
 std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_run& floor,
                                         double seconds, std::size_t least_pairs) {
     const int times = std::max(_times_in_a_sample(library), _times_in_a_sample(floor));

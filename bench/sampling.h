@@ -18,6 +18,11 @@ struct sample_pair {
     double floor;
 };
 
+/** The medians of the two, each for itself. */
+sample_pair medians(const std::vector<sample_pair>& pairs);
+/** The median of the pairs' ratios, library to floor. */
+double median_ratio(const std::vector<sample_pair>& pairs);
+
 /** Does something `count` times and tells the microseconds that one time took. */
 using timed_run = std::function<double(int count)>;
 

@@ -1,0 +1,120 @@
+// Times the software token as an application meets it, through the stamp library.
+//
+//     token_bench FOLDER        measures; expects 16 empty tokens "BENCH-0001" and so on, of type 1
+//                               and with login "none", in VEMRA_SOFTTOKEN_DIR
+//     token_bench --read        lists and takes every stamp once, and ends
+//
+// FOLDER receives token.rows: operation, bytes in a stamp, microseconds; and the memory gained by
+// enumerating unchanged tokens. Tab-separated.
+
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <fstream>
+
+#include "output.h"
+#include "program.h"
+#include "sampling.h"
+
+namespace {
+
+constexpr int devices = 16;
+constexpr std::size_t sizes[] = {4U << 10, 64U << 10, 256U << 10};
+constexpr std::size_t least_samples = 15;
+constexpr double seconds_for_each = 2;
+constexpr int enumerations = 100000;
+
+struct results {
+    std::FILE* table;
+    std::ofstream rows;
+
+    void add(const char* operation, std::size_t size, double time) {
+        std::fprintf(table, "%-44s %8s %12.1f\n", operation, bench::size_text(size).c_str(), time);
+        rows << operation << '\t' << size << '\t' << time << '\n';
+    }
+};
+
+template <typename Work>
+double _median_time(const Work& work) {
+    work();
+    std::vector<double> times;
+    const double end = bench::now() + seconds_for_each * 1e6;
+    while (times.size() < least_samples || bench::now() < end)
+        times.push_back(work());
+    return bench::median(times);
+}
+
+template <typename Work>
+double _time(const Work& work) {
+    const double begin = bench::now();
+    work();
+    return bench::now() - begin;
+}
+
+// This program again; it inherits the /dev/null that is our standard output.
+void _read_in_new_process() {
+    char program[] = "token_bench";
+    char mode[] = "--read";
+    char* arguments[] = {program, mode, nullptr};
+    pid_t child = 0;
+    int status = 0;
+    bench::require(posix_spawn(&child, "/proc/self/exe", nullptr, nullptr, arguments, environ) == 0,
+                   "spawn");
+    bench::require(waitpid(child, &status, 0) == child && status == 0, "the new process failed");
+}
+
+void _measure(std::size_t size, results& found) {
+    bench::fill_devices(devices, size);
+    const auto library = bench::make_library_program();
+    const auto floor = bench::make_floor_program();
+    const bench::picture stored("Seal 5", size, 5);
+
+    found.add("read all, warm", size,
+              _median_time([&] { return _time([&] { library->list_and_take(); }); }));
+    found.add("read all, warm, floor", size,
+              _median_time([&] { return _time([&] { floor->list_and_take(); }); }));
+    found.add("read all, new process", size,
+              _median_time([&] { return _time(_read_in_new_process); }));
+    found.add("append, login off", size, _median_time([&] {
+                  library->remove();
+                  return _time([&] { library->append(stored); });
+              }));
+}
+
+void _enumerate_unchanged(results& found) {
+    const auto enumerate = [] {
+        VemraAppStampFreeStamps(
+            VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_RESERVED, nullptr, 0, -1));
+    };
+    for (int i = 0; i < 1000; ++i)
+        enumerate();
+    const long before = bench::resident_kib();
+    const double begin = bench::now();
+    for (int i = 0; i < enumerations; ++i)
+        enumerate();
+    const double each = (bench::now() - begin) / enumerations;
+    const long gained = bench::resident_kib() - before;
+    std::fprintf(found.table, "%d enumerations of %d unchanged tokens: %.1f each, %ld KiB gained\n",
+                 enumerations, devices, each, gained);
+    found.rows << "enumerations gain\t" << enumerations << '\t' << gained << '\n';
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    bench::require(argc == 2, "usage: token_bench FOLDER");
+    if (std::strcmp(argv[1], "--read") == 0) {
+        bench::list_and_take_once();
+        return 0;
+    }
+    results found{bench::hide_trace(), std::ofstream(std::string(argv[1]) + "/token.rows")};
+    std::fprintf(found.table, "software token, %d devices with %d stamps; microseconds, medians\n",
+                 devices, bench::stamps_per_device);
+    for (const std::size_t size : sizes)
+        _measure(size, found);
+    _enumerate_unchanged(found);
+    bench::require(found.rows.good(), "cannot write the results");
+    return 0;
+}
