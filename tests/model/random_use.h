@@ -73,7 +73,8 @@ private:
     std::string compare_devices() const;
     std::string compare_handles() const;
     std::string judge_struck_call(const expected& wanted, std::optional<int> status) const;
-    std::string judge_slot(unsigned int device, int id, bool is_done) const;
+    std::string judge_slot(unsigned int device, int id, const std::optional<std::string>& is,
+                           bool is_done, bool is_foreseen) const;
     void adopt_devices();
 
     void add_to_fake(unsigned int device);

@@ -8,8 +8,8 @@
 namespace {
 
 // All slots that a use may touch, and some on either side that it must not.
-constexpr int first_watched_slot = 8120;
-constexpr int last_watched_slot = 8140;
+constexpr int first_watched_slot = 8126;
+constexpr int last_watched_slot = 8136;
 constexpr int mapping_slot = 8127;
 
 std::string _difference(const text_lines& actual, const text_lines& wanted) {
@@ -118,8 +118,10 @@ std::string random_use::judge_struck_call(const expected& wanted, std::optional<
     const bool is_done = status == 1;
     for (unsigned int i = 0; i < model_.devices.size(); ++i) {
         if (!model_.devices[i].is_plugged) continue;
+        const std::map<int, std::string> actual = slots_in_fake(i);
         for (int id = first_watched_slot; id <= last_watched_slot; ++id) {
-            const std::string judgement = judge_slot(i, id, is_done && wanted.status == 1);
+            const std::string judgement =
+                judge_slot(i, id, _held(actual, id), is_done, wanted.status == 1);
             if (!judgement.empty()) return judgement;
         }
     }
@@ -135,28 +137,30 @@ std::string random_use::judge_struck_call(const expected& wanted, std::optional<
 
 // The named slot and the mapping may hold what they held, what they were to hold, zero bytes or
 // nothing, and what a restore brings back from an earlier failure. Nothing else may change.
-std::string random_use::judge_slot(unsigned int device, int id, bool is_done) const {
-    const std::map<int, std::string> actual = slots_in_fake(device);
-    const std::optional<std::string> is = _held(actual, id);
+std::string random_use::judge_slot(unsigned int device, int id,
+                                   const std::optional<std::string>& is, bool is_done,
+                                   bool is_foreseen) const {
     const std::optional<std::string> was = _held(before_.devices[device].slots, id);
     const std::optional<std::string> should = _held(model_.devices[device].slots, id);
-    const auto& touched = model_.touched;
+    const auto& change = model_.change;
     const bool may_change =
-        touched && touched->first == device && (id == touched->second || id == mapping_slot);
+        change && change->device == device && (id == change->slot || id == mapping_slot);
     const std::string place = "slot " + std::to_string(id) + ": ";
-    if (is_done) {
+    if (is_done && id == mapping_slot && may_change && is != change->record) {
+        return place + _shown(is) + " although done: " + _shown(change->record);
+    }
+    if (is_done && is_foreseen) {
         return is == should ? "" : place + _shown(is) + " although done: " + _shown(should);
     }
     if (is == was || !is) return is == was || may_change ? "" : place + "gone under a fault";
     if (!may_change) return place + "changed under a fault: " + _shown(is);
-    const bool is_explained =
-        is == should || _is_zero_filled(*is) || contents_[device].count(*is) == 1;
+    const bool is_explained = is == (id == mapping_slot ? change->record : change->bytes) ||
+                              _is_zero_filled(*is) || contents_[device].count(*is) == 1;
     return is_explained ? "" : place + "foreign bytes under a fault: " + _shown(is);
 }
 
 // After a fault the devices are what they are; the model goes on from there.
 void random_use::adopt_devices() {
-    before_.touched = model_.touched;
     model_ = before_;
     for (unsigned int i = 0; i < model_.devices.size(); ++i) {
         model_device& device = model_.devices[i];

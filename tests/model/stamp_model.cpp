@@ -123,6 +123,7 @@ void stamp_model::replug(unsigned int device) {
 
 expected stamp_model::list(const list_filter& filter,
                            std::optional<std::vector<model_stamp>>& found) {
+    change.reset();
     expected trace("VemraAppStampGetAllStamps");
     trace.input("`type`            ", std::to_string(filter.type))
         .input("`device_sn`       ", filter.serial.value_or("(null)"))
@@ -165,7 +166,7 @@ void stamp_model::list_device(unsigned int number, expected& trace,
 
 expected stamp_model::append(const std::string& serial, int type, const char* password,
                              const stamp_to_store& stamp) {
-    touched.reset();
+    change.reset();
     expected trace("VemraAppStampAppendStamp");
     trace.input("`device_sn`       ", serial)
         .input("`device_sn_length`", std::to_string(serial.size()))
@@ -192,10 +193,10 @@ expected stamp_model::append(const std::string& serial, int type, const char* pa
                 "occupied.")
             .returns(-7);
     }
-    touched = {*match, *chosen};
     stamps[static_cast<unsigned int>(*chosen)] = stamp.name;
+    change = {*match, *chosen, stamp.bytes, reference_mapping::write(stamps)};
     failure failed = _write(device, *chosen, stamp.bytes);
-    if (!failed) failed = _write(device, mapping_slot, reference_mapping::write(stamps));
+    if (!failed) failed = _write(device, mapping_slot, change->record);
     if (failed) {
         return trace.error("Unable to append a new stamp, because: " + *failed + ".").returns(0);
     }
@@ -204,7 +205,7 @@ expected stamp_model::append(const std::string& serial, int type, const char* pa
 
 expected stamp_model::update(const std::string& uuid, const char* password,
                              const stamp_to_store& stamp) {
-    touched.reset();
+    change.reset();
     expected trace("VemraAppStampUpdateStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
@@ -226,17 +227,17 @@ expected stamp_model::update(const std::string& uuid, const char* password,
                    failure_text(removed, get_length_line) + ".")
             .returns(0);
     }
-    touched = {place.device, place.slot};
     reference_mapping::mapping stamps = _read_mapping(device, trace);
     stamps[static_cast<unsigned int>(place.slot)] = stamp.name;
+    change = {place.device, place.slot, stamp.bytes, reference_mapping::write(stamps)};
     failure failed = _write(device, place.slot, stamp.bytes);
-    if (!failed) failed = _write(device, mapping_slot, reference_mapping::write(stamps));
+    if (!failed) failed = _write(device, mapping_slot, change->record);
     if (failed) return trace.error("Unable to update stamp, because: " + *failed + ".").returns(0);
     return trace.returns(1);
 }
 
 expected stamp_model::remove(const std::string& uuid, const char* password) {
-    touched.reset();
+    change.reset();
     expected trace("VemraAppStampDeleteStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
@@ -256,11 +257,12 @@ expected stamp_model::remove(const std::string& uuid, const char* password) {
                    ", because: " + failure_text(removed, get_length_line) + ".")
             .returns(0);
     }
-    touched = {place.device, place.slot};
+    change = {place.device, place.slot, {}, _slot(device, mapping_slot)};
     if (!_is_sealed(_slot(device, place.slot))) {
         reference_mapping::mapping stamps = _read_mapping(device, trace);
         stamps.erase(static_cast<unsigned int>(place.slot));
-        const failure failed = _write(device, mapping_slot, reference_mapping::write(stamps));
+        change->record = reference_mapping::write(stamps);
+        const failure failed = _write(device, mapping_slot, change->record);
         if (failed) {
             return trace.error("Unable to delete stamp info from 8127, because: " + *failed + ".")
                 .returns(0);
@@ -272,6 +274,7 @@ expected stamp_model::remove(const std::string& uuid, const char* password) {
 }
 
 expected stamp_model::ask_owner(const std::string& uuid, std::optional<model_device>& owner) {
+    change.reset();
     expected trace("VemraAppStampGetStampOwnDevice");
     trace.input("`handle`                 ", "PTR")
         .input("`output_device_sn`       ", "PTR")

@@ -5,7 +5,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "model/expected.h"
@@ -43,6 +42,15 @@ struct model_stamp {
     std::string bytes;
 };
 
+/** A write or removal, whether the device lets it happen or not. */
+struct model_change {
+    unsigned int device;
+    int slot;
+    std::string bytes;
+    /** The mapping to write behind it. */
+    std::string record;
+};
+
 struct list_filter {
     int type = -1;
     std::optional<std::string> serial;
@@ -77,8 +85,8 @@ public:
 
     std::vector<model_device> devices;
     std::map<std::string, model_place> known;
-    /** The device and slot that the last write or removal was about, if it came so far. */
-    std::optional<std::pair<unsigned int, int>> touched;
+    /** What the last write or removal was about, if it came so far. */
+    std::optional<model_change> change;
     /** Device objects that known uuids keep alive. */
     std::set<unsigned long> live_objects() const;
 
