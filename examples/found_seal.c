@@ -29,8 +29,9 @@ void free_seal(struct found_seal* seal) {
 }
 
 int say_failure(const char* what, int status) {
-    fprintf(stderr, "seal_demo: cannot %s: status %d, %s (the trace names the cause)\n", what,
-            status, VemraAppStampGetErrorMessage(status));
+    fprintf(stderr,
+            "seal_demo: cannot %s: status %d, %s (the trace, kept by --trace, names the cause)\n",
+            what, status, VemraAppStampGetErrorMessage(status));
     return 0;
 }
 
