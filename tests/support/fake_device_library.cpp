@@ -1,5 +1,7 @@
 #include "support/fake_device_library.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -101,6 +103,7 @@ fake_device_library::fake_device_library() {
     scope.state.calls.clear();
     scope.state.faults.clear();
     scope.state.has_fault_fired = false;
+    scope.state.status_when_left_over = 0;
     scope.state.error_texts = _ordinary_texts();
     _forget_answers(scope.state);
 }
@@ -315,3 +318,22 @@ std::vector<std::string> fake_device_library::misuses() const {
     const script_scope scope;
     return scope.state.misuses;
 }
+
+void fake_device_library::end_with_when_left_over(int status) {
+    const script_scope scope;
+    scope.state.status_when_left_over = status;
+}
+
+namespace {
+
+__attribute__((destructor)) void _look_at_what_is_left() {
+    const script_scope scope;
+    const fake_state& state = scope.state;
+    if (state.status_when_left_over == 0) return;
+    const int live = _live(state, state.device_handles) + _live(state, state.keypair_handles) +
+                     _live(state, state.certificate_handles) + _live(state, state.hash_handles) +
+                     _live(state, state.buffers);
+    if (live != 0 || !state.misuses.empty()) _exit(state.status_when_left_over);
+}
+
+}  // namespace

@@ -122,6 +122,11 @@ public:
     int double_frees() const;
     /** Each wrong use of a handle or buffer: released twice, used after its release, not ours. */
     std::vector<std::string> misuses() const;
+    /**
+     * Looks when the fake is unloaded, after its callers: the process then ends with the status
+     * when something is still live or was misused.
+     */
+    void end_with_when_left_over(int status);
 };
 
 #endif

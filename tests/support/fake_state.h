@@ -88,6 +88,7 @@ struct fake_state {
     std::deque<fake_buffer> buffers;
     int double_frees = 0;
     std::vector<std::string> misuses;
+    int status_when_left_over = 0;
 
     std::vector<std::string> calls;
     std::vector<scheduled_fault> faults;
