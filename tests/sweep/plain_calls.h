@@ -1,0 +1,24 @@
+#ifndef SWEEP_PLAIN_CALLS_H
+#define SWEEP_PLAIN_CALLS_H
+
+#include <string>
+#include <vector>
+
+#include "sweep/stamp_library.h"
+#include "sweep/tokens.h"
+
+/* The exported functions for tests with many threads or processes: only results, no trace. */
+
+/** All stamps, or those of one device; their records are released. */
+std::vector<seen_stamp> listed_stamps();
+std::vector<seen_stamp> listed_stamps(const token& device);
+int append_stamp(const token& device, const new_stamp& stamp);
+int update_stamp(const std::string& uuid, const new_stamp& stamp);
+int delete_stamp(const std::string& uuid);
+
+/** Sends the trace of this process away for good. */
+void discard_trace();
+/** Runs all tests with their results on standard error and no trace. */
+int run_without_trace();
+
+#endif
