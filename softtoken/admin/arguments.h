@@ -35,6 +35,10 @@ void add_token_name(CLI::App& command, std::string& name);
 void add_token_commands(CLI::App& program);
 void add_password_commands(CLI::App& program);
 void add_certificate_commands(CLI::App& program);
+void add_profile_command(CLI::App& program);
+void add_fault_commands(CLI::App& program);
+void add_backup_commands(CLI::App& program);
+void add_fsck_command(CLI::App& program);
 void add_exec_command(CLI::App& program);
 
 }  // namespace vemra::softtoken::admin

@@ -21,6 +21,10 @@ int _run(int argc, char** argv) {
     add_token_commands(program);
     add_password_commands(program);
     add_certificate_commands(program);
+    add_profile_command(program);
+    add_fault_commands(program);
+    add_backup_commands(program);
+    add_fsck_command(program);
     add_exec_command(program);
     try {
         program.parse(argc, argv);

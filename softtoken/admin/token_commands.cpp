@@ -3,9 +3,11 @@
 #include <memory>
 
 #include "admin/arguments.h"
+#include "admin/limit_options.h"
 #include "admin/password_input.h"
 #include "admin/token_folder.h"
 #include "store/failure.h"
+#include "store/fault_file.h"
 #include "store/new_token.h"
 #include "store/plug.h"
 #include "store/token_files.h"
@@ -18,6 +20,7 @@ struct create_options {
     std::string name;
     std::string login = name_of(login_scope::process);
     new_token token;
+    limit_options limits;
     password_input password{"", "password of the new token"};
     bool detached = false;
 };
@@ -56,6 +59,7 @@ void _create(create_options& options) {
     _printable("label", info.label);
     if (info.label.empty()) info.label = options.name;
     info.login = login_scope_from(options.login);
+    options.limits.apply_to(info.limits);
     options.token.attached = !options.detached;
     _require_unique(info);
     options.token.password = options.password.read_new();
@@ -84,15 +88,7 @@ void _add_create(CLI::App& program) {
     command->add_option("--retries", options->token.retries, "Password attempts before it locks")
         ->capture_default_str()
         ->check(CLI::Range(1, 1000));
-    command->add_option("--capacity", info.limits.capacity, "Bytes in all slots together")
-        ->capture_default_str()
-        ->transform(CLI::AsSizeValue(false));
-    command->add_option("--slot-size", info.limits.slot_size, "Bytes in one slot")
-        ->capture_default_str()
-        ->transform(CLI::AsSizeValue(false));
-    command->add_option("--slots", info.limits.slots, "Number of slots")
-        ->capture_default_str()
-        ->check(CLI::Range(0, 1000000));
+    options->limits.add_to(*command);
     command
         ->add_option("--password-cost", options->token.password_cost,
                      "Base-2 logarithm of the password hash's work; lower only for tests")
@@ -151,6 +147,12 @@ void _info(const std::string& name) {
     std::printf("bytes:          %lld of %lld, at most %lld a slot\n", static_cast<long long>(used),
                 static_cast<long long>(info.limits.capacity),
                 static_cast<long long>(info.limits.slot_size));
+    std::printf("speed:          %lld microseconds a call, %s\n",
+                static_cast<long long>(info.limits.call_microseconds),
+                info.limits.bytes_per_second == 0
+                    ? "bytes at once"
+                    : (std::to_string(info.limits.bytes_per_second) + " bytes a second").c_str());
+    std::printf("faults:         %zu\n", read_faults(token.directory).size());
     std::printf("key pairs:      %d\n", token.keys.keypair_count());
     std::printf("directory:      %s\n", token.directory.c_str());
 }

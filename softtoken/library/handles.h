@@ -24,6 +24,12 @@ struct VEMRA_CERT_st {
 
 namespace vemra::softtoken {
 
+/* The token behind a handle; null when there is none. */
+template <typename Handle>
+token* token_of(const Handle* handle) {
+    return handle == nullptr ? nullptr : handle->token;
+}
+
 /* The token behind a handle; throws for the pseudo device, which has no storage. */
 inline token& stored_token(VEMRA_PKI_DEVICE_HANDLE_st& device) {
     if (device.token == nullptr) throw failure(error_code::no_storage);

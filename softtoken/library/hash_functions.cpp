@@ -18,7 +18,7 @@ constexpr int sha256_algorithm = 0x7000;
 }  // namespace
 
 VEMRA_PKI_HASH_HANDLE_st* VemraPKICryptoNewHash(VEMRA_PKI_DEVICE_HANDLE_st* device, int algorithm) {
-    return pointer_call([=] {
+    return pointer_call({__func__, token_of(device)}, [=] {
         token* stored = required(device).token;
         if (stored != nullptr) stored->require_attached();
         if (algorithm != sha256_algorithm) throw failure(error_code::unknown_algorithm);
@@ -27,7 +27,7 @@ VEMRA_PKI_HASH_HANDLE_st* VemraPKICryptoNewHash(VEMRA_PKI_DEVICE_HANDLE_st* devi
 }
 
 int VemraPKICryptoHashUpdate(VEMRA_PKI_HASH_HANDLE_st* hash, const void* data, int len) {
-    return status_call([=] {
+    return status_call({__func__, nullptr, -1, len}, [=] {
         digest& running = required(hash).running;
         require_argument(len >= 0 && (data != nullptr || len == 0));
         running.update(data, static_cast<std::size_t>(len));
@@ -35,7 +35,7 @@ int VemraPKICryptoHashUpdate(VEMRA_PKI_HASH_HANDLE_st* hash, const void* data, i
 }
 
 int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out, int* len) {
-    return status_call([=] {
+    return status_call({__func__}, [=] {
         digest& running = required(hash).running;
         require_argument(out != nullptr && len != nullptr);
         std::string bytes = running.finish();
@@ -45,5 +45,5 @@ int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out,
 }
 
 int VemraPKICryptoFreeHash(VEMRA_PKI_HASH_HANDLE_st* hash) {
-    return status_call([=] { delete &required(hash); });
+    return release_call({__func__}, [=] { delete &required(hash); });
 }

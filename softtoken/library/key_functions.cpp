@@ -25,20 +25,22 @@ std::string _encoded(const std::string& der, int format) {
 }  // namespace
 
 VEMRA_PrivKey_Handle_st* VemraPKICryptoDupKeypair(VEMRA_PrivKey_Handle_st* keypair) {
-    return pointer_call([=] { return new VEMRA_PrivKey_Handle_st(required(keypair)); });
+    return pointer_call({__func__, token_of(keypair)},
+                        [=] { return new VEMRA_PrivKey_Handle_st(required(keypair)); });
 }
 
 int VemraPKICryptoFreeKeypair(VEMRA_PrivKey_Handle_st* keypair) {
-    return status_call([=] { delete &required(keypair); });
+    return release_call({__func__, token_of(keypair)}, [=] { delete &required(keypair); });
 }
 
 int VemraPKICryptoGetCertificateCount(VEMRA_PrivKey_Handle_st* keypair) {
-    return number_call(
-        [=] { return required(keypair).token->certificate_count(keypair->keypair); });
+    return number_call({__func__, token_of(keypair)}, [=] {
+        return required(keypair).token->certificate_count(keypair->keypair);
+    });
 }
 
 int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VEMRA_CERT_st** out) {
-    return status_call([=] {
+    return status_call({__func__, token_of(keypair)}, [=] {
         token& stored = *required(keypair).token;
         require_argument(out != nullptr);
         *out = new VEMRA_CERT_st{stored.certificate_at(keypair->keypair, index)};
@@ -46,28 +48,29 @@ int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VE
 }
 
 VEMRA_CERT_st* VemraPKICertNewCert(const void* der, unsigned long len) {
-    return pointer_call([=] {
+    return pointer_call({__func__}, [=] {
         require_argument(der != nullptr);
         return new VEMRA_CERT_st{certificate_from_der({static_cast<const char*>(der), len})};
     });
 }
 
 VEMRA_CERT_st* VemraPKICertDupCert(VEMRA_CERT_st* certificate) {
-    return pointer_call([=] { return new VEMRA_CERT_st(required(certificate)); });
+    return pointer_call({__func__}, [=] { return new VEMRA_CERT_st(required(certificate)); });
 }
 
 int VemraPKICertFreeCert(VEMRA_CERT_st* certificate) {
-    return status_call([=] { delete &required(certificate); });
+    return release_call({__func__}, [=] { delete &required(certificate); });
 }
 
 int VemraPKICertEqual(VEMRA_CERT_st* left, VEMRA_CERT_st* right) {
-    return number_call(
-        [=] { return same_certificate(required(left).der, required(right).der) ? 1 : 0; });
+    return number_call({__func__}, [=] {
+        return same_certificate(required(left).der, required(right).der) ? 1 : 0;
+    });
 }
 
 int VemraPKICertGetCertEncode(VEMRA_CERT_st* certificate, int format, unsigned char** out,
                               int* len) {
-    return status_call([=] {
+    return status_call({__func__}, [=] {
         const std::string& der = required(certificate).der;
         require_argument(out != nullptr && len != nullptr);
         std::string encoded = _encoded(der, format);

@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "store/fault_file.h"
 #include "store/key_table.h"
 #include "store/password_table.h"
 #include "store/plug.h"
@@ -15,16 +16,29 @@
 namespace vemra::softtoken {
 
 struct open_token {
-    open_token(const std::string& directory, const plug& present)
-        : plugged(present), database(database_path(directory)), info(database.info()) {}
+    open_token(const std::string& directory_of_token, const plug& present)
+        : directory(directory_of_token),
+          plugged(present),
+          database(database_path(directory)),
+          info(database.info()),
+          faults(read_faults(directory)) {}
+
+    /* The limits and faults were set anew while the token stayed plugged in. */
+    void read_settings(const plug& present) {
+        info = database.info();
+        faults = fault_plan(read_faults(directory));
+        plugged = present;
+    }
 
     /* True while the token stays plugged in as it was, in the process that opened it. */
     bool usable(const plug& present) const { return plugged == present && process == getpid(); }
 
     pid_t process = getpid();
+    std::string directory;
     plug plugged;
     token_database database;
     token_info info;
+    fault_plan faults;
     slot_table slots{database.connection()};
     password_table passwords{database.connection()};
     key_table keys{database.connection()};

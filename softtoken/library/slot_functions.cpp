@@ -6,7 +6,7 @@
 using namespace vemra::softtoken;
 
 int VemraPKICryptoGetDataLength(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, int* len) {
-    return status_call([=] {
+    return status_call({__func__, token_of(device), id}, [=] {
         token& stored = stored_token(required(device));
         require_argument(len != nullptr);
         *len = stored.slot_length(id);
@@ -15,7 +15,7 @@ int VemraPKICryptoGetDataLength(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, int*
 
 int VemraPKICryptoReadData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, unsigned char* buf,
                            int buf_len, int* out_len) {
-    return status_call([=] {
+    return status_call({__func__, token_of(device), id, buf_len}, [=] {
         token& stored = stored_token(required(device));
         require_argument(out_len != nullptr && buf_len >= 0 && (buf != nullptr || buf_len == 0));
         *out_len = stored.read_slot(id, buf, buf_len);
@@ -24,7 +24,7 @@ int VemraPKICryptoReadData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, unsigned 
 
 int VemraPKICryptoCreateData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id,
                              const unsigned char* attributes, int size) {
-    return status_call([=] {
+    return status_call({__func__, token_of(device), id, size}, [=] {
         token& stored = stored_token(required(device));
         require_argument(id >= 0 && attributes != nullptr && size >= 0);
         stored.create_slot(device->login, id, attributes, size);
@@ -32,7 +32,7 @@ int VemraPKICryptoCreateData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id,
 }
 
 int VemraPKICryptoWriteData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, const void* data, int len) {
-    return status_call([=] {
+    return status_call({__func__, token_of(device), id, len}, [=] {
         token& stored = stored_token(required(device));
         require_argument(len >= 0 && (data != nullptr || len == 0));
         stored.write_slot(device->login, id, data, len);
@@ -40,5 +40,6 @@ int VemraPKICryptoWriteData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, const vo
 }
 
 int VemraPKICryptoDeleteData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id) {
-    return status_call([=] { stored_token(required(device)).delete_slot(device->login, id); });
+    return status_call({__func__, token_of(device), id},
+                       [=] { stored_token(required(device)).delete_slot(device->login, id); });
 }

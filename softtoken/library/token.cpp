@@ -1,7 +1,11 @@
 #include "library/token.h"
 
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
+#include "library/call.h"
 #include "store/failure.h"
 #include "store/password_check.h"
 
@@ -47,7 +51,10 @@ void token::close() {
 
 open_token& token::opened() {
     std::optional<plug> present = find_plug(plug_path_);
-    if (present && open_ != nullptr && open_->usable(*present)) return *open_;
+    if (present && open_ != nullptr && open_->usable(*present)) {
+        if (!open_->plugged.same_settings(*present)) open_->read_settings(*present);
+        return *open_;
+    }
     close();
     if (!present) throw failure(error_code::removed);
     auto found = std::make_unique<open_token>(directory_, *present);
@@ -56,10 +63,40 @@ open_token& token::opened() {
     return *open_;
 }
 
+// Opens the token, lets a fault fire and takes as long as the device that it stands for.
+open_token& token::start_call(int bytes) {
+    open_token* open = &opened();
+    if (!open->faults.empty()) {
+        fire_due_fault(*open);
+        open = &opened();
+    }
+    std::int64_t microseconds = open->info.limits.duration(bytes);
+    if (microseconds > 0) std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    return *open;
+}
+
+void token::fire_due_fault(open_token& open) {
+    const call_facts& facts = call_frame::current().facts();
+    std::optional<fault> due = open.faults.due(facts.function, facts.slot);
+    if (!due) return;
+    // A transient fault is over before it does its work, which may be the end of the process.
+    if (!due->lasting) {
+        remove_fault(directory_, due->text);
+        open.plugged = find_plug(plug_path_).value_or(open.plugged);
+    }
+    if (due->action == fault_action::unplug) pull_out(directory_);
+    call_frame::current().apply(*due);
+}
+
+void token::unplug() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    pull_out(directory_);
+}
+
 template <typename Inspect>
 auto token::look(Inspect inspect) {
     std::lock_guard<std::mutex> lock(mutex_);
-    return inspect(opened());
+    return inspect(start_call(std::max(call_frame::current().facts().size, 0)));
 }
 
 void token::require_attached() {
@@ -88,13 +125,15 @@ login& token::login_of(login& device_login) {
 
 void token::change_slots(login& device_login, const std::function<void(open_token&)>& change) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = opened();
+    open_token& open = start_call(std::max(call_frame::current().facts().size, 0));
     if (info_.login != login_scope::none && !login_of(device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
     }
     transaction changing(open.database);
     change(open);
+    call_frame::current().before_commit();
     changing.commit();
+    call_frame::current().after_commit();
 }
 
 void token::create_slot(login& device_login, int id, const unsigned char* attributes, int size) {
@@ -104,7 +143,12 @@ void token::create_slot(login& device_login, int id, const unsigned char* attrib
 }
 
 void token::write_slot(login& device_login, int id, const void* data, int length) {
-    change_slots(device_login, [&](open_token& open) { open.slots.write(id, data, length); });
+    change_slots(device_login, [&](open_token& open) {
+        int arriving = call_frame::current().torn_bytes();
+        if (arriving < 0) return open.slots.write(id, data, length);
+        std::string torn = open.slots.torn(id, data, std::min(arriving, length));
+        open.slots.write(id, torn.data(), length);
+    });
 }
 
 void token::delete_slot(login& device_login, int id) {
@@ -113,7 +157,7 @@ void token::delete_slot(login& device_login, int id) {
 
 void token::verify_password(login& device_login, const char* password, int& retries) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = opened();
+    open_token& open = start_call();
     login& state = login_of(device_login);
     state.end();
     check_password(open.database, open.passwords, directory_, password, retries);

@@ -29,6 +29,7 @@ public:
     /* The token was found in a directory. */
     void settle(const std::string& directory, std::unique_ptr<open_token> open);
 
+    void unplug();
     /* Throws "removed" or returns. */
     void require_attached();
     int type();
@@ -57,6 +58,8 @@ public:
 private:
     void close();
     open_token& opened();
+    open_token& start_call(int bytes = 0);
+    void fire_due_fault(open_token& open);
     login& login_of(login& device_login);
     void change_slots(login& device_login, const std::function<void(open_token&)>& change);
 

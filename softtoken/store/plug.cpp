@@ -31,7 +31,7 @@ std::string plug_path(const std::string& token_directory) {
 std::optional<plug> find_plug(const std::string& path_of_plug) {
     struct stat status {};
     if (stat(path_of_plug.c_str(), &status) != 0) return std::nullopt;
-    return plug{status.st_dev, status.st_ino, status.st_mtim};
+    return plug{status.st_dev, status.st_ino, status.st_mtim, status.st_atim};
 }
 
 void plug_in(const std::string& token_directory) {
@@ -50,6 +50,14 @@ void pull_out(const std::string& token_directory) {
     std::string path = plug_path(token_directory);
     if (unlink(path.c_str()) != 0 && errno != ENOENT) fail_with_errno(path);
     sync_directory(token_directory);
+}
+
+void note_changed_settings(const std::string& token_directory) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    std::array<timespec, 2> times{now, timespec{0, UTIME_OMIT}};
+    // An unplugged token has no such file: its settings are read when it is plugged in.
+    utimensat(AT_FDCWD, plug_path(token_directory).c_str(), times.data(), 0);
 }
 
 }  // namespace vemra::softtoken

@@ -1,5 +1,6 @@
 #include "store/slot_table.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "store/failure.h"
@@ -66,6 +67,14 @@ void slot_table::write(int id, const void* data, int length) {
 void slot_table::remove(int id) {
     existing_length(id);
     sqlite_query(remove_).bind(1, id).run();
+}
+
+std::string slot_table::torn(int id, const void* data, int arriving) {
+    int present = existing_length(id);
+    std::string bytes(static_cast<std::size_t>(present), '\0');
+    read(id, reinterpret_cast<unsigned char*>(bytes.data()), present);
+    std::memcpy(bytes.data(), data, static_cast<std::size_t>(std::min(arriving, present)));
+    return bytes;
 }
 
 std::vector<slot_summary> slot_table::list() {

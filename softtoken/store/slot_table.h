@@ -11,6 +11,7 @@
 namespace vemra::softtoken {
 
 constexpr std::size_t attribute_block_size = 4;
+constexpr const char* usual_attributes = "\x04\x01\x03\x07";
 
 struct slot_summary {
     int id = 0;
@@ -35,6 +36,8 @@ public:
     /* The length must be the slot's. */
     void write(int id, const void* data, int length);
     void remove(int id);
+    /* What the slot holds when only the first bytes of a write arrive. */
+    std::string torn(int id, const void* data, int arriving);
 
     std::vector<slot_summary> list();
 

@@ -41,6 +41,20 @@ token_info token_database::info() {
     return info;
 }
 
+void token_database::set_limits(const token_limits& limits) {
+    sqlite_statement statement(
+        connection_,
+        "UPDATE token SET capacity = ?1, slot_size = ?2, slots = ?3, call_microseconds = ?4,"
+        " bytes_per_second = ?5");
+    sqlite_query(statement)
+        .bind(1, limits.capacity)
+        .bind(2, limits.slot_size)
+        .bind(3, limits.slots)
+        .bind(4, limits.call_microseconds)
+        .bind(5, limits.bytes_per_second)
+        .run();
+}
+
 transaction::transaction(token_database& database) : database_(database) {
     sqlite_query(database.begin_).run();
 }

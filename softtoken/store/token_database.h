@@ -15,6 +15,7 @@ public:
     explicit token_database(const std::string& path);
 
     token_info info();
+    void set_limits(const token_limits& limits);
 
     sqlite_connection& connection() { return connection_; }
 

@@ -20,6 +20,11 @@ struct token_limits {
     std::int64_t slots = 1000;
     std::int64_t call_microseconds = 0;
     std::int64_t bytes_per_second = 0;
+
+    /* How long a call with so many bytes takes, in microseconds. */
+    std::int64_t duration(std::int64_t bytes) const {
+        return call_microseconds + (bytes_per_second > 0 ? bytes * 1000000 / bytes_per_second : 0);
+    }
 };
 
 struct token_info {

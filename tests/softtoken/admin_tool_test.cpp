@@ -104,6 +104,8 @@ TEST_F(softtoken_admin, info_shows_the_token) {
               "attempts left:  5 of 5\n"
               "slots:          0 of 6\n"
               "bytes:          0 of 1048576, at most 67108864 a slot\n"
+              "speed:          0 microseconds a call, bytes at once\n"
+              "faults:         0\n"
               "key pairs:      0\n"
               "directory:      " +
                   directory("one") + "\n");

@@ -1,0 +1,46 @@
+#include "library/call_trace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace vemra::softtoken::call_trace {
+
+namespace {
+
+int _open_file() noexcept {
+    const char* path = std::getenv("VEMRA_SOFTTOKEN_TRACE");
+    if (path == nullptr || *path == '\0') return -1;
+    int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    if (file < 0) std::fprintf(stderr, "vemra-softtoken: cannot write the trace file %s\n", path);
+    return file;
+}
+
+int _file() noexcept {
+    static const int file = _open_file();
+    return file;
+}
+
+}  // namespace
+
+bool is_on() noexcept {
+    return _file() >= 0;
+}
+
+void write(const call_facts& facts, int result, long long microseconds) noexcept {
+    std::array<char, 256> line{};
+    std::array<char, 24> slot{"-"};
+    std::array<char, 24> size{"-"};
+    if (facts.slot >= 0) std::snprintf(slot.data(), slot.size(), "%d", facts.slot);
+    if (facts.size >= 0) std::snprintf(size.data(), size.size(), "%d", facts.size);
+    int length =
+        std::snprintf(line.data(), line.size(), "%s slot=%s size=%s result=%d microseconds=%lld\n",
+                      facts.function, slot.data(), size.data(), result, microseconds);
+    // One call appends one whole line, whatever other processes append.
+    if (length > 0 && ::write(_file(), line.data(), static_cast<std::size_t>(length)) < 0) return;
+}
+
+}  // namespace vemra::softtoken::call_trace

@@ -1,0 +1,14 @@
+/** The trace of every device call, in the file that VEMRA_SOFTTOKEN_TRACE names. */
+#pragma once
+
+#include "library/call.h"
+
+namespace vemra::softtoken::call_trace {
+
+/* Whether there is such a file; looked up at the first call. */
+bool is_on() noexcept;
+
+/* Appends one line. It has sizes, but neither passwords nor bytes of slots. */
+void write(const call_facts& facts, int result, long long microseconds) noexcept;
+
+}  // namespace vemra::softtoken::call_trace

@@ -1,0 +1,66 @@
+/*
+ * Works on the first device's stamps through the stamp library; the outcome goes to standard error,
+ * since the library's trace has standard output.
+ *
+ *   stamp_client append SERIAL TYPE PASSWORD NAME LENGTH LETTER   "append: STATUS"
+ *   stamp_client list [TIMES]                                     "list: NAME LENGTH LETTER ..."
+ */
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "vemra_app_stamp.h"
+
+namespace {
+
+int _append(char** words) {
+    std::string bytes(std::strtoul(words[4], nullptr, 10), words[5][0]);
+    VEMRA_APP_STAMP_RECORD record{};
+    record.type = 1;
+    record.name = words[3];
+    record.name_length = static_cast<unsigned int>(std::strlen(words[3]));
+    record.data = reinterpret_cast<unsigned char*>(bytes.data());
+    record.data_length = bytes.size();
+    int status =
+        VemraAppStampAppendStamp(words[0], static_cast<unsigned int>(std::strlen(words[0])),
+                                 std::atoi(words[1]), words[2], &record);
+    std::fprintf(stderr, "append: %d\n", status);
+    return 0;
+}
+
+std::string _describe(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
+    unsigned char* uuid = nullptr;
+    unsigned int uuid_size = 0;
+    VEMRA_APP_STAMP_RECORD* record = nullptr;
+    if (VemraAppStampGetStamp(set, index, &uuid, &uuid_size, &record) != 1) return " failed";
+    std::string text = " " + std::string(record->name, record->name_length) + " " +
+                       std::to_string(record->data_length) + " ";
+    text += record->data_length == 0 ? '-' : static_cast<char>(record->data[0]);
+    VemraAppStampFreeMemory(uuid);
+    VemraAppStampFreeMemory(record->name);
+    VemraAppStampFreeStamp(record);
+    return text;
+}
+
+void _list() {
+    VEMRA_APP_STAMP_SET_HANDLE set = VemraAppStampGetAllStamps(-1, nullptr, 0, -1);
+    unsigned int count = 0;
+    std::string text = "list:";
+    if (set != nullptr && VemraAppStampGetStampCount(set, &count) == 1) {
+        for (unsigned int index = 0; index < count; ++index)
+            text += _describe(set, index);
+    }
+    if (set != nullptr) VemraAppStampFreeStamps(set);
+    std::fprintf(stderr, "%s\n", text.c_str());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 8 && std::string(argv[1]) == "append") return _append(argv + 2);
+    int times = argc > 2 ? std::atoi(argv[2]) : 1;
+    for (int i = 0; i < times; ++i)
+        _list();
+    return 0;
+}
