@@ -30,6 +30,15 @@ void _sync_directory(const std::filesystem::path& path) {
     if (opened.is_open()) fsync(opened.get());
 }
 
+// File systems that cannot rename without replacing can make a second link; the first is removed
+// with the temporary file.
+bool _put_in_place(const std::string& temporary, const std::string& path, existing what) {
+    if (what == existing::replace) return rename(temporary.c_str(), path.c_str()) == 0;
+    const int renamed =
+        renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE);
+    return renamed == 0 || (errno == EINVAL && link(temporary.c_str(), path.c_str()) == 0);
+}
+
 mode_t _usual_mode() {
     const mode_t mask = umask(0);
     umask(mask);
@@ -71,8 +80,7 @@ void write_file(const std::string& path, const std::string& bytes, existing what
 
     if (!is_private && fchmod(file.get(), _usual_mode()) != 0) _throw_unwritable(path, errno);
     if (!write_all(file.get(), bytes) || fsync(file.get()) != 0) _throw_unwritable(path, errno);
-    const unsigned int flags = what == existing::keep ? RENAME_NOREPLACE : 0;
-    if (renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), flags) != 0) {
+    if (!_put_in_place(temporary, path, what)) {
         if (errno != EEXIST) _throw_unwritable(path, errno);
         throw failure(exit_code::usage, path + " exists; --force replaces it");
     }
