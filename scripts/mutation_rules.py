@@ -1,0 +1,138 @@
+"""The rules of scripts/mutate: small wrong changes to C++ source lines."""
+
+import re
+from collections import namedtuple
+
+# What line `line` (from 0) to `line + count - 1` becomes.
+change = namedtuple("change", "line count new")
+
+
+def code_of(line):
+    """The line with the contents of its texts blanked and its comment cut off, columns kept."""
+    line = re.sub(r'"(\\.|[^"\\])*"', lambda m: '"' + " " * (len(m[0]) - 2) + '"', line)
+    line = re.sub(r"'(\\.|[^'\\])'", lambda m: "'" + " " * (len(m[0]) - 2) + "'", line)
+    return re.sub(r"//.*", lambda m: " " * len(m[0]), line)
+
+
+def is_code(line):
+    stripped = line.strip()
+    return bool(stripped) and not stripped.startswith(("//", "#", "using ", "*", "/*", "namespace"))
+
+
+def replacing(pattern, replacement, only=None):
+    """A rule that replaces one match of a pattern in the code of a line at a time."""
+
+    def rule(lines):
+        for number, line in enumerate(lines):
+            code = code_of(line)
+            if not is_code(line) or (only and not re.search(only, code)):
+                continue
+            for match in re.finditer(pattern, code):
+                new = match.expand(replacement) if isinstance(replacement, str) else replacement(match)
+                yield change(number, 1, [line[: match.start()] + new + line[match.end() :]])
+
+    return rule
+
+
+def statement_at(lines, number):
+    """How many lines the statement that begins at a line has; 0 when no statement begins there."""
+    code = code_of(lines[number])
+    before = code_of(lines[number - 1]).rstrip() if number else ""
+    if not is_code(lines[number]) or not (before == "" or before[-1] in ";{}:" or before.endswith("(")):
+        return 0
+    if re.match(r"\s*(if|for|while|switch|case|default|else|try|\}|struct|class|template)\b", code):
+        return 0
+    depth = 0
+    for count, line in enumerate(lines[number : number + 6], start=1):
+        text = code_of(line)
+        if "{" in text or "}" in text:
+            return 0
+        depth += text.count("(") - text.count(")")
+        if depth == 0 and text.rstrip().endswith(";"):
+            return count
+    return 0
+
+
+def dropping(pattern):
+    """A rule that leaves out a whole statement that matches."""
+
+    def rule(lines):
+        for number, line in enumerate(lines):
+            count = statement_at(lines, number)
+            if count and re.search(pattern, line):
+                yield change(number, count, [])
+
+    return rule
+
+
+def inverting_conditions(lines):
+    for number, line in enumerate(lines):
+        code = code_of(line)
+        match = re.match(r"(\s*(?:\} else )?if \()", code)
+        if not match:
+            continue
+        depth, position = 1, match.end()
+        while position < len(code) and depth:
+            depth += {"(": 1, ")": -1}.get(code[position], 0)
+            position += 1
+        if depth or " = " in code[match.end() : position]:
+            continue
+        inside = line[match.end() : position - 1]
+        yield change(number, 1, [line[: match.end()] + "!(" + inside + "))" + line[position:]])
+
+
+def changing_texts(lines):
+    """One letter of each text that a caller can come to see."""
+    for number, line in enumerate(lines):
+        if not is_code(line):
+            continue
+        for match in re.finditer(r'"((?:\\.|[^"\\])*)"', line):
+            letter = re.search(r"[A-Za-z]", re.sub(r"%[-.*0-9l]*[a-z]|\\.", "  ", match[1]))
+            if not letter:
+                continue
+            position = match.start(1) + letter.start()
+            other = "x" if line[position] != "x" else "y"
+            yield change(number, 1, [line[:position] + other + line[position + 1 :]])
+
+
+def swapping_statements(lines):
+    """Two statements in a row, of one line each, that do something."""
+    for number in range(len(lines) - 1):
+        first, second = lines[number], lines[number + 1]
+        same_place = re.match(r"\s*", first)[0] == re.match(r"\s*", second)[0]
+        does = r"^\s+(?!return\b)(\w+(->|\.|::))*\w+\(.*\);$|^\s+if \(.*\) return .*;$|^\s+[\w.*\[\]>-]+ = .*;$"
+        if same_place and re.match(does, first) and re.match(does, second):
+            yield change(number, 2, [second, first])
+
+
+def other_status(match):
+    names = ["SUCCESS", "FAILURE", "INVALID_HANDLE", "INVALID_ARGUMENT", "OUT_OF_MEMORY"]
+    return "VEMRA_APP_STAMP_" + ("FAILURE" if match[1] != "FAILURE" else names[2])
+
+
+RULES = {
+    "inverted condition": inverting_conditions,
+    "shifted boundary": replacing(
+        r" (<=|>=|<|>) ", lambda m: {"<": " <= ", ">": " >= ", "<=": " < ", ">=": " > "}[m[1]],
+        only=r"^(?!.*(template|operator|unique_ptr|shared_ptr|static_cast)).*$"),
+    "swapped equality": replacing(r" (==|!=) ", lambda m: " != " if m[1] == "==" else " == ",
+                                  only=r"^(?!\s*(\} else )?if \().*$"),
+    "swapped and/or": replacing(r" (&&|\|\|) ", lambda m: " || " if m[1] == "&&" else " && "),
+    "off by one": replacing(r"( [+-] )1\b|(?<= = )0(?=;)|(?<= = )1(?=;)",
+                            lambda m: m[1] + "0" if m[1] else ("1" if m[0] == "0" else "0")),
+    "wrong constant": replacing(r"(?<![\w.'])(0x[0-9a-f]+|[2-9]|[1-9][0-9]+)\b(?![\w.])",
+                                lambda m: str(int(m[1], 0) + 1),
+                                only=r"^(?!.*(__attribute__|reserve\()).*$"),
+    "wrong status": replacing(r"\bVEMRA_APP_STAMP_(SUCCESS|FAILURE|INVALID_HANDLE|INVALID_ARGUMENT|"
+                              r"OUT_OF_MEMORY|UNSUPPORTED_TYPE|OUT_OF_RANGE|DEVICE_FULL)\b", other_status),
+    "wrong text": changing_texts,
+    "missing log line": dropping(r"^\s+(LOG_\w+|log_verbose)\("),
+    "dropped restore": dropping(r"^\s+(private_(restore|delete|backup)_data\(|backup_\.clear)"),
+    "dropped release": dropping(r"^\s+(delete(\[\])? |const library_buffer|const crypto::library_buffer)"),
+    "dropped lock": dropping(r"^\s+const scoped_lock lock"),
+    "dropped statement": dropping(r"^\s+(?!return|const |LOG_|log_verbose|delete|private_|backup_\.|\w+_deleter)"
+                                  r"(\*?\w+(->|\.|::|\[))*\*?[\w\]>.*-]+(\(| \+?= |;).*"),
+    "swapped order": swapping_statements,
+    "dropped leaving": dropping(r"^\s+(continue|break|return);"),
+    "narrowed handler": replacing(r"catch \(const std::exception& ", "catch (const std::bad_alloc& "),
+}
