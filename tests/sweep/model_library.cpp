@@ -4,6 +4,7 @@
 #include <set>
 
 #include "sweep/model_object.h"
+#include "sweep/model_record.h"
 
 namespace {
 
@@ -13,13 +14,6 @@ constexpr int last_slot = 8134;
 
 std::string _shown(const char* text) {
     return text == nullptr ? "(null)" : text;
-}
-
-std::string _four_bytes(unsigned int value) {
-    std::string result;
-    for (int i = 0; i < 4; ++i, value >>= 8)
-        result += static_cast<char>(value & 0xff);
-    return result;
 }
 
 bool _is_sealed(const std::string& bytes) {
@@ -38,13 +32,6 @@ bool operator==(const seen_stamp& left, const seen_stamp& right) {
 std::ostream& operator<<(std::ostream& out, const seen_stamp& stamp) {
     return out << model_hex(stamp.uuid, "") << " " << stamp.name << " " << stamp.data.size() << ":"
                << model_hex(stamp.data.substr(0, 16), " ");
-}
-
-std::string model_record(const std::map<unsigned int, std::string>& entries) {
-    std::string body;
-    for (const auto& [slot, name] : entries)
-        body += (body.empty() ? "" : "||") + name + "&" + std::to_string(slot);
-    return _four_bytes(static_cast<unsigned int>(body.size() + 5)) + '\x01' + body;
 }
 
 long model_library::kept_blocks() const {
@@ -135,21 +122,10 @@ model_library::handles model_library::all_handles() {
 }
 
 model_library::mapping model_library::parsed(const std::string& record) {
-    mapping entries;
-    if (record.empty()) return entries;
-    if (record.find_first_not_of('\0') == std::string::npos) {
-        error("Bad stamp info header: total length 0, skip it.", "stamp_info_mapping.cpp",
-              "_parse_stamp_info_mapping");
-        return entries;
-    }
-    // Every other record in the sweeps is one that the library wrote.
-    for (std::size_t at = 5; at < record.size();) {
-        const std::size_t end = std::min(record.find("||", at), record.size());
-        const std::size_t mark = record.find('&', at);
-        entries[static_cast<unsigned int>(std::stoul(record.substr(mark + 1, end)))] =
-            record.substr(at, mark - at);
-        at = end + 2;
-    }
+    std::vector<std::string> complaints;
+    mapping entries = model_mapping(record, complaints);
+    for (const std::string& complaint : complaints)
+        error(complaint, "stamp_info_mapping.cpp", "_parse_stamp_info_mapping");
     return entries;
 }
 
@@ -172,8 +148,8 @@ std::string model_library::uuid_of(model_handle& handle, int slot) {
     const auto type = static_cast<unsigned int>(object(handle).type_of());
     std::string uuid;
     std::string complaint;
-    const std::vector<std::string> pieces{serial, _four_bytes(type),
-                                          _four_bytes(static_cast<unsigned int>(slot))};
+    const std::vector<std::string> pieces{serial, little_endian(type),
+                                          little_endian(static_cast<unsigned int>(slot))};
     if (!devices_.digest(handle, pieces, uuid, complaint)) {
         error(complaint, "stamp_device_map.cpp", "generate_uuid");
     }
@@ -181,6 +157,10 @@ std::string model_library::uuid_of(model_handle& handle, int slot) {
 }
 
 void model_library::list_entry(const handle_ptr& handle, int slot, const std::string& name) {
+    if (slot < first_slot || slot > last_slot) {
+        error("Invalid id of the storage of stamp: " + std::to_string(slot) + ", skip it.");
+        return;
+    }
     const std::string data = object(*handle).bytes(slot);
     const std::string uuid = uuid_of(*handle, slot);
     if (uuid.empty()) {

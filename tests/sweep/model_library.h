@@ -67,7 +67,4 @@ private:
     std::vector<seen_stamp> stamps_;
 };
 
-/** The record of slot 8127 for these entries. */
-std::string model_record(const std::map<unsigned int, std::string>& entries);
-
 #endif

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/allocation_faults.h"
+#include "sweep/model_record.h"
 
 namespace {
 

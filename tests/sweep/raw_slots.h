@@ -1,0 +1,14 @@
+#ifndef SWEEP_RAW_SLOTS_H
+#define SWEEP_RAW_SLOTS_H
+
+#include <map>
+#include <string>
+
+/* The slots of the only attached device, asked of the device library itself. */
+
+/** Those from 8126 to 8139 that exist. */
+std::map<int, std::string> raw_slots();
+/** Creates and fills slots. */
+void fill_raw_slots(const std::map<int, std::string>& slots);
+
+#endif
