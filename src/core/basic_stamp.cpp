@@ -1,6 +1,7 @@
 #include "core/basic_stamp.h"
 
 #include <cstring>
+#include <stdexcept>
 
 namespace vemra::app::stamp {
 
@@ -15,6 +16,7 @@ basic_stamp::basic_stamp(type_t type, format_t format, const std::basic_string<u
     : type_(type), format_(format), uuid_(uuid) {}
 
 void basic_stamp::set_data(const void* bytes, const std::size_t& size) {
+    if (size > data_.max_size()) throw std::length_error("basic_string::assign");
     data_.assign(static_cast<const unsigned char*>(bytes), size);
 }
 

@@ -32,7 +32,10 @@ public:
     std::string get_name() const { return name_; }
     std::basic_string<unsigned char> get_uuid() const { return uuid_; }
 
-    /** Replaces the bytes. They may lie inside the stamp's own. */
+    /**
+     * Replaces the bytes. They may lie inside the stamp's own. More than a string can hold throws
+     * std::length_error("basic_string::assign").
+     */
     void set_data(const void* bytes, const std::size_t& size);
     void set_data(const std::basic_string<unsigned char>& bytes);
 
