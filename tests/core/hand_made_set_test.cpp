@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <csignal>
 #include <memory>
 #include <system_error>
 #include <vector>
@@ -77,7 +78,7 @@ protected:
         return public_type;
     }
 
-    const fake_device_library fake;
+    fake_device_library fake;
     stamp_set set;
     unsigned char* uuid = nullptr;
     unsigned int uuid_size = 0;
@@ -130,6 +131,84 @@ TEST_F(hand_made_set, stamp_without_a_name_is_a_failure_that_releases_everything
     EXPECT_EQ(captured.error_lines(), error("Bad stamp name."));
 }
 
+// What the record of a stamp tells of its device. The outputs are 7 and null when none is written.
+class hand_made_owner : public hand_made_set {
+protected:
+    void ask_device_of_first() {
+        set.push_back(std::make_shared<image_stamp>("seal", known_uuid, "a", 1));
+        const stdout_capture captured;
+        ASSERT_EQ(get_first(), 1);
+        status = VemraAppStampGetStampOwnDevice(record, &serial, &length, &type);
+        last_status = VemraAppStampGetLastError();
+        errors = captured.error_lines();
+        VemraAppStampFreeMemory(uuid);
+        VemraAppStampFreeMemory(record->name);
+        VemraAppStampFreeStamp(record);
+    }
+    static lines_t owner_error(const std::string& message) {
+        return {" [ERROR]    [VemraAppStampGetStampOwnDevice] " + message +
+                " (src/core/VEMRA_APP_STAMP.cpp:N)"};
+    }
+    bool outputs_are_untouched() const { return serial == nullptr && length == 7 && type == 7; }
+
+    int status = 7;
+    int last_status = 7;
+    lines_t errors;
+    char* serial = nullptr;
+    unsigned int length = 7;
+    int type = 7;
+};
+
+TEST_F(hand_made_owner, without_an_open_handle_is_minus_1_and_is_not_asked) {
+    make_known(std::make_shared<vemra::crypto::device>(nullptr, false));
+    ask_device_of_first();
+    EXPECT_EQ(status, -1);
+    EXPECT_EQ(last_status, -1);
+    EXPECT_EQ(errors, owner_error("No own device."));
+    EXPECT_TRUE(outputs_are_untouched());
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetSerialNumber"), lines_t{});
+}
+
+TEST_F(hand_made_owner, whose_mutex_fails_is_0_and_writes_nothing) {
+    const auto owner = std::make_shared<vemra::crypto::device>();
+    make_known(owner);
+    lock_watch watch(*owner);
+    watch.fail_with(EINVAL);
+    ask_device_of_first();
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(errors, owner_error("Unable to get device info from this stamp, because: Invalid "
+                                  "argument."));
+    EXPECT_TRUE(outputs_are_untouched());
+}
+
+// A device with slots, whose slot 8130 has the known uuid.
+class hand_made_entry : public hand_made_set {
+protected:
+    void SetUp() override {
+        fake.add_device("SN-1", 3);
+        make_known(vemra::crypto::device::get_all_devices(-1, 0).front());
+    }
+
+    static int update() {
+        unsigned char bytes[] = {'a'};
+        char name[] = "renamed";
+        const VEMRA_APP_STAMP_RECORD content = {1, 7, 1, bytes, name, nullptr, nullptr};
+        return VemraAppStampUpdateStamp(known_uuid.data(), 3, nullptr, &content);
+    }
+    static int remove() { return VemraAppStampDeleteStamp(known_uuid.data(), 3, nullptr); }
+};
+
+TEST_F(hand_made_entry, keeps_device_slot_and_old_name_when_its_stamp_is_written) {
+    const stdout_capture unseen;
+    const auto before = g_stamp_device_map.get(known_uuid);
+    EXPECT_EQ(update(), 1);
+    EXPECT_EQ(g_stamp_device_map.get(known_uuid), before);
+    EXPECT_EQ(before->get_name(), "seal");
+    EXPECT_EQ(before->get_data_id(), 8130);
+    EXPECT_EQ(remove(), 1);
+    EXPECT_EQ(g_stamp_device_map.get(known_uuid), before);
+}
+
 // The exception leaves the exported function, and its exit line is printed all the same.
 template <typename Call>
 void expect_system_error(const char* function, Call call) {
@@ -159,6 +238,32 @@ TEST_F(hand_made_set, get_passes_the_error_of_a_mutex_of_the_map_on) {
     lock_watch watch(g_stamp_device_map);
     watch.fail_with(EINVAL);
     expect_system_error("VemraAppStampGetStamp", [&] { get_first(); });
+}
+
+TEST_F(hand_made_entry, update_passes_the_error_of_a_mutex_of_the_map_on) {
+    lock_watch watch(g_stamp_device_map);
+    watch.fail_with(EINVAL);
+    expect_system_error("VemraAppStampUpdateStamp", [] { update(); });
+}
+
+TEST_F(hand_made_entry, delete_passes_the_error_of_a_mutex_of_the_map_on) {
+    lock_watch watch(g_stamp_device_map);
+    watch.fail_with(EINVAL);
+    expect_system_error("VemraAppStampDeleteStamp", [] { remove(); });
+}
+
+TEST_F(hand_made_set, initialize_passes_the_error_of_a_mutex_on) {
+    char directory[] = "/tmp/elsewhere";
+    const VEMRA_APP_STAMP_CONFIG config = {0, 14, directory};
+    {
+        lock_watch watch(environment::instance());
+        watch.fail_with(EINVAL);
+        EXPECT_THROW(VemraAppStampEnvInitialize(&config), std::system_error);
+    }
+    for (const int number : {SIGILL, SIGSEGV, SIGABRT})
+        std::signal(number, SIG_DFL);
+    EXPECT_EQ(std::string(environment::instance().get_log_directory()),
+              "/var/logs/VEMRA_APP_STAMP");
 }
 
 TEST_F(hand_made_set, configuration_passes_the_error_of_a_mutex_on) {
