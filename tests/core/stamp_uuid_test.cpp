@@ -190,6 +190,13 @@ TEST_F(stamp_uuid, of_a_null_digest_without_a_length_is_empty) {
     EXPECT_EQ(captured.text(), "");
 }
 
+TEST_F(stamp_uuid, of_a_digest_with_a_negative_length_is_a_length_error_that_releases_it) {
+    fake.answer_digest(1, "digest", -1);
+    EXPECT_THROW(uuid_of(8130), std::length_error);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoFree"),
+              joined({{"VemraPKICryptoFreeMemory(serial)"}, frees_digest, frees_hash}));
+}
+
 TEST_F(stamp_uuid, throws_when_the_type_cannot_be_read_before_a_hash_is_made) {
     fake.fail_function("VemraPKICryptoGetType", 1, fault::failing(19));
     EXPECT_THROW(uuid_of(8130), vemra::crypto::exception);
