@@ -210,6 +210,12 @@ TEST_F(append_failure, a_type_that_cannot_be_read_lets_the_exit_line_be_printed)
     expect_escape<std::runtime_error>();
 }
 
+TEST_F(append_failure, a_serial_whose_reading_throws_escapes) {
+    fake.add_device("SN-1", 3);
+    fake.fail_function("VemraPKICryptoGetSerialNumber", 1, fault::throwing_runtime_error());
+    expect_escape<std::runtime_error>();
+}
+
 TEST_F(append_failure, the_last_status_stays_when_an_exception_escapes) {
     fake.add_device("SN-1", 3);
     fake.fail_function("VemraPKICryptoGetType", 1);

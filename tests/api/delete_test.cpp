@@ -68,6 +68,13 @@ TEST_F(delete_stamp, of_sealed_bytes_leaves_the_mapping_alone) {
     EXPECT_EQ(fake.slot(8130), std::nullopt);
 }
 
+TEST_F(delete_stamp, of_sealed_bytes_with_a_zero_byte_leaves_the_mapping_alone) {
+    fake.fill_slot(8130, std::string("VemraSeal\0", 10));
+    EXPECT_EQ(remove_quietly(), 1);
+    EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130"));
+    EXPECT_EQ(fake.slot(8130), std::nullopt);
+}
+
 TEST_F(delete_stamp, of_bytes_that_are_not_exactly_the_magic_goes_through_the_mapping) {
     for (const char* bytes : {"VemraSea", "VemraSealed", "vemraseal"}) {
         fake.fill_slot(8130, bytes);
@@ -119,6 +126,13 @@ TEST_F(delete_stamp, with_a_wrong_password_is_logged_with_the_retries_and_still_
                   "times.")));
     EXPECT_EQ(status, 1);
     EXPECT_EQ(fake.slot(8130), std::nullopt);
+}
+
+TEST_F(delete_stamp, leaves_its_uuid_known_over_further_listings) {
+    remove_quietly();
+    EXPECT_EQ(listed_names(), text_lines{});
+    EXPECT_EQ(trace([this] { status = remove(); }), text_lines(inputs()));
+    EXPECT_EQ(status, 1);
 }
 
 TEST_F(delete_stamp, leaves_its_uuid_to_the_next_stamp_in_the_slot) {

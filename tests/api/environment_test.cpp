@@ -1,5 +1,6 @@
 #include <csignal>
 #include <cstring>
+#include <new>
 
 #include "api/api_test.h"
 
@@ -169,6 +170,27 @@ TEST_F(environment, directory_without_memory_is_null_with_its_true_length_and_st
     EXPECT_EQ(status, 1);
     EXPECT_EQ(config.log_directory, nullptr);
     EXPECT_EQ(config.log_directory_length, 25);
+}
+
+TEST_F(environment, initialize_without_memory_throws_and_works_afterwards) {
+    std::string directory = "/a directory/of several components/each of them too long to be short";
+    const VEMRA_APP_STAMP_CONFIG config{0, static_cast<int>(directory.size()), directory.data()};
+    const VEMRA_APP_STAMP_ENV_HANDLE handle = VemraAppStampEnvInitialize(nullptr);
+    bool has_fired = true;
+    for (int nth = 1; has_fired; ++nth) {
+        bool has_thrown = false;
+        allocation_faults::fail_throwing(nth);
+        try {
+            VemraAppStampEnvInitialize(&config);
+        } catch (const std::bad_alloc&) {
+            has_thrown = true;
+        }
+        has_fired = allocation_faults::fired();
+        allocation_faults::stop();
+        ASSERT_EQ(has_thrown, has_fired) << "allocation " << nth;
+        ASSERT_TRUE(has_fired || nth > 1);
+    }
+    EXPECT_EQ(directory_of(handle), directory);
 }
 
 TEST_F(environment, uninitialize_without_handle_is_minus_1_and_prints_nothing) {
