@@ -17,12 +17,13 @@
  * What an integrator must know
  * ----------------------------
  *
- * The trace. Every call prints its trace on standard output: an entry and an exit line, one line
- *   per argument, and what happened between. Every argument is printed, DEVICE PASSWORDS
- *   INCLUDED, and VemraAppStampGetStampData prints the whole stamp in hexadecimal. Nothing turns
- *   this off. An application that must not show or keep it gives the library another standard
- *   output (examples/own_output.c shows how). `device_sn` and `password` are printed as C strings
- *   and so must be NUL-terminated readable text, even where a length is given beside them.
+ * The trace. Every call but those of VemraAppStampEnvInitialize and VemraAppStampEnvUninitialize
+ *   prints its trace on standard output: an entry and an exit line, one line per argument, and what
+ *   happened between. Every argument is printed, DEVICE PASSWORDS INCLUDED, and
+ *   VemraAppStampGetStampData prints the whole stamp in hexadecimal. Nothing turns this off. An
+ *   application that must not show or keep it gives the library another standard output
+ *   (examples/own_output.c shows how). `device_sn` and `password` are printed as C strings and so
+ *   must be NUL-terminated readable text, even where a length is given beside them.
  *
  * Passwords. A wrong password does not stop a write: it is logged with the attempts left, the
  *   operation goes on, and the device itself accepts or refuses it. A call with a wrong password
@@ -68,8 +69,9 @@
  *                        serial number cannot be read;
  *     std::logic_error and anything else that the device library itself throws outside the
  *                        guarded calls, or that is not a std::exception.
- *   A C caller cannot catch them: they end the process. If even the exit line cannot be built,
- *   the process ends at once.
+ *   A C caller cannot catch them: they end the process. If memory fails even for the exit line, or
+ *   for the text of a device failure, or if a set cannot be locked to be released, the process
+ *   ends at once.
  *
  * Threads. Any function may be called from any thread. A set or a record must not be released
  *   while another thread uses it. The last status is kept per thread.
@@ -328,9 +330,10 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampCount(VEMRA_APP_STAMP_SET_HANDLE ha
  *
  * Returns, tested in this order:
  *   -1 handle is NULL; -5 index is past the last stamp; -2 an output is NULL;
- *   0 the set holds no stamp there, the stamp has no uuid, its uuid is not known to the process,
- *   or it has no name; -3 no memory (if it fails for the bytes, the unfinished record is never
- *   released; if it fails for the uuid, the copy of the name is not); 1 done.
+ *   0 the set holds no stamp there, the stamp has no uuid, or its uuid is not known to the process;
+ *   -3 no memory for the record or the bytes (if it fails for the bytes, the unfinished record is
+ *   never released); 0 the stamp has no name; -3 no memory for the name or the uuid (if it fails
+ *   for the uuid, the copy of the name is never released); 1 done.
  * Exceptions: std::bad_alloc, std::system_error.
  * Threads: any, while nobody frees the set.
  * Logs: the arguments; the cause of a status 0.
@@ -397,7 +400,7 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* 
  *
  * Returns, tested in this order:
  *   -1 handle is NULL; -2 an output is NULL;
- *   -3 no memory (*output_string becomes NULL); 1 done.
+ *   -3 no memory (*output_string becomes NULL, *output_size stays); 1 done.
  * Threads: any, while nobody frees the record.
  * Logs: the arguments; the length and the name.
  */
@@ -409,8 +412,9 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampName(const VEMRA_APP_STAMP_RECORD* 
  *
  * handle                   in   a record from VemraAppStampGetStamp; borrowed
  * output_device_sn         out  new NUL-terminated buffer, freed by the caller with
- *                               VemraAppStampFreeMemory; NULL if the serial number is empty, and
- *                               if there is no memory, which is not an error: test the pointer
+ *                               VemraAppStampFreeMemory; NULL if the serial number is empty or
+ *                               cannot be read, and if there is no memory, which are no errors:
+ *                               test the pointer
  * output_device_sn_length  out  true length in bytes, NUL not counted
  * output_device_type       out  device type
  * On failure no output is written.
@@ -488,8 +492,8 @@ VEMRA_APP_STAMP_API int VemraAppStampUpdateStamp(const unsigned char* uuid, unsi
 
 /**
  * Removes a stamp: first its entry in the mapping, then its slot. A slot whose bytes are exactly
- * the sealed format's magic is removed without a look at the mapping. The uuid stays known, and
- * removing it again succeeds.
+ * the sealed format's magic, "VemraSeal" with or without one zero byte behind it, is removed
+ * without a look at the mapping. The uuid stays known, and removing it again succeeds.
  *
  * uuid       in  from VemraAppStampGetStamp
  * uuid_size  in  its length in bytes
