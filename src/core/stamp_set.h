@@ -14,7 +14,8 @@ namespace vemra::app::stamp {
  * The stamps of one enumeration, in the order in which they were found.
  *
  * Every operation, the destructor included, holds the set's lock for its whole duration; failing
- * to lock throws std::system_error. Stamps are handed out as shared pointers and outlive the set.
+ * to lock throws std::system_error, which ends the process when the destructor fails so. Stamps are
+ * handed out as shared pointers and outlive the set.
  */
 class stamp_set : public qo::base::thread_safe_object {
 public:

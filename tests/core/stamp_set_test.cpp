@@ -107,6 +107,17 @@ TEST(stamp_set, fails_with_a_system_error_when_the_mutex_fails) {
     EXPECT_EQ(set.size(), 1U);
 }
 
+TEST(stamp_set_DeathTest, ends_the_process_when_it_cannot_be_locked_to_be_destroyed) {
+    EXPECT_DEATH(
+        {
+            std::optional<stamp_set> set(std::in_place);
+            lock_watch watch(*set);
+            watch.fail_with(EINVAL);
+            set.reset();
+        },
+        "terminate called after throwing an instance of 'std::system_error'");
+}
+
 TEST(stamp_set, is_unlocked_and_unchanged_when_its_growth_fails) {
     stamp_set set;
     const auto stamp = new_stamp();
