@@ -15,7 +15,7 @@ if(VEMRA_WARNINGS_AS_ERRORS)
 endif()
 
 # Source positions in log lines are relative to the source root, whatever the build directory.
-add_compile_options("-fmacro-prefix-map=${CMAKE_SOURCE_DIR}/=")
+add_compile_options("-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 
 if(VEMRA_SANITIZE)
     add_compile_options(-fsanitize=${VEMRA_SANITIZE} -fno-sanitize-recover=all
