@@ -278,6 +278,14 @@ TEST_F(append, skips_a_null_device_with_its_line) {
     EXPECT_EQ(status, 1);
 }
 
+TEST_F(append, asks_nothing_of_a_device_without_a_handle) {
+    fake.add_null_device();
+    fake.add_device("SN-1", 3);
+    EXPECT_EQ(append_quietly(), 1);
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetSerialNumber"),
+              text_lines{"VemraPKICryptoGetSerialNumber(SN-1, null)"});
+}
+
 TEST_F(append, of_a_name_with_a_separator_vanishes_from_the_list) {
     add_device_with("A&8130");
     for (const char* bad : {"x||y", "x&y"}) {
