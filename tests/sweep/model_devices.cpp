@@ -8,6 +8,7 @@ namespace {
 constexpr int bad_handle = 11;
 constexpr int slot_exists = 12;
 constexpr int wrong_length = 13;
+constexpr int buffer_too_small = 14;
 constexpr int not_logged_in = 15;
 constexpr int wrong_password = 16;
 constexpr int locked = 18;
@@ -118,6 +119,11 @@ model_devices::effect model_devices::note(const std::string& line) {
         end_process();
     }
     if (ends_after_this_) return {true, false, 0};
+    if (plan.what == disturbance::visited) {
+        plan = {};
+        visitor();
+        return {true, false, 0};
+    }
     const bool works = plan.what == disturbance::answer_lost;
     return {works, plan.what != disturbance::hollow, plan.code};
 }
@@ -285,6 +291,7 @@ int model_devices::read(const model_handle& handle, int id, int size, std::strin
         handle, false, [&](const std::map<int, std::string>& slots) {
             const auto found = slots.find(id);
             if (found == slots.end()) return no_such_slot;
+            if (static_cast<int>(found->second.size()) > size) return buffer_too_small;
             bytes = found->second;
             return 1;
         });
@@ -364,11 +371,15 @@ int model_devices::finish_digest(const std::string& input, std::string& digest,
 }
 
 std::string model_devices::failure_text(int code) {
-    static const std::map<int, const char*> texts{
-        {no_such_slot, "no such slot"},   {bad_handle, "bad handle"},
-        {slot_exists, "slot exists"},     {wrong_length, "wrong length"},
-        {not_logged_in, "not logged in"}, {wrong_password, "wrong password"},
-        {17, "scripted failure"},         {locked, "locked"}};
+    static const std::map<int, const char*> texts{{no_such_slot, "no such slot"},
+                                                  {bad_handle, "bad handle"},
+                                                  {slot_exists, "slot exists"},
+                                                  {wrong_length, "wrong length"},
+                                                  {not_logged_in, "not logged in"},
+                                                  {wrong_password, "wrong password"},
+                                                  {17, "scripted failure"},
+                                                  {locked, "locked"},
+                                                  {buffer_too_small, "buffer too small"}};
     enter("VemraPKIGetErrorMsg(" + std::to_string(code) + ")");
     leave();
     memory.step();

@@ -1,6 +1,7 @@
 #ifndef SWEEP_MODEL_DEVICES_H
 #define SWEEP_MODEL_DEVICES_H
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -17,6 +18,7 @@ enum class disturbance {
     refused_for_good,  // So does every later call.
     answer_lost,       // It does its work and tells a code all the same.
     hollow,            // It does nothing and tells success: no handle, no output.
+    visited,           // Somebody else does something first.
     cut_before,        // The process ends before the work.
     cut_after          // The process ends after it.
 };
@@ -78,6 +80,8 @@ public:
     std::string password = "12345678";
     planned_disturbance plan;
     model_memory memory;
+    /** What the visitor does. */
+    std::function<void()> visitor;
     std::vector<std::string> calls;
     int last_error = 0;
     /** Handles that were made, but lost on the way to the caller. */

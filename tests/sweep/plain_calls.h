@@ -16,9 +16,7 @@ int append_stamp(const token& device, const new_stamp& stamp);
 int update_stamp(const std::string& uuid, const new_stamp& stamp);
 int delete_stamp(const std::string& uuid);
 
-/** Sends the trace of this process away for good. */
+/** Sends the trace of this process away for good; failures appear on standard error. */
 void discard_trace();
-/** Runs all tests with their results on standard error and no trace. */
-int run_without_trace();
 
 #endif

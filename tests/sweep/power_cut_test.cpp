@@ -6,8 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -17,34 +15,15 @@
 #include "sweep/live_library.h"
 #include "sweep/power_cut_table.h"
 #include "sweep/raw_slots.h"
+#include "sweep/saved_tokens.h"
 
 namespace {
-
-namespace fs = std::filesystem;
 
 using device_gate::moment;
 
 constexpr int cut_status = 42;
 
 std::map<std::string, std::string> sections;
-
-/** The tokens as they were when this was made, again and again. */
-class saved_tokens {
-public:
-    saved_tokens() { fs::copy(tokens_, saved_, fs::copy_options::recursive); }
-    void restore() const {
-        for (const auto& old : fs::directory_iterator(tokens_))
-            fs::remove_all(old);
-        fs::copy(saved_, tokens_, fs::copy_options::recursive);
-    }
-    ~saved_tokens() { fs::remove_all(saved_); }
-    saved_tokens(const saved_tokens&) = delete;
-    saved_tokens& operator=(const saved_tokens&) = delete;
-
-private:
-    fs::path tokens_ = std::getenv("VEMRA_SOFTTOKEN_DIR");
-    fs::path saved_ = tokens_.string() + "-saved";
-};
 
 /** Lets only the first bytes of a write arrive. */
 void _tear(const device_gate::call& write, int arrived) {

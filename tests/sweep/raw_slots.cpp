@@ -6,14 +6,15 @@
 
 namespace {
 
-class only_device {
+class open_device {
 public:
-    only_device() : handle_(VemraPKICryptoGetDevice(VemraPKICryptoGetAllDevices(-1, 0), 0)) {
+    explicit open_device(int index)
+        : handle_(VemraPKICryptoGetDevice(VemraPKICryptoGetAllDevices(-1, 0), index)) {
         if (handle_ == nullptr) throw std::runtime_error("no device");
     }
-    ~only_device() { VemraPKICryptoFreeDevice(handle_); }
-    only_device(const only_device&) = delete;
-    only_device& operator=(const only_device&) = delete;
+    ~open_device() { VemraPKICryptoFreeDevice(handle_); }
+    open_device(const open_device&) = delete;
+    open_device& operator=(const open_device&) = delete;
 
     VEMRA_PKI_DEVICE_HANDLE_st* handle() const { return handle_; }
 
@@ -27,8 +28,8 @@ void _require(int status, const char* what) {
 
 }  // namespace
 
-std::map<int, std::string> raw_slots() {
-    const only_device device;
+std::map<int, std::string> raw_slots(int index) {
+    const open_device device(index);
     std::map<int, std::string> result;
     for (int slot = 8126; slot < 8140; ++slot) {
         int length = 0;
@@ -46,7 +47,7 @@ std::map<int, std::string> raw_slots() {
 }
 
 void fill_raw_slots(const std::map<int, std::string>& slots) {
-    const only_device device;
+    const open_device device(0);
     const unsigned char attributes[] = {4, 1, 3, 7};
     for (const auto& [slot, bytes] : slots) {
         const int length = static_cast<int>(bytes.size());

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <thread>
 
+#include "sweep/moving_stamp.h"
 #include "sweep/plain_calls.h"
 
 namespace {
@@ -18,21 +19,6 @@ constexpr int reader_count = 3;
 constexpr int rounds = 12;
 // No call waits longer than this for another one.
 constexpr double longest_wait_seconds = 10;
-
-const new_stamp resting{"resting", "the bytes that nobody changes"};
-
-/** Versions differ in length and in their only letter. */
-new_stamp _version(int number) {
-    const int letter = number % 26;
-    return {"moving", std::string(static_cast<std::size_t>(40 + 10 * letter),
-                                  static_cast<char>('a' + letter))};
-}
-
-/** A whole version, or what a slot holds between the calls of one write. */
-bool _is_whole_or_between(const std::string& bytes) {
-    if (bytes.empty() || bytes.find_first_not_of('\0') == std::string::npos) return true;
-    return bytes == _version(bytes.front() - 'a').data;
-}
 
 class longest_call {
 public:
@@ -71,8 +57,8 @@ void _expect_on(const token& device, const std::vector<new_stamp>& due, longest_
 /** Appends, replaces and removes a stamp beside the resting one, over and over. */
 void _write(const token& device, longest_call& waits) {
     for (int round = 0; round < rounds && !::testing::Test::HasFailure(); ++round) {
-        const new_stamp first = _version(2 * round);
-        const new_stamp second = _version(2 * round + 1);
+        const new_stamp first = stamp_version(2 * round);
+        const new_stamp second = stamp_version(2 * round + 1);
         EXPECT_EQ(waits.timed([&] { return append_stamp(device, first); }), 1);
         _expect_on(device, {resting, first}, waits);
         const std::string uuid = listed_stamps(device).back().uuid;
@@ -89,11 +75,11 @@ int _read(const std::atomic<bool>& is_done, longest_call& waits) {
     while (!is_done && !::testing::Test::HasFailure()) {
         for (const seen_stamp& stamp : waits.timed([] { return listed_stamps(); })) {
             ++seen;
-            if (stamp.name == "resting") {
+            if (stamp.name == resting.name) {
                 EXPECT_EQ(stamp.data, resting.data);
             } else {
-                EXPECT_EQ(stamp.name, "moving");
-                EXPECT_TRUE(_is_whole_or_between(stamp.data)) << stamp.data;
+                EXPECT_EQ(stamp.name, moving_name);
+                EXPECT_TRUE(is_whole_or_between(stamp.data)) << stamp.data;
             }
         }
     }
@@ -132,5 +118,6 @@ TEST(threads, one_writer_per_token_and_many_readers_lose_nothing) {
 
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    return run_without_trace();
+    discard_trace();
+    return RUN_ALL_TESTS();
 }
