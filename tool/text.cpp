@@ -31,10 +31,12 @@ bool _is_control(wchar_t character) {
     return character == 0 || std::iswcntrl(static_cast<std::wint_t>(character)) != 0;
 }
 
-bool _is_invisible(wchar_t character) {
-    const auto number = static_cast<unsigned long>(character);
-    return (number >= 0x200b && number <= 0x200f) || (number >= 0x202a && number <= 0x202e) ||
-           (number >= 0x2060 && number <= 0x206f) || number == 0xfeff || number == 0xad;
+bool _is_invisible(wchar_t one) {
+    const auto is_between = [one](wchar_t first, wchar_t last) {
+        return one >= first && one <= last;
+    };
+    return is_between(0x200b, 0x200f) || is_between(0x202a, 0x202e) || is_between(0x2060, 0x206f) ||
+           one == 0xfeff || one == 0xad;
 }
 
 template <typename Predicate>

@@ -45,8 +45,7 @@ std::string _message_of(std::string_view line) {
     if (start != std::string::npos) text.erase(0, start + 2);
     const std::size_t position = text.rfind(" (");
     if (position != std::string::npos) text.erase(position);
-    if (text.size() > longest_message) text.replace(longest_message, std::string::npos, "...");
-    return text;
+    return text.size() > longest_message ? text.substr(0, longest_message) + "..." : text;
 }
 
 std::vector<std::string> _error_messages(const std::string& text) {
@@ -86,7 +85,7 @@ void trace::show_in_file(const std::string& path) {
     }
 }
 
-std::vector<std::string> trace::take(const secret& masked) {
+std::vector<std::string> trace::take(const secret& masked) const {
     std::fflush(stdout);
     explicit_bzero(g_stdout_buffer.data(), g_stdout_buffer.size());
     const off_t size = lseek(memory_, 0, SEEK_END);

@@ -33,7 +33,7 @@ public:
     void show_in_file(const std::string& path);
 
     /** Takes what was printed since the last call; returns the texts of its error lines. */
-    std::vector<std::string> take(const secret& masked);
+    std::vector<std::string> take(const secret& masked) const;
 
 private:
     int original_;

@@ -1,5 +1,4 @@
 import subprocess
-import time
 
 from tool_case import COMPANY, NAME_SEAL, PASSWORD, TOOL, ToolCase, mapping_record
 
@@ -95,16 +94,6 @@ class Append(ToolCase):
                                  stderr=subprocess.DEVNULL) for i in range(4)]
         self.assertEqual([run.wait() for run in runs], [0] * 4)
         self.assertEqual(sorted(self.stamps()), [f"Seal {i}" for i in range(4)])
-
-    def test_the_lock_is_held_while_writing(self):
-        self.fail_device("slow 1500")
-        with subprocess.Popen([TOOL, "append", "--password-file", str(self.password_file),
-                               "--name", "Seal", str(NAME_SEAL)], env=self.environment,
-                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as slow:
-            time.sleep(1)
-            self.heal_device()
-            self.change(11, "append", "--timeout", "0.2", "--name", "Other", COMPANY)
-            self.assertEqual(slow.wait(), 0)
 
     def test_the_password_may_come_from_a_descriptor(self):
         path = self.write("other", PASSWORD + "\n", 0o600)

@@ -1,8 +1,8 @@
 """Each exit code once, with the plainest way to it."""
 
+import os
 import signal
 import subprocess
-import time
 
 from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase
 
@@ -67,20 +67,22 @@ class ExitCode(ToolCase):
         self.expect(10, "list")
 
     def test_11_lock_not_obtained(self):
-        self.fail_device("slow 1000")
-        with subprocess.Popen([TOOL, "append", "--password-file", str(self.password_file),
-                               "--name", "Seal", str(NAME_SEAL)], env=self.environment,
+        self.append("Seal", COMPANY)
+        self.fail_device("slow 1500")
+        with subprocess.Popen([TOOL, "update", "--password-file", str(self.password_file),
+                               "name:Seal", str(NAME_SEAL)], env=self.environment,
                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as other:
-            time.sleep(0.7)
+            self.wait_for_write()
             self.heal_device()
             self.change(11, "verify-password", "--timeout", "0")
             other.wait()
 
     def test_130_interrupted(self):
-        # Nothing is ever written to this pipe: the tool waits for a password.
-        with subprocess.Popen([TOOL, "verify-password", "--password-fd", "0"],
-                              env=self.environment, stdin=subprocess.PIPE,
-                              stderr=subprocess.DEVNULL) as process:
-            time.sleep(0.5)
-            process.send_signal(signal.SIGINT)
-            self.assertEqual(process.wait(60), 130)
+        fifo = self.folder / "fifo"
+        os.mkfifo(fifo)
+        with subprocess.Popen([TOOL, "verify-password", "--password-file", str(fifo)],
+                              env=self.environment, stderr=subprocess.DEVNULL) as process:
+            # Opening the other end waits until the tool reads its password there.
+            with open(fifo, "wb"):
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(60), 130)

@@ -15,13 +15,6 @@ class Interruption(ToolCase):
         self.addCleanup(process.stderr.close)
         return process
 
-    def wait_for_write(self, seconds=60):
-        """A change has begun as soon as there is a recovery file."""
-        end = time.monotonic() + seconds
-        while not self.recovery_folders() and time.monotonic() < end:
-            time.sleep(0.02)
-        self.assertTrue(self.recovery_folders())
-
     def test_every_signal_waits_for_the_change(self):
         self.append("Seal", COMPANY)
         for number, name in ((signal.SIGINT, "a"), (signal.SIGTERM, "b"), (signal.SIGHUP, "c"),

@@ -174,7 +174,7 @@ class Progress(ToolCase):
         self.assertNotIn(b"writing", done.stderr)
 
     def test_an_interrupt_waits_until_the_change_is_complete(self):
-        self.fail_device("slow 900")
+        self.fail_device("slow 2500")
         tool = Terminal(self.environment, "append", "--password-file", self.password_file,
                         "--name", "Seal", NAME_SEAL)
         tool.wait_for(b"writing")
