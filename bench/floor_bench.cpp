@@ -15,7 +15,7 @@
 namespace {
 
 constexpr std::size_t sizes[] = {4U << 10, 64U << 10, 1U << 20, 16U << 20};
-constexpr std::size_t least_pairs = 11;
+constexpr std::size_t least_pairs = 21;
 
 struct result_files {
     std::FILE* table;
@@ -54,7 +54,7 @@ void _measure(std::size_t size, double seconds, result_files& files) {
 int main(int argc, char** argv) {
     bench::require(argc == 4, "usage: floor_bench NAME SECONDS FOLDER");
     const std::string name = argv[1];
-    const double seconds = std::atof(argv[2]);
+    const double seconds = std::strtod(argv[2], nullptr);
     const std::string base = std::string(argv[3]) + "/" + name;
     result_files files{bench::hide_trace(), std::ofstream(base + ".samples"),
                        std::ofstream(base + ".ratios")};

@@ -276,7 +276,7 @@ void floor_program::append(const picture& stored) {
 
 void floor_program::update(const picture& stored) {
     const VEMRA_APP_STAMP_RECORD& record = stored.record();
-    const device_handle device = devices_.front();
+    device_handle device = devices_.front();
     ENTER("VemraAppStampUpdateStamp");
     TRACE("VemraAppStampUpdateStamp", "Input `uuid`     : %s",
           _hex_of(first_uuid_.bytes.get(), first_uuid_.size).get());
@@ -293,7 +293,7 @@ void floor_program::update(const picture& stored) {
 }
 
 void floor_program::remove() {
-    const device_handle device = devices_.front();
+    device_handle device = devices_.front();
     ENTER("VemraAppStampDeleteStamp");
     TRACE("VemraAppStampDeleteStamp", "Input `uuid`     : %s",
           _hex_of(last_uuid_.bytes.get(), last_uuid_.size).get());

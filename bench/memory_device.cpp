@@ -137,7 +137,7 @@ int VemraPKICryptoReadData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, unsigned 
     const auto found = device->device->slots.find(id);
     if (found == device->device->slots.end()) return no_such_slot;
     if (found->second.size() > static_cast<std::size_t>(buf_len)) return failed;
-    std::memcpy(buf, found->second.data(), found->second.size());
+    found->second.copy(reinterpret_cast<char*>(buf), found->second.size());
     *out_len = static_cast<int>(found->second.size());
     return done;
 }

@@ -42,6 +42,7 @@ sample_pair medians(const std::vector<sample_pair>& pairs) {
 
 double median_ratio(const std::vector<sample_pair>& pairs) {
     std::vector<double> ratios;
+    ratios.reserve(pairs.size());
     for (const sample_pair& pair : pairs)
         ratios.push_back(pair.library / pair.floor);
     return median(ratios);
