@@ -11,11 +11,10 @@ namespace {
 constexpr char digits_of[] = "0123456789abcdef";
 
 #ifdef __SSE2__
-// NOLINTBEGIN(portability-simd-intrinsics): other machines take the plain loop.
 __m128i _digits(__m128i values) {
     const __m128i above_nine = _mm_cmpgt_epi8(values, _mm_set1_epi8(9));
     const __m128i gap = _mm_and_si128(above_nine, _mm_set1_epi8('a' - '9' - 1));
-    return _mm_add_epi8(_mm_add_epi8(values, _mm_set1_epi8('0')), gap);
+    return _mm_adds_epu8(_mm_adds_epu8(values, _mm_set1_epi8('0')), gap);
 }
 
 // Whole groups of 16 bytes; tells how many bytes are done.
@@ -32,7 +31,6 @@ std::size_t _hex_in_groups(const unsigned char* bytes, std::size_t count, char* 
     }
     return i;
 }
-// NOLINTEND(portability-simd-intrinsics)
 #else
 std::size_t _hex_in_groups(const unsigned char*, std::size_t, char*) {
     return 0;
