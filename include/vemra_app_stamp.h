@@ -46,8 +46,9 @@
  *   nothing rolls the first back when the second fails. Each function says what a failure leaves.
  *
  * One writer. Concurrent writers to one device, threads or processes, can lose each other's
- *   changes: reading the mapping and writing it back is not one step. Let one writer at a time
- *   work on a device.
+ *   changes: reading the mapping and writing it back is not one step. A writer that reads while
+ *   another replaces the mapping may even take the device for empty, drop all its entries and
+ *   overwrite a stamp that neither of them named. Let one writer at a time work on a device.
  *
  * Releasing. Sets are given back with VemraAppStampFreeStamps, records with
  *   VemraAppStampFreeStamp, every other buffer with VemraAppStampFreeMemory. VemraAppStampFreeStamp
