@@ -16,7 +16,7 @@ namespace {
 constexpr const char* manifest_name = "manifest.json";
 constexpr const char* manifest_format = "vemra-stamp backup";
 constexpr int manifest_version = 1;
-constexpr std::size_t most_manifest_bytes = 1024 * 1024;
+constexpr std::size_t most_manifest_bytes = std::size_t{1024} * 1024;
 
 std::string _now() {
     const std::time_t now = std::time(nullptr);
@@ -89,7 +89,7 @@ void write_archive(const std::string& directory, const archive& kept) {
     for (std::size_t i = 0; i < kept.stamps.size(); ++i) {
         const archived_stamp& one = kept.stamps[i];
         const std::string file = "stamp-" + std::to_string(i + 1) + look_at(one.data).file_suffix();
-        write_file(directory + "/" + file, one.data, existing::replace, true);
+        write_file(std::filesystem::path(directory) / file, one.data, existing::replace, true);
         manifest["stamps"].push_back(_entry(one, file));
     }
     write_file(manifest_path, manifest.dump(4) + "\n", existing::keep, true);

@@ -66,8 +66,8 @@ std::string read_file(const std::string& path, std::size_t most) {
 }
 
 std::string read_stamp_file(const std::string& path) {
-    const std::string bytes = path == "-" ? _read(STDIN_FILENO, "standard input", most_stamp_bytes)
-                                          : read_file(path, most_stamp_bytes);
+    std::string bytes = path == "-" ? _read(STDIN_FILENO, "standard input", most_stamp_bytes)
+                                    : read_file(path, most_stamp_bytes);
     if (bytes.empty()) throw failure(exit_code::usage, path + " is empty");
     return bytes;
 }

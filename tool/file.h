@@ -1,11 +1,12 @@
 /** Files that the tool reads and writes for the user. Failures are exit code 2 or 1. */
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace vemra::tool {
 
-constexpr std::size_t most_stamp_bytes = 16 * 1024 * 1024;
+constexpr std::size_t most_stamp_bytes = std::size_t{16} * 1024 * 1024;
 
 /** Reads the stamp's bytes from a file, or from standard input for "-". Not empty, at most 16 MiB.
  */

@@ -178,7 +178,7 @@ repair_plan plan_repair(session& tokens, const device_contents& contents,
     const bool is_malformed =
         std::any_of(contents.findings.begin(), contents.findings.end(),
                     [](const finding& one) { return one.what == kind::malformed_record; });
-    if (is_malformed) plan.steps.push_back("write the list anew, well-formed");
+    if (is_malformed) plan.steps.emplace_back("write the list anew, well-formed");
     return plan;
 }
 

@@ -64,7 +64,7 @@ void _export_all(context& run, const export_options& options) {
     std::filesystem::create_directories(options.all);
     run.result["files"] = json::array();
     for (const stamp& one : list.stamps) {
-        const std::string path = options.all + "/" + _file_name(one);
+        const std::string path = std::filesystem::path(options.all) / _file_name(one);
         if (_what(options) == existing::keep && std::filesystem::exists(path) &&
             !_holds(path, one.data)) {
             run.out.warn(path + " exists and was kept; --force replaces it");
