@@ -38,6 +38,9 @@ token_info token_database::info() {
     info.login = login_scope_from(query.text(4));
     info.limits = {query.integer(5), query.integer(6), query.integer(7), query.integer(8),
                    query.integer(9)};
+    if (!info.limits.are_possible()) {
+        throw failure(error_code::damaged, connection_.path() + ": limits out of range");
+    }
     return info;
 }
 

@@ -13,6 +13,9 @@ const char* name_of(login_scope scope) noexcept;
 /* Throws bad_argument for any other text. */
 login_scope login_scope_from(const std::string& name);
 
+/* In microseconds. */
+constexpr std::int64_t longest_call_delay = 60'000'000;
+
 /* Sizes in bytes. A rate or delay of 0 means as fast as the machine. */
 struct token_limits {
     std::int64_t capacity = std::int64_t{1} << 30;
@@ -20,6 +23,12 @@ struct token_limits {
     std::int64_t slots = 1000;
     std::int64_t call_microseconds = 0;
     std::int64_t bytes_per_second = 0;
+
+    /* Whether a token can have them; a damaged file may say anything. */
+    bool are_possible() const {
+        return capacity >= 0 && slot_size >= 0 && slots >= 0 && call_microseconds >= 0 &&
+               call_microseconds <= longest_call_delay && bytes_per_second >= 0;
+    }
 
     /* How long a call with so many bytes takes, in microseconds. */
     std::int64_t duration(std::int64_t bytes) const {

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "store/failure.h"
 #include "store/token_database.h"
 #include "token_fixture.h"
 
@@ -177,6 +178,24 @@ TEST_F(softtoken_enumeration, truncated_token_is_reported_and_left_alone) {
     EXPECT_EQ(attached_count(), 0);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("token skipped"), std::string::npos);
     EXPECT_EQ(file_bytes(path), bytes);
+}
+
+TEST_F(softtoken_enumeration, token_with_limits_that_cannot_be_is_reported_and_left_alone) {
+    make_token("a");
+    for (const char* limit :
+         {"call_microseconds = 9223372036854775807", "call_microseconds = -1",
+          "bytes_per_second = -1", "capacity = -1", "slot_size = -1", "slots = -1"}) {
+        std::string path = directory("a") + "/token.db";
+        std::string sound = file_bytes(path);
+        vemra::softtoken::sqlite_connection(path, SQLITE_OPEN_READWRITE)
+            .execute(std::string("UPDATE token SET ") + limit);
+        std::string bytes = file_bytes(path);
+        EXPECT_THROW(vemra::softtoken::token_database(path).info(), vemra::softtoken::failure)
+            << limit;
+        EXPECT_EQ(attached_count(), 0) << limit;
+        EXPECT_EQ(file_bytes(path), bytes) << limit;
+        write_file(path, sound);
+    }
 }
 
 TEST_F(softtoken_enumeration, copy_of_a_token_beside_it_is_reported_and_skipped) {
