@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -21,6 +22,11 @@
 #include "vemra_crypto.h"
 
 using namespace vemra::softtoken;
+
+// A file may ask for any delay of its calls; nobody waits for it here.
+extern "C" int nanosleep(const timespec* /*duration*/, timespec* /*rest*/) {
+    return 0;
+}
 
 namespace {
 
@@ -76,9 +82,10 @@ public:
         std::filesystem::remove_all(victim());
         std::filesystem::create_directory(victim());
         std::ofstream(victim_file(), std::ios::binary) << bytes;
-        // Not plug_in, which waits for the disk.
-        std::ofstream(plug_path(victim())).flush();
     }
+
+    // Not plug_in, which waits for the disk.
+    void plug_victim_in() const { std::ofstream(plug_path(victim())).flush(); }
 
     std::string root;
     std::string template_bytes;
@@ -97,15 +104,43 @@ private:
 };
 
 // Either a file of its own, or the good one with some bytes changed and perhaps its end cut off.
-std::string _victim_bytes(choices& input, const std::string& good) {
-    if (input.byte() == 'R') return input.rest();
+std::string _victim_bytes(choices& input, char kind, const std::string& good) {
+    if (kind == 'R') return input.rest();
     std::string bytes = good;
+    if (kind == 'V') return bytes;
     if (input.yes()) bytes.resize(static_cast<unsigned int>(input.number()) % bytes.size());
     while (!input.is_used_up() && !bytes.empty()) {
         const auto position = static_cast<unsigned int>(input.number()) % bytes.size();
         bytes[position] = static_cast<char>(input.byte());
     }
     return bytes;
+}
+
+// A sound file whose rows hold any numbers, or bytes in their place.
+void _change_values(choices& input, const std::string& path) {
+    constexpr const char* columns[][2] = {
+        {"token", "type"},        {"token", "capacity"},          {"token", "slot_size"},
+        {"token", "slots"},       {"token", "call_microseconds"}, {"token", "bytes_per_second"},
+        {"token", "login_scope"}, {"token", "serial_number"},     {"slot", "id"},
+        {"slot", "length"},       {"slot", "attributes"},         {"slot", "data"},
+        {"certificate", "der"},   {"password", "retries_left"}};
+    sqlite_connection connection(path, SQLITE_OPEN_READWRITE);
+    while (!input.is_used_up()) {
+        const auto& column = columns[input.byte() % std::size(columns)];
+        std::string value = "x'0041'";
+        if (input.yes()) {
+            const auto high = static_cast<std::uint32_t>(input.number());
+            const auto low = static_cast<std::uint32_t>(input.number());
+            const std::uint64_t bits = (std::uint64_t{high} << 32) | low;
+            value = std::to_string(static_cast<std::int64_t>(bits));
+        }
+        try {
+            connection.execute(std::string("UPDATE ") + column[0] + " SET " + column[1] + " = " +
+                               value);
+        } catch (const failure&) {
+            // Some values the schema does not let in, such as the same slot twice.
+        }
+    }
 }
 
 void _claim_no_surprise(int result) {
@@ -182,8 +217,11 @@ void _use_tokens(const playground& place) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const playground& place = playground::the();
     choices input(data, size);
-    const std::string bytes = _victim_bytes(input, place.template_bytes);
-    place.write_victim(bytes);
+    const char kind = static_cast<char>(input.byte());
+    place.write_victim(_victim_bytes(input, kind, place.template_bytes));
+    if (kind == 'V') _change_values(input, place.victim_file());
+    place.plug_victim_in();
+    const std::string bytes = _content(place.victim_file());
     _use_tokens(place);
     claim(_content(place.victim_file()) == bytes, "reading rewrites nothing");
     return 0;
