@@ -58,7 +58,7 @@ void _create(create_options& options) {
     _printable("serial number", info.serial_number);
     _printable("label", info.label);
     if (info.label.empty()) info.label = options.name;
-    info.login = login_scope_from(options.login);
+    info.login = login_scope_from(options.login).value();
     options.limits.apply_to(info.limits);
     options.token.attached = !options.detached;
     _require_unique(info);

@@ -35,7 +35,9 @@ token_info token_database::info() {
     info.serial_number = query.text(1);
     info.type = query.small(2);
     info.label = query.text(3);
-    info.login = login_scope_from(query.text(4));
+    const std::optional<login_scope> login = login_scope_from(query.text(4));
+    if (!login) throw failure(error_code::damaged, connection_.path() + ": unknown login scope");
+    info.login = *login;
     info.limits = {query.integer(5), query.integer(6), query.integer(7), query.integer(8),
                    query.integer(9)};
     if (!info.limits.are_possible()) {

@@ -1,7 +1,5 @@
 #include "store/token_info.h"
 
-#include "store/failure.h"
-
 namespace vemra::softtoken {
 
 const char* name_of(login_scope scope) noexcept {
@@ -16,11 +14,11 @@ const char* name_of(login_scope scope) noexcept {
     return "unknown";
 }
 
-login_scope login_scope_from(const std::string& name) {
+std::optional<login_scope> login_scope_from(const std::string& name) {
     for (auto scope : {login_scope::process, login_scope::handle, login_scope::none}) {
         if (name == name_of(scope)) return scope;
     }
-    throw failure(error_code::bad_argument, "unknown login scope: " + name);
+    return std::nullopt;
 }
 
 }  // namespace vemra::softtoken

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace vemra::softtoken {
@@ -10,8 +11,8 @@ namespace vemra::softtoken {
 enum class login_scope { process, handle, none };
 
 const char* name_of(login_scope scope) noexcept;
-/* Throws bad_argument for any other text. */
-login_scope login_scope_from(const std::string& name);
+/* Nothing for any other text. */
+std::optional<login_scope> login_scope_from(const std::string& name);
 
 /* In microseconds. */
 constexpr std::int64_t longest_call_delay = 60'000'000;

@@ -180,6 +180,17 @@ TEST_F(softtoken_enumeration, truncated_token_is_reported_and_left_alone) {
     EXPECT_EQ(file_bytes(path), bytes);
 }
 
+TEST_F(softtoken_enumeration, token_with_an_unknown_login_scope_is_reported_by_its_file) {
+    make_token("a");
+    std::string path = directory("a") + "/token.db";
+    vemra::softtoken::sqlite_connection(path, SQLITE_OPEN_READWRITE)
+        .execute("UPDATE token SET login_scope = 'whoever'");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached_count(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "vemra-softtoken: token skipped: " + path + ": unknown login scope\n");
+}
+
 TEST_F(softtoken_enumeration, token_with_limits_that_cannot_be_is_reported_and_left_alone) {
     make_token("a");
     for (const char* limit :
