@@ -95,6 +95,7 @@ std::basic_string<unsigned char> stamp_device_map::generate_uuid(
     }
     // A string of no bytes at null would let the compiler take the owner's test for null away.
     if (digest == nullptr) return {};
+    if (digest_length < 0) throw std::length_error("digest of negative length");
     return std::basic_string<unsigned char>(digest, static_cast<std::size_t>(digest_length));
 }
 

@@ -31,7 +31,7 @@ std::string certificate::get_encode(encode_format_t format) const {
     int n = 0;
     const int result = VemraPKICertGetCertEncode(get_handle(), static_cast<int>(format), &p, &n);
     const library_buffer<unsigned char> encoded(p);
-    if (result != 1) return {};
+    if (result != 1 || p == nullptr || n < 0) return {};
     return std::string(reinterpret_cast<const char*>(p), static_cast<std::size_t>(n));
 }
 

@@ -206,6 +206,19 @@ TEST_F(certificate_of, empty_encoding_without_a_buffer_frees_nothing) {
     EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory"), calls_t{});
 }
 
+TEST_F(certificate_of, encoding_with_a_length_but_no_buffer_is_the_empty_string) {
+    const certificate made("A", 1);
+    fake.answer_encoding(1, std::nullopt, 5);
+    EXPECT_EQ(made.get_encode(encode_format_t::der), "");
+}
+
+TEST_F(certificate_of, encoding_of_negative_length_is_the_empty_string_and_is_freed) {
+    const certificate made("A", 1);
+    fake.answer_encoding(1, "bytes", -1);
+    EXPECT_EQ(made.get_encode(encode_format_t::der), "");
+    EXPECT_EQ(fake.live_buffers(), 0);
+}
+
 TEST_F(certificate_of, encoding_frees_the_buffer_when_memory_fails) {
     const certificate made("A", 1);
     fake.answer_encoding(1, std::string(100, 'x'), 100);
