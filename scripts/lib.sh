@@ -8,7 +8,7 @@ assume_yes=no
 
 # What the builds and the tests need; for the scripts that source this file.
 # shellcheck disable=SC2034
-test_packages=(cmake ninja-build g++ pkgconf libsqlite3-dev libssl-dev openssl libcli11-dev
+test_packages=(cmake ninja-build make g++ pkgconf libsqlite3-dev libssl-dev openssl libcli11-dev
     nlohmann-json3-dev libpng-dev libmagic-dev libgtest-dev librapidcheck-dev python3
     python3-jsonschema)
 # shellcheck disable=SC2034
