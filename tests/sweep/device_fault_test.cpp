@@ -1,13 +1,16 @@
-// Fails device call 1, then 2, and so on, until a run meets no fault. In every round the shared
+// Fails device call 1, then 2, and so on, until a run meets no fault; the failing call tells it, is
+// hollow, or throws. In every round the shared
 // object and the model do the same on the same devices, and everything that can be seen is
 // compared: status, trace, calls, all slots of all devices, handles, memory. Then the devices work
 // again, and the same operation and two lists must do what the model says of what was left.
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <iostream>
 #include <map>
 
+#include "sweep/child_process.h"
 #include "sweep/stage.h"
 
 namespace {
@@ -27,6 +30,9 @@ const kind_of_fault kinds[] = {
     {"told_absent", {0, disturbance::refused, -7}},
     {"answer_lost", {0, disturbance::answer_lost, 17}},
     {"null_or_nothing", {0, disturbance::hollow, 17}},
+    {"exception", {0, disturbance::thrown, 17}},
+    {"lasting_exception", {0, disturbance::thrown_for_good, 17}},
+    {"no_std_exception", {0, disturbance::thrown_number, 17}},
 };
 
 using sweep_case = std::tuple<scenario, kind_of_fault>;
@@ -37,9 +43,39 @@ std::string _outcome(const seen_call& seen) {
     return seen.escaped ? "exception" : std::to_string(seen.status);
 }
 
+bool _ends_process(const scenario& one, const planned_disturbance& plan) {
+    stage on(1, stage::sides::model);
+    one.arrange(on);
+    on.disturb(plan);
+    return one.act(on.model, on).has_ended;
+}
+
+/** A round that ends its process, in a child. */
+void _ending_round(const scenario& one, const planned_disturbance& plan) {
+    const child_end end = in_child([&] {
+        stage on;
+        one.arrange(on);
+        on.disturb(plan);
+        const seen_call due = one.act(on.model, on);
+        watch_end([&](const seen_call& seen) {
+            on.expect_same(seen, due);
+            _exit(::testing::Test::HasFailure() ? 1 : 0);
+        });
+        one.act(on.live, on);
+        ADD_FAILURE() << "the process goes on";
+        return std::string();
+    });
+    EXPECT_EQ(end.status, 0);
+}
+
 /** One round; tells whether the fault struck. */
 bool _round(const scenario& one, const planned_disturbance& plan,
             std::map<std::string, int>& outcomes) {
+    if (_ends_process(one, plan)) {
+        ++outcomes["end of the process"];
+        _ending_round(one, plan);
+        return true;
+    }
     stage on;
     one.arrange(on);
     on.disturb(plan);

@@ -73,6 +73,8 @@ seen_call _watched(Work work) {
         seen.status = work();
     } catch (const std::exception& error) {
         seen.escaped = error.what();
+    } catch (int thrown) {
+        seen.escaped = std::to_string(thrown);
     }
     seen.met_shortage = allocation_faults::fired();
     allocation_faults::stop();

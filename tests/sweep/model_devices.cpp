@@ -49,50 +49,6 @@ std::string model_hex(const std::string& bytes, const std::string& separator) {
     return result;
 }
 
-model_handle::model_handle(model_devices& library, model_device* device)
-    : library_(library), device_(device) {
-    if (device_ != nullptr) ++library_.live_handles;
-}
-
-model_handle::~model_handle() {
-    const std::string keypair = name() + "/key 0";
-    for (std::size_t i = 0; i < certificates_.size(); ++i) {
-        library_.release("VemraPKICertFreeCert",
-                         certificates_[i] ? keypair + "/certificate " + std::to_string(i) : "null");
-    }
-    if (has_keypair_object_) {
-        library_.release("VemraPKICryptoFreeKeypair", has_keypair_ ? keypair : "null");
-    }
-    library_.release("VemraPKICryptoFreeDevice", name());
-}
-
-void model_handle::load() {
-    model_memory& memory = library_.memory;
-    if (library_.keypair_count(*this) < 1) return;
-    has_keypair_ = library_.get_keypair(*this);
-    has_keypair_object_ = true;
-    memory.step();
-    memory.require_memory();
-    const std::string keypair = has_keypair_ ? name() + "/key 0" : "null";
-    const int count = library_.certificate_count(keypair, *this);
-    for (int i = 0; i < count; ++i) {
-        bool has_certificate = false;
-        if (library_.get_certificate(keypair, i, has_certificate) != 1) continue;
-        certificates_.push_back(has_certificate);
-        memory.step();
-        memory.require_memory();
-    }
-    memory.step();
-}
-
-long model_handle::blocks() const {
-    // Each object, its owner, its handle's owner; a vector for each level that is not empty.
-    long result = 3 + (has_backup_block ? 1 : 0);
-    if (has_keypair_object_) result += 1 + 3;
-    if (!certificates_.empty()) result += 1 + 3 * static_cast<long>(certificates_.size());
-    return result;
-}
-
 void model_devices::plan_next(const planned_disturbance& next) {
     plan = next;
     calls.clear();
@@ -102,17 +58,31 @@ void model_devices::plan_next(const planned_disturbance& next) {
 
 model_devices::effect model_devices::enter(const std::string& line) {
     memory.step();
-    return note(line);
+    return ask(line);
 }
 
-// Calls between which nothing is allocated: they release, or add to a digest.
+// Calls between which nothing is allocated.
+model_devices::effect model_devices::ask(const std::string& line) {
+    const effect now = note(line);
+    if (now.fails && plan.what == disturbance::thrown_number) throw foreign_failure{"17"};
+    const bool throws =
+        plan.what == disturbance::thrown || plan.what == disturbance::thrown_for_good;
+    if (now.fails && throws) throw device_failure{"thrown by the device library"};
+    return now;
+}
+
+bool model_devices::is_due() const {
+    const bool is_lasting =
+        plan.what == disturbance::refused_for_good || plan.what == disturbance::thrown_for_good;
+    return plan.nth != 0 && (is_lasting ? count_ >= plan.nth : count_ == plan.nth);
+}
+
+// Calls that release do not throw.
 model_devices::effect model_devices::note(const std::string& line) {
     if (has_ended_) throw process_end();
     calls.push_back(line);
     ++count_;
-    const bool is_lasting = plan.what == disturbance::refused_for_good;
-    const bool is_due = plan.nth != 0 && (is_lasting ? count_ >= plan.nth : count_ == plan.nth);
-    if (!is_due) return {true, false, 0};
+    if (!is_due()) return {true, false, 0};
     has_struck_ = true;
     ends_after_this_ = plan.what == disturbance::cut_after;
     if (plan.what == disturbance::cut_before) {
@@ -326,6 +296,15 @@ int model_devices::remove(const model_handle& handle, int id) {
         [&](std::map<int, std::string>& slots) { return slots.erase(id) == 1 ? 1 : no_such_slot; });
 }
 
+namespace {
+
+struct made_hash {
+    model_devices& library;
+    ~made_hash() { library.release("VemraPKICryptoFreeHash", "hash"); }
+};
+
+}  // namespace
+
 bool model_devices::digest(const model_handle& handle, const std::vector<std::string>& pieces,
                            std::string& digest, std::string& complaint) {
     const effect made = enter("VemraPKICryptoNewHash(" + handle.name() + ", 28672)");
@@ -336,11 +315,12 @@ bool model_devices::digest(const model_handle& handle, const std::vector<std::st
         complaint = "Unable to new a hash handle.";
         return false;
     }
+    const made_hash hash{*this};
     std::string input;
     int status = 1;
     for (const std::string& piece : pieces) {
-        const effect now = note("VemraPKICryptoHashUpdate(hash, " + _shown(piece) + ", " +
-                                std::to_string(piece.size()) + ")");
+        const effect now = ask("VemraPKICryptoHashUpdate(hash, " + _shown(piece) + ", " +
+                               std::to_string(piece.size()) + ")");
         status = answer(now, [&] {
             input += piece;
             return 1;
@@ -350,15 +330,13 @@ bool model_devices::digest(const model_handle& handle, const std::vector<std::st
             "Unable to update bytes to hash handle, vemra errcode: " + std::to_string(status) + ".";
         break;
     }
-    if (status == 1) status = finish_digest(input, digest, complaint);
-    release("VemraPKICryptoFreeHash", "hash");
-    return status == 1;
+    return status == 1 && finish_digest(input, digest, complaint) == 1;
 }
 
 int model_devices::finish_digest(const std::string& input, std::string& digest,
                                  std::string& complaint) {
     bool is_given = false;
-    const int status = answer(note("VemraPKICryptoHashFinal(hash, null, 0)"), [&] {
+    const int status = answer(ask("VemraPKICryptoHashFinal(hash, null, 0)"), [&] {
         is_given = true;
         return 1;
     });

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "sweep/model_handle.h"
 #include "sweep/model_memory.h"
 
 /* What devices must be asked and what they answer, told once more for the sweeps. */
@@ -18,6 +19,9 @@ enum class disturbance {
     refused_for_good,  // So does every later call.
     answer_lost,       // It does its work and tells a code all the same.
     hollow,            // It does nothing and tells success: no handle, no output.
+    thrown,            // It does nothing and throws; but calls that release do not.
+    thrown_for_good,   // So does every later call.
+    thrown_number,     // It throws what is no std::exception.
     visited,           // Somebody else does something first.
     cut_before,        // The process ends before the work.
     cut_after          // The process ends after it.
@@ -31,45 +35,6 @@ struct planned_disturbance {
 
 /** Where the model's process ends. */
 struct process_end {};
-
-struct model_device {
-    std::string label;
-    std::string serial;
-    int type = 0;
-    int certificates = -1;  // Of its only key pair; -1: it has none.
-    bool needs_login = false;
-    bool is_logged_in = false;
-    int retries = 5;
-    std::map<int, std::string> slots;
-};
-
-class model_devices;
-
-/** A handle with what the library loads behind it; what it holds is released with it. */
-class model_handle {
-public:
-    model_handle(model_devices& library, model_device* device);
-    ~model_handle();
-    model_handle(const model_handle&) = delete;
-    model_handle& operator=(const model_handle&) = delete;
-
-    void load();
-    std::string name() const { return device_ == nullptr ? "null" : device_->label; }
-    model_device* device() const { return device_; }
-    /** Blocks of memory that the library needs for this. */
-    long blocks() const;
-    /** What the object remembers of the slot that it writes. */
-    std::string backup;
-    /** Set once the backup outgrew the string itself, which keeps its memory from then on. */
-    bool has_backup_block = false;
-
-private:
-    model_devices& library_;
-    model_device* device_;
-    bool has_keypair_object_ = false;
-    bool has_keypair_ = false;
-    std::vector<bool> certificates_;  // False: an object over no certificate.
-};
 
 /** The device library: attached devices, the log of its calls, one planned disturbance. */
 class model_devices {
@@ -127,7 +92,9 @@ private:
     };
     int finish_digest(const std::string& input, std::string& digest, std::string& complaint);
     effect enter(const std::string& line);
+    effect ask(const std::string& line);
     effect note(const std::string& line);
+    bool is_due() const;
     void leave();
     template <typename Work>
     int answer(const effect& now, Work work);

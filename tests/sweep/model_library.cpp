@@ -60,6 +60,9 @@ seen_call model_library::call(const std::string& function, Work work) {
     } catch (const device_failure& failure) {
         seen.escaped = failure.text;
         stamps_.clear();
+    } catch (const foreign_failure& failure) {
+        seen.escaped = failure.text;
+        stamps_.clear();
     } catch (const process_end&) {
         return ended();
     }

@@ -8,6 +8,11 @@ struct device_failure {
     std::string text;
 };
 
+/** Something that is no std::exception, which nothing in the library catches. */
+struct foreign_failure {
+    std::string text;
+};
+
 /**
  * Where memory fails in the model. Throwing allocations are not counted one by one: step() stands
  * wherever what can be seen may change, and the allocations between two steps fail alike.

@@ -14,6 +14,8 @@ void model_object::fail(int code, int line) {
     } catch (const device_failure&) {
         // The exception cannot be made, and its constructor does not throw.
         devices_.end_process();
+    } catch (const foreign_failure&) {
+        devices_.end_process();
     }
     throw device_failure{text + ". (at src/vemra_crypto_cpp/device:" + std::to_string(line)};
 }

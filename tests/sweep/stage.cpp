@@ -22,6 +22,12 @@ fault _fault_of(const planned_disturbance& plan) {
             return fault::working_but_failing(plan.code);
         case disturbance::hollow:
             return fault::claiming_success();
+        case disturbance::thrown:
+            return fault::throwing_runtime_error();
+        case disturbance::thrown_for_good:
+            return fault::throwing_runtime_error().lasting();
+        case disturbance::thrown_number:
+            return fault::throwing_int();
         default:
             return fault::failing(plan.code);
     }
