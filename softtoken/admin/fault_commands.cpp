@@ -27,11 +27,19 @@ void _add(const fault_options& options) {
     if (options.text.empty() == options.recipe.empty()) {
         throw command_failure(exit_usage, "give either the text of a fault or a --recipe");
     }
+    fault added =
+        parse_token_fault(options.recipe.empty() ? options.text : _text_of_recipe(options.recipe));
     std::string directory = directory_of(options.name);
+    settings_lock lock(directory);
     std::vector<fault> faults = read_faults(directory);
-    faults.push_back(
-        parse_fault(options.recipe.empty() ? options.text : _text_of_recipe(options.recipe)));
+    faults.push_back(added);
     write_faults(directory, faults);
+}
+
+void _clear(const std::string& name) {
+    std::string directory = directory_of(name);
+    settings_lock lock(directory);
+    write_faults(directory, {});
 }
 
 void _list(const std::string& name) {
@@ -67,7 +75,7 @@ void add_fault_commands(CLI::App& program) {
 
     CLI::App* clear = command->add_subcommand("clear", "Take all faults off a token");
     add_token_name(*clear, options->name);
-    clear->callback([options] { write_faults(directory_of(options->name), {}); });
+    clear->callback([options] { _clear(options->name); });
 
     command->add_subcommand("recipes", "List the named faults")->callback(_list_recipes);
 }

@@ -5,6 +5,7 @@
 
 #include "admin/arguments.h"
 #include "admin/token_folder.h"
+#include "store/fault_file.h"
 #include "store/plug.h"
 
 namespace vemra::softtoken::admin {
@@ -34,6 +35,7 @@ struct profile_options {
 
 void _change_profile(const profile_options& options) {
     named_token token(options.name);
+    settings_lock lock(token.directory);
     transaction changing(token.database);
     token_limits limits = token.database.info().limits;
     options.limits.apply_to(limits);

@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -39,12 +41,6 @@ fault_plan _plan_from_environment() {
 environment_faults& _environment_faults() {
     static auto& faults = *new environment_faults{{}, _plan_from_environment()};
     return faults;
-}
-
-[[noreturn]] void _die() noexcept {
-    kill(getpid(), SIGKILL);
-    for (;;)
-        pause();
 }
 
 }  // namespace
@@ -89,14 +85,15 @@ call_frame& call_frame::current() noexcept {
 void call_frame::begin() {
     environment_faults& faults = _environment_faults();
     if (faults.plan.empty()) return;
-    std::optional<fault> due;
+    std::vector<fault> firing;
     {
         std::lock_guard<std::mutex> lock(faults.mutex);
-        due = faults.plan.due(facts_.function, facts_.slot);
+        firing = faults.plan.due(facts_.function, facts_.slot, facts_.device != nullptr);
     }
-    if (!due) return;
-    if (due->action == fault_action::unplug && facts_.device != nullptr) facts_.device->unplug();
-    apply(*due);
+    for (const fault& due : firing) {
+        if (due.action == fault_action::unplug) facts_.device->unplug();
+        apply(due);
+    }
 }
 
 bool call_frame::commits() const noexcept {
@@ -118,7 +115,7 @@ void call_frame::apply(const fault& due) {
         case fault_action::unplug:
             return;
         case fault_action::die_before:
-            if (!commits()) _die();
+            if (!commits()) die();
             dies_before_commit_ = true;
             return;
         case fault_action::die_after:
@@ -131,21 +128,34 @@ void call_frame::apply(const fault& due) {
 }
 
 void call_frame::before_commit() const noexcept {
-    if (dies_before_commit_) _die();
+    if (dies_before_commit_) die();
 }
 
 void call_frame::after_commit() const noexcept {
-    if (dies_after_ || torn_bytes_ >= 0) _die();
+    if (dies_after_ || torn_bytes_ >= 0) die();
 }
 
 int call_frame::end(int result) noexcept {
-    if (dies_after_) _die();
-    if (traced_) {
-        auto taken = std::chrono::steady_clock::now() - started_;
-        call_trace::write(facts_, result,
-                          std::chrono::duration_cast<std::chrono::microseconds>(taken).count());
-    }
+    // A call that failed has no commit; the process was to end with it all the same.
+    if (dies_before_commit_ || dies_after_ || torn_bytes_ >= 0) die();
+    std::array<char, 16> number{};
+    std::snprintf(number.data(), number.size(), "%d", result);
+    trace(number.data());
     return result;
+}
+
+void call_frame::trace(const char* result) const noexcept {
+    if (!traced_) return;
+    auto taken = std::chrono::steady_clock::now() - started_;
+    call_trace::write(facts_, result,
+                      std::chrono::duration_cast<std::chrono::microseconds>(taken).count());
+}
+
+void call_frame::die() const noexcept {
+    trace("killed");
+    kill(getpid(), SIGKILL);
+    for (;;)
+        pause();
 }
 
 }  // namespace vemra::softtoken

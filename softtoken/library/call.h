@@ -46,7 +46,7 @@ public:
     static call_frame& current() noexcept;
 
     const call_facts& facts() const noexcept { return facts_; }
-    /* Fires the fault that the environment asks for at this call, if any. */
+    /* Fires the faults that the environment asks for at this call. */
     void begin();
     /* Does what a fault asks for, now or when the call commits. */
     void apply(const fault& due);
@@ -59,6 +59,8 @@ public:
 
 private:
     bool commits() const noexcept;
+    void trace(const char* result) const noexcept;
+    [[noreturn]] void die() const noexcept;
 
     call_facts facts_;
     bool dies_before_commit_ = false;

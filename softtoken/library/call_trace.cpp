@@ -30,14 +30,14 @@ bool is_on() noexcept {
     return _file() >= 0;
 }
 
-void write(const call_facts& facts, int result, long long microseconds) noexcept {
+void write(const call_facts& facts, const char* result, long long microseconds) noexcept {
     std::array<char, 256> line{};
     std::array<char, 24> slot{"-"};
     std::array<char, 24> size{"-"};
     if (facts.slot >= 0) std::snprintf(slot.data(), slot.size(), "%d", facts.slot);
     if (facts.size >= 0) std::snprintf(size.data(), size.size(), "%d", facts.size);
     int length =
-        std::snprintf(line.data(), line.size(), "%s slot=%s size=%s result=%d microseconds=%lld\n",
+        std::snprintf(line.data(), line.size(), "%s slot=%s size=%s result=%s microseconds=%lld\n",
                       facts.function, slot.data(), size.data(), result, microseconds);
     // One call appends one whole line, whatever other processes append.
     if (length > 0 && ::write(_file(), line.data(), static_cast<std::size_t>(length)) < 0) return;

@@ -8,7 +8,10 @@ namespace vemra::softtoken::call_trace {
 /* Whether there is such a file; looked up at the first call. */
 bool is_on() noexcept;
 
-/* Appends one line. It has sizes, but neither passwords nor bytes of slots. */
-void write(const call_facts& facts, int result, long long microseconds) noexcept;
+/*
+ * Appends one line. It has sizes, but neither passwords nor bytes of slots. The result is a number,
+ * or "killed" for a call that ended the process.
+ */
+void write(const call_facts& facts, const char* result, long long microseconds) noexcept;
 
 }  // namespace vemra::softtoken::call_trace

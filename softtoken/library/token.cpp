@@ -63,11 +63,11 @@ open_token& token::opened() {
     return *open_;
 }
 
-// Opens the token, lets a fault fire and takes as long as the device that it stands for.
+// Opens the token, lets its faults fire and takes as long as the device that it stands for.
 open_token& token::start_call(int bytes) {
     open_token* open = &opened();
     if (!open->faults.empty()) {
-        fire_due_fault(*open);
+        fire_due_faults(*open);
         open = &opened();
     }
     std::int64_t microseconds = open->info.limits.duration(bytes);
@@ -75,17 +75,25 @@ open_token& token::start_call(int bytes) {
     return *open;
 }
 
-void token::fire_due_fault(open_token& open) {
+void token::fire_due_faults(open_token& open) {
     const call_facts& facts = call_frame::current().facts();
-    std::optional<fault> due = open.faults.due(facts.function, facts.slot);
-    if (!due) return;
-    // A transient fault is over before it does its work, which may be the end of the process.
-    if (!due->lasting) {
-        remove_fault(directory_, due->text);
-        open.plugged = find_plug(plug_path_).value_or(open.plugged);
+    for (const fault& due : open.faults.due(facts.function, facts.slot, true)) {
+        // A transient fault is over before it does its work, which may be the end of the process.
+        if (!due.lasting && !take_away(open, due)) continue;
+        if (due.action == fault_action::unplug) pull_out(directory_);
+        call_frame::current().apply(due);
     }
-    if (due->action == fault_action::unplug) pull_out(directory_);
-    call_frame::current().apply(*due);
+}
+
+// False when another process was faster: a transient fault fires once for all of them.
+bool token::take_away(open_token& open, const fault& spent) {
+    settings_lock lock(directory_);
+    std::optional<plug> present = find_plug(plug_path_);
+    bool knows_all = present && open.plugged.same_settings(*present);
+    if (!remove_fault(directory_, spent.text)) return false;
+    // What others changed meanwhile is still to be read; one's own change is not.
+    if (knows_all) open.plugged = find_plug(plug_path_).value_or(open.plugged);
+    return true;
 }
 
 void token::unplug() {

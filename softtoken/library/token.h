@@ -59,7 +59,8 @@ private:
     void close();
     open_token& opened();
     open_token& start_call(int bytes = 0);
-    void fire_due_fault(open_token& open);
+    void fire_due_faults(open_token& open);
+    bool take_away(open_token& open, const fault& spent);
     login& login_of(login& device_login);
     void change_slots(login& device_login, const std::function<void(open_token&)>& change);
 

@@ -1,8 +1,10 @@
 #include "store/fault.h"
 
 #include <charconv>
+#include <set>
 #include <sstream>
 
+#include "store/device_function.h"
 #include "store/failure.h"
 
 namespace vemra::softtoken {
@@ -25,47 +27,6 @@ Number _number(const fault& where, const std::string& word, const std::string& v
     auto [stop, error] = std::from_chars(value.data(), end, number);
     if (error != std::errc() || stop != end) _refuse(where.text, "bad number in " + word);
     return number;
-}
-
-std::string _short_name(const std::string& function) {
-    for (const char* prefix : {"VemraPKICrypto", "VemraPKI"}) {
-        if (function.rfind(prefix, 0) == 0) return function.substr(std::string(prefix).size());
-    }
-    return function;
-}
-
-// Releasing and asking for the last error never fail; everything else can be told to.
-bool _can_fail(const std::string& function) {
-    static const std::vector<std::string> names{"GetAllDevices",
-                                                "GetDeviceCount",
-                                                "GetDevice",
-                                                "GetPseudoDevice",
-                                                "DupDevice",
-                                                "GetType",
-                                                "GetSerialNumber",
-                                                "VerifyPwd",
-                                                "GetDataLength",
-                                                "ReadData",
-                                                "CreateData",
-                                                "WriteData",
-                                                "DeleteData",
-                                                "GetKeypairCount",
-                                                "GetKeypair",
-                                                "DupKeypair",
-                                                "GetCertificateCount",
-                                                "GetCertificate",
-                                                "CertNewCert",
-                                                "CertDupCert",
-                                                "CertEqual",
-                                                "CertGetCertEncode",
-                                                "NewHash",
-                                                "HashUpdate",
-                                                "HashFinal",
-                                                "*"};
-    for (const std::string& name : names) {
-        if (name == function) return true;
-    }
-    return false;
 }
 
 bool _take_action(fault& made, const std::string& word, const std::string& key,
@@ -107,41 +68,84 @@ bool _take_condition(fault& made, const std::string& word, const std::string& ke
     return true;
 }
 
-void _check(const fault& made, int actions) {
-    if (actions != 1) _refuse(made.text, "it needs one action");
+void _check_conditions(const fault& made, works_on subject) {
     if (made.call < 1) _refuse(made.text, "calls are counted from 1");
-    if (made.chance && (*made.chance < 0 || *made.chance > 1)) {
+    if (made.slot && subject != works_on::slot && subject != works_on::any) {
+        _refuse(made.text, made.function + " names no slot");
+    }
+    if (made.slot && *made.slot < 0) _refuse(made.text, "slots are numbered from 0");
+    // Written so that a number that is none is refused too.
+    if (made.chance && !(*made.chance >= 0 && *made.chance <= 1)) {
         _refuse(made.text, "a chance lies between 0 and 1");
     }
+}
+
+void _check_action(const fault& made, works_on subject) {
     bool counts = made.action == fault_action::delay || made.action == fault_action::tear;
     if (counts && made.amount < 0) _refuse(made.text, "negative number");
     if (made.action == fault_action::tear && made.function != "WriteData") {
         _refuse(made.text, "only WriteData can be torn");
     }
+    if (made.action == fault_action::unplug && subject == works_on::nothing) {
+        _refuse(made.text, made.function + " has no token that could be pulled out");
+    }
+}
+
+// The words of a text, one space apart.
+std::string _tidy(const std::string& text) {
+    std::istringstream words(text);
+    std::string tidy;
+    for (std::string word; words >> word;)
+        tidy += (tidy.empty() ? "" : " ") + word;
+    return tidy;
+}
+
+// Takes one word; true when it was the action.
+bool _take_word(fault& made, const std::string& word, std::set<std::string>& taken) {
+    std::size_t equals = word.find('=');
+    std::string key = word.substr(0, equals);
+    std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
+    if (!taken.insert(key).second) _refuse(made.text, key + " is said twice");
+    if (_take_action(made, word, key, value)) return true;
+    if (!_take_condition(made, word, key, value)) _refuse(made.text, "unknown word " + word);
+    return false;
+}
+
+bool _answers(const fault& what) {
+    return what.action == fault_action::give_code || what.action == fault_action::give_null;
 }
 
 }  // namespace
 
 fault parse_fault(const std::string& text) {
-    std::istringstream words(text);
     fault made;
-    made.text = text;
+    made.text = _tidy(text);
+    std::istringstream words(made.text);
     std::string word;
     words >> word;
-    made.function = _short_name(word);
-    if (!_can_fail(made.function)) _refuse(text, "no such function, or one that cannot fail");
+    made.function = short_name(word);
+    const works_on* subject = find_function(made.function);
+    if (subject == nullptr) _refuse(made.text, "no such function, or one that cannot fail");
     int actions = 0;
-    while (words >> word) {
-        std::size_t equals = word.find('=');
-        std::string key = equals == std::string::npos ? "" : word.substr(0, equals);
-        std::string value = equals == std::string::npos ? "" : word.substr(equals + 1);
-        if (_take_action(made, word, key, value)) {
-            ++actions;
-        } else if (!_take_condition(made, word, key, value)) {
-            _refuse(text, "unknown word " + word);
-        }
+    std::set<std::string> taken;
+    while (words >> word)
+        actions += _take_word(made, word, taken) ? 1 : 0;
+    if (actions != 1) _refuse(made.text, "it needs one action");
+    if (taken.count("seed") != 0 && !made.chance) _refuse(made.text, "a seed needs a chance");
+    _check_conditions(made, *subject);
+    _check_action(made, *subject);
+    return made;
+}
+
+fault parse_token_fault(const std::string& text) {
+    fault made = parse_fault(text);
+    works_on subject = *find_function(made.function);
+    if (subject == works_on::nothing || subject == works_on::handle) {
+        throw failure(error_code::bad_argument,
+                      "fault \"" + made.text + "\": " + made.function +
+                          " asks nothing of a token, so the fault would never fire: set it for a "
+                          "process by VEMRA_SOFTTOKEN_FAULTS");
     }
-    _check(made, actions);
     return made;
 }
 
@@ -184,26 +188,28 @@ fault_plan::fault_plan(std::vector<fault> faults) {
     }
 }
 
-bool fault_plan::fires(counted_fault& counted) {
+bool fault_plan::is_ready(counted_fault& counted) {
     if (counted.spent || ++counted.calls < counted.what.call) return false;
-    if (counted.what.chance) {
-        std::uniform_real_distribution<double> draw(0, 1);
-        if (draw(counted.random) >= *counted.what.chance) return false;
-    }
-    counted.spent = !counted.what.lasting;
-    return true;
+    if (!counted.what.chance) return true;
+    std::uniform_real_distribution<double> draw(0, 1);
+    return draw(counted.random) < *counted.what.chance;
 }
 
-std::optional<fault> fault_plan::due(const std::string& function, int slot) {
-    std::string name = _short_name(function);
-    std::optional<fault> first;
+std::vector<fault> fault_plan::due(const std::string& function, int slot, bool has_token) {
+    std::string name = short_name(function);
+    std::vector<fault> firing;
+    bool answered = false;
     for (counted_fault& counted : counted_) {
         const fault& what = counted.what;
-        bool meant = (what.function == "*" && _can_fail(name)) || what.function == name;
+        bool meant = what.function == name || (what.function == "*" && find_function(name));
         if (!meant || (what.slot && *what.slot != slot)) continue;
-        if (fires(counted) && !first) first = what;
+        if (what.action == fault_action::unplug && !has_token) continue;
+        if (!is_ready(counted) || answered) continue;
+        counted.spent = !what.lasting;
+        answered = _answers(what);
+        firing.push_back(what);
     }
-    return first;
+    return firing;
 }
 
 }  // namespace vemra::softtoken

@@ -3,10 +3,10 @@
  *
  *   FUNCTION [slot=N] [call=N] [chance=P seed=N] ACTION [lasting]
  *
- * FUNCTION is a name of the device interface without its VemraPKI or VemraPKICrypto, or * for any.
- * ACTION is return=CODE, null, delay=MILLISECONDS, unplug, die=before, die=after or torn=BYTES.
- * A transient fault fires once, a lasting one from its first call on. Calls are counted in each
- * process for itself.
+ * FUNCTION is a name of the device interface, with or without its VemraPKI or VemraPKICrypto, or *
+ * for any. ACTION is return=CODE, null, delay=MILLISECONDS, unplug, die=before, die=after or
+ * torn=BYTES. A transient fault fires once, a lasting one from its first call on. Calls are counted
+ * in each process for itself.
  */
 #pragma once
 
@@ -21,7 +21,7 @@ namespace vemra::softtoken {
 enum class fault_action { give_code, give_null, delay, unplug, die_before, die_after, tear };
 
 struct fault {
-    std::string text; /* as it was written */
+    std::string text; /* as it was written, its words one space apart */
     std::string function;
     std::optional<int> slot;
     int call = 1;
@@ -34,6 +34,9 @@ struct fault {
 
 /* Throws bad_argument with what is wrong and what would be right. */
 fault parse_fault(const std::string& text);
+/* The same for a fault that a token shall have: only functions that ask something of it reach it.
+ */
+fault parse_token_fault(const std::string& text);
 /* Faults separated by semicolons or line ends; empty ones are skipped. */
 std::vector<fault> parse_faults(const std::string& text);
 
@@ -51,8 +54,11 @@ public:
     explicit fault_plan(std::vector<fault> faults);
 
     bool empty() const noexcept { return counted_.empty(); }
-    /* Counts a call, named in full; gives the fault that fires for it, if one does. */
-    std::optional<fault> due(const std::string& function, int slot);
+    /*
+     * Counts a call, named in full; gives the faults that fire for it, in their order, up to the
+     * first that answers the call. A transient one behind that fires at the next call instead.
+     */
+    std::vector<fault> due(const std::string& function, int slot, bool has_token);
 
 private:
     struct counted_fault {
@@ -62,7 +68,7 @@ private:
         std::minstd_rand random;
     };
 
-    static bool fires(counted_fault& counted);
+    static bool is_ready(counted_fault& counted);
 
     std::vector<counted_fault> counted_;
 };

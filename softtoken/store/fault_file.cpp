@@ -1,13 +1,12 @@
 #include "store/fault_file.h"
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
 #include "store/durable_files.h"
+#include "store/failure.h"
 #include "store/plug.h"
 
 namespace vemra::softtoken {
@@ -21,14 +20,22 @@ std::string _path(const std::string& token_directory) {
 }  // namespace
 
 std::vector<fault> read_faults(const std::string& token_directory) {
-    std::ifstream file(_path(token_directory));
+    std::string path = _path(token_directory);
+    std::ifstream file(path);
     if (!file) return {};
-    return parse_faults({std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()});
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    try {
+        return parse_faults(text);
+    } catch (const failure& error) {
+        throw failure(
+            error_code::damaged,
+            path + ": " + error.what() + "; take the token's faults off with \"fault clear\"");
+    }
 }
 
 void write_faults(const std::string& token_directory, const std::vector<fault>& faults) {
     std::string path = _path(token_directory);
-    std::string draft = path + "." + std::to_string(getpid());
+    std::string draft = path + ".new";
     {
         std::ofstream file(draft);
         for (const fault& each : faults)
@@ -41,14 +48,15 @@ void write_faults(const std::string& token_directory, const std::vector<fault>& 
     note_changed_settings(token_directory);
 }
 
-void remove_fault(const std::string& token_directory, const std::string& text) {
+bool remove_fault(const std::string& token_directory, const std::string& text) {
     std::vector<fault> faults = read_faults(token_directory);
     for (auto each = faults.begin(); each != faults.end(); ++each) {
         if (each->text != text) continue;
         faults.erase(each);
         write_faults(token_directory, faults);
-        return;
+        return true;
     }
+    return false;
 }
 
 }  // namespace vemra::softtoken

@@ -1,7 +1,7 @@
 #include "store/password_check.h"
 
 #include "store/failure.h"
-#include "store/verification_lock.h"
+#include "store/file_lock.h"
 
 namespace vemra::softtoken {
 
@@ -29,7 +29,9 @@ int _give_back_all(token_database& database, password_table& passwords) {
 
 void check_password(token_database& database, password_table& passwords,
                     const std::string& token_directory, std::string_view password, int& retries) {
-    verification_lock one_at_a_time(token_directory);
+    // Without it the counter would dip by as many as compare at once, and right passwords could
+    // lock the token.
+    file_lock one_at_a_time(token_directory + "/password.lock");
     int left = _take_attempt(database, passwords);
     retries = left > 0 ? left - 1 : 0;
     if (left == 0) throw failure(error_code::locked);

@@ -1,67 +1,14 @@
-#include "store/fault.h"
+#include <chrono>
+#include <thread>
+#include <vector>
 
-#include "store/failure.h"
 #include "store/fault_file.h"
+#include "store/plug.h"
 #include "token_fixture.h"
 
 using namespace softtoken_test;
-using vemra::softtoken::fault_plan;
-using vemra::softtoken::parse_fault;
 using vemra::softtoken::parse_faults;
-
-namespace {
-
-// For each of the calls, whether the fault fires.
-std::string firing(const std::string& text, int calls) {
-    fault_plan plan(parse_faults(text));
-    std::string fired;
-    for (int i = 0; i < calls; ++i) {
-        fired += plan.due("VemraPKICryptoReadData", 8130) ? 'x' : '.';
-    }
-    return fired;
-}
-
-}  // namespace
-
-TEST(softtoken_fault_text, transient_fault_fires_at_its_call_only) {
-    EXPECT_EQ(firing("ReadData return=-5", 4), "x...");
-    EXPECT_EQ(firing("ReadData call=3 return=-5", 5), "..x..");
-}
-
-TEST(softtoken_fault_text, lasting_fault_fires_from_its_call_on) {
-    EXPECT_EQ(firing("ReadData call=3 return=-5 lasting", 5), "..xxx");
-}
-
-TEST(softtoken_fault_text, slot_and_function_must_fit) {
-    EXPECT_EQ(firing("ReadData slot=8130 return=-5", 1), "x");
-    EXPECT_EQ(firing("ReadData slot=8131 return=-5", 1), ".");
-    EXPECT_EQ(firing("WriteData return=-5", 1), ".");
-    EXPECT_EQ(firing("VemraPKICryptoReadData return=-5", 1), "x");
-    EXPECT_EQ(firing("* return=-5", 1), "x");
-}
-
-TEST(softtoken_fault_text, chance_is_drawn_from_the_seed) {
-    std::string once = firing("ReadData chance=0.3 seed=4 return=-5 lasting", 50);
-    EXPECT_EQ(once, firing("ReadData chance=0.3 seed=4 return=-5 lasting", 50));
-    EXPECT_NE(once, firing("ReadData chance=0.3 seed=5 return=-5 lasting", 50));
-    EXPECT_EQ(firing("ReadData chance=0 return=-5 lasting", 9), ".........");
-    EXPECT_EQ(firing("ReadData chance=1 return=-5 lasting", 9), "xxxxxxxxx");
-}
-
-TEST(softtoken_fault_text, several_are_separated_by_semicolons_or_line_ends) {
-    EXPECT_EQ(parse_faults("ReadData null; WriteData unplug\n\nNewHash delay=5;").size(), 3U);
-    EXPECT_TRUE(parse_faults("").empty());
-}
-
-TEST(softtoken_fault_text, wrong_text_is_refused) {
-    for (const char* text :
-         {"", "Fly null", "FreeDevice null", "ReadData", "ReadData null unplug",
-          "ReadData slot=x null", "ReadData call=0 null", "ReadData chance=2 null",
-          "ReadData torn=4", "WriteData torn=-1", "ReadData delay=-1",
-          "ReadData return=", "ReadData die=later", "ReadData null often"}) {
-        EXPECT_THROW(parse_fault(text), vemra::softtoken::failure) << text;
-    }
-}
+using vemra::softtoken::read_faults;
 
 class softtoken_fault : public token_test {
 protected:
@@ -73,7 +20,15 @@ protected:
     }
     VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
     void set(const std::string& text) {
+        vemra::softtoken::settings_lock lock(directory("one"));
         vemra::softtoken::write_faults(directory("one"), parse_faults(text));
+    }
+    // How many of the processes that read a slot at the same time meet a failure.
+    int failures_at_once(const std::vector<int>& slots) {
+        int children = static_cast<int>(slots.size());
+        return children - at_once(children, [&](int number) {
+                   return slot_bytes(device(), slots[static_cast<std::size_t>(number)]) == "bytes";
+               });
     }
 
 private:
@@ -90,7 +45,7 @@ TEST_F(softtoken_fault, running_process_notices_and_stays_logged_in) {
 TEST_F(softtoken_fault, transient_fault_is_gone_for_every_process) {
     set("ReadData return=-555; GetType return=-555 lasting");
     EXPECT_EQ(slot_bytes(device(), 8130), "failed: -555");
-    auto left = vemra::softtoken::read_faults(directory("one"));
+    auto left = read_faults(directory("one"));
     ASSERT_EQ(left.size(), 1U);
     EXPECT_EQ(left[0].text, "GetType return=-555 lasting");
     EXPECT_EQ(VemraPKICryptoGetType(device()), -1);
@@ -132,6 +87,96 @@ TEST_F(softtoken_fault, death_before_the_commit_loses_the_write_and_after_it_doe
     EXPECT_EQ(slot_bytes(device(), 8130), "kept!");
 }
 
+TEST_F(softtoken_fault, process_ends_even_when_the_call_fails) {
+    for (const char* text : {"WriteData die=before", "WriteData die=after", "WriteData torn=1"}) {
+        set(text);
+        EXPECT_FALSE(in_child([&] { return write_slot(device(), 8130, "other") != 1; })) << text;
+    }
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+}
+
+TEST_F(softtoken_fault, torn_write_brings_no_more_than_its_bytes) {
+    set("WriteData torn=2");
+    EXPECT_FALSE(
+        in_child([&] { return log_in(device()) == 1 && write_slot(device(), 8130, "other"); }));
+    EXPECT_EQ(slot_bytes(device(), 8130), "ottes");
+    set("WriteData torn=99");
+    EXPECT_FALSE(
+        in_child([&] { return log_in(device()) == 1 && write_slot(device(), 8130, "other"); }));
+    EXPECT_EQ(slot_bytes(device(), 8130), "other");
+}
+
+TEST_F(softtoken_fault, slow_and_full_at_once_is_both) {
+    set("CreateData delay=60 lasting; CreateData return=-111 lasting");
+    auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(create_slot(device(), 8131, 4), -111);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(60));
+}
+
+TEST_F(softtoken_fault, transient_fault_fires_in_one_of_many_processes) {
+    for (int round = 0; round < 20; ++round) {
+        set("ReadData return=-555");
+        ASSERT_EQ(failures_at_once({8130, 8130, 8130, 8130}), 1);
+    }
+}
+
+TEST_F(softtoken_fault, faults_that_fire_at_the_same_time_are_all_taken_away) {
+    for (int slot : {8131, 8132, 8133})
+        ASSERT_EQ(fill_slot(device(), slot, "bytes"), 1);
+    for (int round = 0; round < 20; ++round) {
+        set("ReadData slot=8130 return=-1; ReadData slot=8131 return=-1;"
+            "ReadData slot=8132 return=-1; ReadData slot=8133 return=-1");
+        ASSERT_EQ(failures_at_once({8130, 8131, 8132, 8133}), 4);
+        ASSERT_TRUE(read_faults(directory("one")).empty());
+    }
+}
+
+TEST_F(softtoken_fault, change_by_others_is_noticed_while_faults_fire) {
+    set("GetType delay=300 lasting; GetType return=5");
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        set("GetType return=5; ReadData return=-1 lasting");
+    });
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 5);
+    other.join();
+    EXPECT_EQ(slot_bytes(device(), 8130), "failed: -1");
+}
+
+TEST_F(softtoken_fault, damaged_fault_file_is_named_with_what_to_do) {
+    write_file(directory("one") + "/faults", "Fly null\n");
+    vemra::softtoken::note_changed_settings(directory("one"));
+    EXPECT_EQ(slot_bytes(device(), 8130), "failed: -123");
+    program_result result = run_tool("fault list one");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output.find("vemra-softtoken: " + directory("one") + "/faults: fault \"Fly"),
+              0U)
+        << result.output;
+    EXPECT_NE(result.output.find("\"fault clear\""), std::string::npos);
+    EXPECT_EQ(run_tool("fault clear one").status, 0);
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+}
+
+TEST_F(softtoken_fault, environment_pulls_out_at_the_first_call_with_a_token) {
+    program_result result =
+        run("VEMRA_SOFTTOKEN_FAULTS='* unplug' " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(attached_count(), 0);
+}
+
+TEST_F(softtoken_fault, environment_ends_the_process) {
+    program_result result = run("VEMRA_SOFTTOKEN_FAULTS='ReadData die=before' " SOFTTOKEN_TOOL
+                                " exec -- " FREES_AT_EXIT);
+    EXPECT_EQ(result.status, 128 + 9);
+}
+
+TEST_F(softtoken_fault, environment_gives_null_for_a_list_and_a_handle) {
+    for (const char* text : {"GetAllDevices null", "GetDevice null", "NewHash null"}) {
+        program_result result = run(std::string("VEMRA_SOFTTOKEN_FAULTS='") + text +
+                                    "' " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
+        EXPECT_EQ(result.status, 1) << text;
+    }
+}
+
 TEST_F(softtoken_fault, environment_sets_faults_for_one_process) {
     program_result result = run("VEMRA_SOFTTOKEN_FAULTS='ReadData return=-9' " SOFTTOKEN_TOOL
                                 " exec -- " FREES_AT_EXIT);
@@ -146,17 +191,6 @@ TEST_F(softtoken_fault, wrong_text_in_the_environment_is_reported) {
     EXPECT_NE(result.output.find("no such function"), std::string::npos);
 }
 
-TEST_F(softtoken_fault, trace_has_sizes_and_no_secrets) {
-    std::string trace = root() + "/trace";
-    run("VEMRA_SOFTTOKEN_TRACE=" + trace + " " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
-    std::string text = file_bytes(trace);
-    EXPECT_NE(text.find("VemraPKICryptoReadData slot=8130 size=64 result=1 microseconds="),
-              std::string::npos)
-        << text;
-    EXPECT_NE(text.find("VemraPKICryptoFreeDevice slot=- size=- result=1 "), std::string::npos);
-    EXPECT_EQ(text.find("bytes"), std::string::npos);
-}
-
 TEST_F(softtoken_fault, admin_tool_adds_lists_and_clears) {
     EXPECT_EQ(run_tool("fault add one 'ReadData call=2 return=-5'").status, 0);
     EXPECT_EQ(run_tool("fault add one --recipe full").status, 0);
@@ -166,4 +200,7 @@ TEST_F(softtoken_fault, admin_tool_adds_lists_and_clears) {
     EXPECT_EQ(run_tool("fault list one").output, "");
     EXPECT_EQ(run_tool("fault add one 'Fly null'").status, 1);
     EXPECT_EQ(run_tool("fault add one --recipe nothing").status, 2);
+    EXPECT_EQ(run_tool("fault add one").status, 2);
+    EXPECT_EQ(run_tool("fault add one 'HashUpdate null'").status, 1);
+    EXPECT_EQ(run_tool("fault list one").output, "");
 }

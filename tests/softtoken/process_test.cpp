@@ -1,5 +1,4 @@
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <thread>
@@ -13,22 +12,8 @@ namespace {
 
 constexpr int processes = 4;
 
-// Starts children that run the body with their number at the same time; true when all succeed.
-template <typename Body>
-bool at_once(Body body) {
-    std::vector<pid_t> children;
-    for (int number = 0; number < processes; ++number) {
-        pid_t child = fork();
-        if (child == 0) _exit(body(number) ? 0 : 1);
-        children.push_back(child);
-    }
-    bool all = true;
-    for (pid_t child : children) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        all &= WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    }
-    return all;
+bool all_at_once(const std::function<bool(int)>& body) {
+    return at_once(processes, body) == processes;
 }
 
 }  // namespace
@@ -37,7 +22,7 @@ class softtoken_processes : public token_test {};
 
 TEST_F(softtoken_processes, several_write_their_own_slots_at_once) {
     make_token("one");
-    ASSERT_TRUE(at_once([](int number) {
+    ASSERT_TRUE(all_at_once([](int number) {
         device_owner device = device_at();
         bool good = log_in(device.get()) == 1;
         for (int i = 0; good && i < 10; ++i) {
@@ -57,7 +42,7 @@ TEST_F(softtoken_processes, right_passwords_at_once_never_lock_the_token) {
     auto token = plain_token("SN-1");
     token.retries = 1;
     make_token("one", token);
-    EXPECT_TRUE(at_once([](int) {
+    EXPECT_TRUE(all_at_once([](int) {
         device_owner device = device_at();
         bool good = true;
         for (int i = 0; i < 20; ++i)
@@ -71,7 +56,7 @@ TEST_F(softtoken_processes, readers_see_whole_slots_while_another_writes) {
     device_owner device = device_at();
     ASSERT_EQ(log_in(device.get()), 1);
     ASSERT_EQ(fill_slot(device.get(), 8130, std::string(50000, 'a')), 1);
-    EXPECT_TRUE(at_once([](int number) {
+    EXPECT_TRUE(all_at_once([](int number) {
         device_owner own = device_at();
         bool good = number != 0 || log_in(own.get()) == 1;
         for (int i = 0; good && i < 30; ++i) {

@@ -114,6 +114,22 @@ bool in_child(const std::function<bool()>& body) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
+int at_once(int children, const std::function<bool(int)>& body) {
+    std::vector<pid_t> started;
+    for (int number = 0; number < children; ++number) {
+        pid_t child = fork();
+        if (child == 0) _exit(body(number) ? 0 : 1);
+        started.push_back(child);
+    }
+    int succeeded = 0;
+    for (pid_t child : started) {
+        int status = 0;
+        waitpid(child, &status, 0);
+        succeeded += status == 0 ? 1 : 0;
+    }
+    return succeeded;
+}
+
 program_result run(const std::string& command) {
     program_result result;
     FILE* pipe = popen(("{ " + command + "\n} 2>&1").c_str(), "r");

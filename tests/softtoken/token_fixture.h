@@ -58,6 +58,8 @@ std::string slot_bytes(VEMRA_PKI_DEVICE_HANDLE_st* device, int id);
 
 /* Runs the body in a child made by fork; true when it returned true. */
 bool in_child(const std::function<bool()>& body);
+/* Runs the body in children at the same time, each with its number; how many returned true. */
+int at_once(int children, const std::function<bool(int)>& body);
 
 struct program_result {
     int status = -1;

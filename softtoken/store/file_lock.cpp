@@ -1,4 +1,4 @@
-#include "store/verification_lock.h"
+#include "store/file_lock.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,6 +8,7 @@
 #include <chrono>
 #include <thread>
 
+#include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/sqlite_connection.h"
 
@@ -28,17 +29,16 @@ bool _lock_before(int file, clock::time_point deadline) {
 
 }  // namespace
 
-verification_lock::verification_lock(const std::string& token_directory) {
-    std::string path = token_directory + "/password.lock";
-    file_ = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (file_ < 0) throw failure(error_code::storage_failed, path + ": cannot be opened");
+file_lock::file_lock(const std::string& path)
+    : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
+    if (file_ < 0) fail_with_errno(path);
     if (!_lock_before(file_, clock::now() + std::chrono::seconds(busy_wait_seconds))) {
         close(file_);
         throw failure(error_code::busy, path + ": held by another process");
     }
 }
 
-verification_lock::~verification_lock() {
+file_lock::~file_lock() {
     close(file_);
 }
 
