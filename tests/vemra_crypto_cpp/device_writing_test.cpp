@@ -1,6 +1,28 @@
 // Writing of data slots: the calls in their order, on every path, and what each leaves behind.
 
+#include <array>
+#include <cstring>
+
 #include "slot_fixture.h"
+
+namespace {
+
+// The block of the last creation, as a device library would see it that reads on to a zero byte.
+std::array<unsigned char, 5> last_attributes;
+
+}  // namespace
+
+extern "C" {
+int __real_VemraPKICryptoCreateData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id,
+                                    const unsigned char* attributes, int size);
+int __wrap_VemraPKICryptoCreateData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id,
+                                    const unsigned char* attributes, int size);
+int __wrap_VemraPKICryptoCreateData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id,
+                                    const unsigned char* attributes, int size) {
+    std::memcpy(last_attributes.data(), attributes, last_attributes.size());
+    return __real_VemraPKICryptoCreateData(device, id, attributes, size);
+}
+}
 
 namespace {
 
@@ -40,6 +62,18 @@ TEST_F(slot_writing, creates_a_missing_slot_and_returns_the_length) {
     write("abc");
     EXPECT_EQ(fake.slot(8130), "abc");
     EXPECT_EQ(fake.calls(), finds_nothing + calls_t({creates(3), writes(abc, 3)}));
+}
+
+TEST_F(slot_writing, ends_the_attribute_block_in_a_zero_byte) {
+    const std::array<unsigned char, 5> ended = {0x04, 0x01, 0x03, 0x07, 0x00};
+    last_attributes.fill(0xff);
+    write("abc");
+    EXPECT_EQ(last_attributes, ended);
+    last_attributes.fill(0xff);
+    fail("VemraPKICryptoWriteData", 1);
+    failure_of_write("wxyz");
+    EXPECT_EQ(fake.slot(8130), "abc") << "the slot was not created again for what it held";
+    EXPECT_EQ(last_attributes, ended);
 }
 
 TEST_F(slot_writing, creates_over_an_empty_slot) {
