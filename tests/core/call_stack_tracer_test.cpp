@@ -4,6 +4,7 @@
 
 #include <new>
 #include <stdexcept>
+#include <type_traits>
 #include <vector>
 
 #include "support/allocation_faults.h"
@@ -48,6 +49,12 @@ TEST(call_stack_tracer, prints_the_exit_line_when_an_exception_leaves) {
     } catch (const std::runtime_error&) {
     }
     EXPECT_EQ(captured.lines(), (lines_t{" [VERBOSE]  [f] >>>> f", " [VERBOSE]  [f] <<<< f"}));
+}
+
+// A copy would print a second exit line.
+TEST(call_stack_tracer, cannot_be_copied) {
+    EXPECT_FALSE(std::is_copy_constructible_v<call_stack_tracer>);
+    EXPECT_FALSE(std::is_copy_assignable_v<call_stack_tracer>);
 }
 
 TEST(call_stack_tracer, throws_when_the_entry_line_cannot_be_built) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <new>
+#include <type_traits>
 
 #include "support/allocation_faults.h"
 
@@ -21,6 +22,11 @@ TEST(image_stamp, has_the_image_type_its_name_its_uuid_and_its_bytes) {
     EXPECT_EQ(stamp.get_name(), "Company seal");
     EXPECT_EQ(stamp.get_uuid(), some_uuid);
     EXPECT_EQ(stamp.encode(basic_stamp::plain), (bytes_t{'a', 0, 'b'}));
+}
+
+TEST(image_stamp, cannot_be_copied) {
+    EXPECT_FALSE(std::is_copy_constructible_v<image_stamp>);
+    EXPECT_FALSE(std::is_copy_assignable_v<image_stamp>);
 }
 
 TEST(image_stamp, without_a_pointer_has_no_bytes) {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <new>
 #include <system_error>
+#include <type_traits>
 
 #include "support/allocation_faults.h"
 #include "support/fake_device_library.h"
@@ -44,6 +45,11 @@ TEST_F(device_object, takes_a_handle_and_frees_it_once) {
     VEMRA_PKI_DEVICE_HANDLE_st* handle = new_handle();
     { EXPECT_EQ(device(handle, false).get_handle(), handle); }
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICryptoFreeDevice(SN-1)"});
+}
+
+TEST_F(device_object, cannot_be_copied) {
+    EXPECT_FALSE(std::is_copy_constructible_v<device>);
+    EXPECT_FALSE(std::is_copy_assignable_v<device>);
 }
 
 TEST_F(device_object, duplicates_a_handle_and_leaves_it_to_the_caller) {
