@@ -1,6 +1,7 @@
 // A success is stored like a failure: it must not leave the status of an earlier call behind.
 
 #include <csignal>
+#include <new>
 
 #include "api/api_test.h"
 
@@ -20,6 +21,33 @@ protected:
         return VemraAppStampGetLastError();
     }
 
+    /** Lists after a failed call, while the nth allocation fails; tells the last status. */
+    static int after_failure_and_listing_without_memory(int nth, bool& has_thrown) {
+        VemraAppStampFreeMemory(nullptr);
+        has_thrown = false;
+        allocation_faults::fail_throwing(nth);
+        try {
+            VemraAppStampGetAllStamps(-1, nullptr, 0, -1);
+        } catch (const std::bad_alloc&) {
+            has_thrown = true;
+        }
+        allocation_faults::stop();
+        return VemraAppStampGetLastError();
+    }
+    /** A listing that fails: each allocation of its throws, but the one of its exit line. */
+    static void expect_status_kept_whatever_memory_fails() {
+        const stdout_capture unseen;
+        allocation_faults::stop();
+        VemraAppStampGetAllStamps(-1, nullptr, 0, -1);
+        const int last = allocation_faults::throwing_count();
+        EXPECT_EQ(VemraAppStampGetLastError(), 0);
+        for (int nth = 1; nth < last; ++nth) {
+            bool has_thrown = false;
+            EXPECT_EQ(after_failure_and_listing_without_memory(nth, has_thrown), -2) << nth;
+            EXPECT_TRUE(has_thrown) << nth;
+        }
+    }
+
     std::string name = "New";
     std::string data = "new bytes";
     VEMRA_APP_STAMP_RECORD record = image_record(name, data);
@@ -35,6 +63,16 @@ TEST_F(last_status, is_1_after_a_listing_and_the_release_of_its_set) {
     unsigned int count = 0;
     EXPECT_EQ(after_failure_and([&] { return VemraAppStampGetStampCount(set, &count); }), 1);
     EXPECT_EQ(after_failure_and([&] { return VemraAppStampFreeStamps(set); }), 1);
+}
+
+TEST_F(last_status, stays_when_the_line_that_tells_of_no_device_cannot_be_built) {
+    fake.unplug_device("SN-1");
+    expect_status_kept_whatever_memory_fails();
+}
+
+TEST_F(last_status, stays_when_the_line_that_tells_of_a_failed_listing_cannot_be_built) {
+    fake.fail_function("VemraPKICryptoGetAllDevices", 1, fault::throwing_runtime_error().lasting());
+    expect_status_kept_whatever_memory_fails();
 }
 
 TEST_F(last_status, is_1_after_taking_and_releasing_a_stamp) {
