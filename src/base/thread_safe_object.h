@@ -6,14 +6,13 @@
 namespace qo::base {
 
 /**
- * Gives an object a plain, non-recursive mutex of its own.
+ * Gives an object a plain, non-recursive mutex of its own, and so makes it one that is not copied.
  *
  * Public operations of a derived class hold a scoped_lock for their whole duration and call only
  * private_ twins, which do not lock: one lock per operation, never two.
  */
 class thread_safe_object {
 protected:
-    thread_safe_object() = default;
     ~thread_safe_object() = default;
 
 private:

@@ -19,7 +19,6 @@ namespace vemra::app::stamp {
  */
 class stamp_set : public qo::base::thread_safe_object {
 public:
-    stamp_set() = default;
     ~stamp_set();
 
     std::size_t size() const;

@@ -21,8 +21,6 @@ public:
     using owner_t = std::shared_ptr<std::remove_pointer_t<Handle>>;
 
     virtual ~basic_object() = default;
-    basic_object(const basic_object&) = delete;
-    basic_object& operator=(const basic_object&) = delete;
 
     /** Reads what belongs to the object from the library. Does nothing here. */
     virtual void load() {}

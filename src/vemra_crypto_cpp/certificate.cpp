@@ -21,7 +21,6 @@ certificate::owner_t certificate::own(VEMRA_CERT_st* h) {
 }
 
 bool certificate::equals(const certificate& other) const {
-    if (this == &other) return true;
     if (get_handle() == other.get_handle()) return true;
     return VemraPKICertEqual(get_handle(), other.get_handle()) == 1;
 }

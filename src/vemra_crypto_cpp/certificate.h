@@ -27,7 +27,7 @@ public:
     /** Makes the owner of a raw handle; the handle is freed at once when memory fails. */
     static owner_t own(VEMRA_CERT_st* h);
 
-    /** Whether both are the same object, hold the same handle, or are equal to the library. */
+    /** Whether both hold the same handle, or are equal to the library. */
     bool equals(const certificate& other) const;
     bool operator==(const certificate& other) const { return equals(other); }
     bool operator!=(const certificate& other) const { return !equals(other); }
