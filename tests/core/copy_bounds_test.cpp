@@ -21,7 +21,7 @@ namespace {
 
 // Room and bytes to copy, of each bounded copy.
 using sizes_t = std::vector<std::pair<std::size_t, std::size_t>>;
-sizes_t copies;
+sizes_t* seen_copies = nullptr;
 
 }  // namespace
 
@@ -36,7 +36,7 @@ void __wrap__ZN2qo4base10__memcpy_sEPKcmPvmPKvm(const char* file, unsigned long 
 void __wrap__ZN2qo4base10__memcpy_sEPKcmPvmPKvm(const char* file, unsigned long line, void* dest,
                                                 std::size_t dest_size, const void* src,
                                                 std::size_t src_size) {
-    copies.emplace_back(dest_size, src_size);
+    if (seen_copies != nullptr) seen_copies->emplace_back(dest_size, src_size);
     __real__ZN2qo4base10__memcpy_sEPKcmPvmPKvm(file, line, dest, dest_size, src, src_size);
 }
 }
@@ -51,11 +51,12 @@ protected:
         g_stamp_device_map.put(place, std::make_shared<stamp_device_map::item>(
                                           std::make_shared<vemra::crypto::device>(), 8130, "seal"));
         set.push_back(std::make_shared<image_stamp>("seal", place, "abc", 3));
-        copies.clear();
+        seen_copies = &copies;
         VemraAppStampGetStamp(reinterpret_cast<VEMRA_APP_STAMP_SET_HANDLE>(&set), 0, &uuid,
                               &uuid_size, &record);
     }
     ~copy_bounds() override {
+        seen_copies = nullptr;
         VemraAppStampFreeMemory(uuid);
         VemraAppStampFreeMemory(record->name);
         VemraAppStampFreeStamp(record);
@@ -64,6 +65,7 @@ protected:
 
     const stdout_capture unseen;
     const fake_device_library fake;
+    sizes_t copies;
     stamp_set set;
     unsigned char* uuid = nullptr;
     unsigned int uuid_size = 0;
