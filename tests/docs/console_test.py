@@ -1,0 +1,114 @@
+#!/usr/bin/env python3
+"""Runs the commands that a document shows in `console` blocks, and compares what they print.
+
+    console_test.py SOURCE_DIR BUILD_DIR DOCUMENT
+
+A block holds commands after "$ " (continued after "> ") and under each what it prints, as a person
+at a terminal sees it. "..." stands for any text within a line, or for any lines where it is a line.
+All blocks of a document run in one shell, in a folder that looks like a fresh checkout after
+scripts/demo, with a home and tokens of its own. Comments that a reader of the document does not see
+help out:
+
+    <!-- console          commands to run unseen; they must succeed
+    COMMANDS -->
+    <!-- types: A, B -->  passwords that the next block types, instead of the usual one
+"""
+
+import pathlib
+import re
+import shutil
+import sys
+import tempfile
+
+from console import Console
+
+PASSWORD = "correct horse 9"
+ELEMENT = re.compile(r"^```console\n(?P<block>.*?)^```$"
+                     r"|^<!-- console\n(?P<unseen>.*?)-->$"
+                     r"|^<!-- types: (?P<typed>.*?) -->$", re.MULTILINE | re.DOTALL)
+COMMAND = re.compile(r"^\$ (.*(?:\n> .*)*)\n((?:(?!\$ ).*\n)*)", re.MULTILINE)
+
+
+def pattern_of(expected):
+    """The expression that output has to match whole."""
+    lines = []
+    for line in expected.splitlines():
+        if line == "...":
+            lines.append(r"(?:.*\n)*?")
+        else:
+            lines.append(".*?".join(re.escape(piece) for piece in line.split("...")) + r" *\n")
+    return "".join(lines)
+
+
+def make_checkout(folder, source, build):
+    """What a reader has in front of them: the sources, and what scripts/demo built."""
+    for name in ("examples", "include"):
+        (folder / name).symlink_to(source / name)
+    (folder / "build").mkdir()
+    (folder / "build/release").symlink_to(build)
+    (folder / "scripts").mkdir()
+    demo = folder / "scripts/demo"
+    demo.write_text(f'#!/bin/sh\nexec "{source}/scripts/demo" --built "{build}" "$@"\n')
+    demo.chmod(0o755)
+    (folder / "home").mkdir()
+
+
+def environment_of(folder):
+    return {"PATH": "/usr/local/bin:/usr/bin:/bin", "HOME": str(folder / "home"),
+            "TMPDIR": str(folder / "home"), "LANG": "C.UTF-8", "TERM": "dumb"}
+
+
+class Document:
+    """One document, run from its first block to its last."""
+
+    def __init__(self, path, console):
+        self.path = path
+        self.text = path.read_text(encoding="utf-8")
+        self.console = console
+        self.compared = 0
+        self.faults = []
+
+    def run(self):
+        for element in ELEMENT.finditer(self.text):
+            if element["typed"] is not None:
+                self.console.passwords = element["typed"].split(", ")
+            elif element["unseen"] is not None:
+                self._prepare(element["unseen"])
+            else:
+                self._compare_block(element)
+
+    def _prepare(self, commands):
+        shown = self.console.run(f"( set -e; {commands} ) && printf done")
+        if not shown.endswith("done"):
+            self.faults.append(f"{self.path.name}: these commands fail:\n{commands}\n{shown}")
+
+    def _compare_block(self, element):
+        for command in COMMAND.finditer(element["block"]):
+            words, expected = command.groups()
+            shown = self.console.run(words.replace("\n> ", "\n"))
+            self.compared += 1
+            if re.fullmatch(pattern_of(expected), shown) is None:
+                start = element.start("block") + command.start()
+                line = self.text.count("\n", 0, start) + 1
+                self.faults.append(f"{self.path.name}:{line}: $ {words}\n"
+                                   f"-- shown in the document\n{expected}-- printed\n{shown}--")
+
+
+def main(source, build, document):
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="console-test-"))
+    make_checkout(folder, source, build)
+    console = Console(folder, environment_of(folder), PASSWORD)
+    try:
+        shown = Document(document, console)
+        shown.run()
+    finally:
+        console.close()
+        shutil.rmtree(folder, ignore_errors=True)
+    if shown.compared == 0:
+        shown.faults.append(f"{document.name} shows no command")
+    print("\n".join(shown.faults))
+    return bool(shown.faults)
+
+
+if __name__ == "__main__":
+    sys.exit(main(*(pathlib.Path(argument).resolve() for argument in sys.argv[1:])))
