@@ -44,6 +44,19 @@ TEST(hex, encodes_only_the_given_length) {
     EXPECT_EQ(hex::encode("AB\0C", 3, false), "414200");
 }
 
+TEST(hex, encodes_a_long_text_like_its_bytes_one_by_one) {
+    for (const std::size_t size : {511U, 512U, 513U, 1024U, 2000U}) {
+        bytes_t bytes;
+        std::string expected;
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes.push_back(static_cast<unsigned char>(i * 7));
+            expected += "0123456789abcdef"[bytes.back() / 16];
+            expected += "0123456789abcdef"[bytes.back() % 16];
+        }
+        EXPECT_EQ(hex::encode(bytes.data(), size, false), expected) << size;
+    }
+}
+
 TEST(hex, decodes_by_the_digit_rule_and_rejects_nothing) {
     const decoding table[] = {
         {"", {}},
