@@ -9,8 +9,9 @@ All blocks of a document run in one shell, in a folder that looks like a fresh c
 scripts/demo, with a home and tokens of its own. Comments that a reader of the document does not see
 help out:
 
-    <!-- console          commands to run unseen; they must succeed
-    COMMANDS -->
+    <!-- console          commands to run unseen, one a line; each must succeed
+    COMMANDS
+    -->
     <!-- types: A, B -->  passwords that the next block types, instead of the usual one
 """
 
@@ -78,9 +79,10 @@ class Document:
                 self._compare_block(element)
 
     def _prepare(self, commands):
-        shown = self.console.run(f"( set -e; {commands} ) && printf done")
-        if not shown.endswith("done"):
-            self.faults.append(f"{self.path.name}: these commands fail:\n{commands}\n{shown}")
+        for command in commands.splitlines():
+            shown = self.console.run(f"{command}\n[ $? -eq 0 ] && printf done")
+            if not shown.endswith("done"):
+                self.faults.append(f"{self.path.name}: fails: {command}\n{shown}")
 
     def _compare_block(self, element):
         for command in COMMAND.finditer(element["block"]):
