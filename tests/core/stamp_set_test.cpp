@@ -93,6 +93,27 @@ TEST(stamp_set, locks_once_in_every_operation_its_destructor_included) {
     EXPECT_EQ(watch.count(), 6);
 }
 
+class lock_asking_stamp : public image_stamp {
+public:
+    lock_asking_stamp(const lock_watch& watch, bool& was_held)
+        : image_stamp("seal", {0x01}, "a", 1), watch_(watch), was_held_(was_held) {}
+    ~lock_asking_stamp() override { was_held_ = watch_.is_held(); }
+
+private:
+    const lock_watch& watch_;
+    bool& was_held_;
+};
+
+TEST(stamp_set, holds_its_lock_while_its_destructor_releases_the_stamps) {
+    std::optional<stamp_set> set(std::in_place);
+    const lock_watch watch(*set);
+    bool was_held = false;
+    set->push_back(std::make_shared<lock_asking_stamp>(watch, was_held));
+    EXPECT_FALSE(watch.is_held());
+    set.reset();
+    EXPECT_TRUE(was_held);
+}
+
 TEST(stamp_set, fails_with_a_system_error_when_the_mutex_fails) {
     stamp_set set;
     set.push_back(nullptr);

@@ -18,6 +18,8 @@ public:
 
     /** Locks since the watch began, failed ones included. */
     int count() const;
+    /** Whether the mutex that was locked last is locked now. */
+    bool is_held() const;
     /** Makes each further lock of the object fail with an error number. */
     void fail_with(int error);
 };
