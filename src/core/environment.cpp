@@ -1,6 +1,7 @@
 #include "core/environment.h"
 
 #include <string>
+#include <utility>
 
 namespace vemra::app::stamp {
 
@@ -29,8 +30,10 @@ const qo::base::path& environment::get_log_directory() const {
 }
 
 void environment::set_log_directory(const qo::base::path& directory) {
+    // Without memory for all of the new directory the old one stays whole.
+    qo::base::path copy(directory);
     const scoped_lock lock(*this);
-    log_directory_ = directory;
+    log_directory_ = std::move(copy);
 }
 
 }  // namespace vemra::app::stamp
