@@ -116,7 +116,7 @@ void _enumeration(choices& input, world&) {
                    : output == nullptr ? -2
                                        : 1},
                   "GetStampCount");
-    claim(count == 77 || count <= 2, "there are two stamps at most");
+    claim(count == 77 || count <= 5, "there are no more stamps than slots");
     _claim_status(VemraAppStampFreeStamps(set), {set == nullptr ? -1 : 1}, "FreeStamps");
 }
 
