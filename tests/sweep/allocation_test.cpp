@@ -14,6 +14,7 @@
 
 #include "support/allocation_faults.h"
 #include "sweep/stage.h"
+#include "sweep/watched_call.h"
 
 namespace {
 
@@ -130,8 +131,9 @@ std::vector<expected_end> _all_ends(const scenario& one, bool is_lasting, int nu
 bool _is_end(const seen_call& seen, const stage& on, const expected_end& end) {
     return seen.has_ended == end.seen.has_ended && seen.escaped == end.seen.escaped &&
            seen.status == end.seen.status && seen.lines == end.seen.lines &&
-           seen.stamps == end.seen.stamps && seen.owner_serial == end.seen.owner_serial &&
-           on.fake.calls() == end.calls && on.fake_slots() == end.slots;
+           seen.stamps == end.seen.stamps && seen.outputs == end.seen.outputs &&
+           seen.owner_serial == end.seen.owner_serial && on.fake.calls() == end.calls &&
+           on.fake_slots() == end.slots;
 }
 
 /** The first step from `from` on that ends so; `from` itself when there is none. */
@@ -238,6 +240,10 @@ std::string _name(const ::testing::TestParamInfo<sweep_case>& info) {
     return std::get<0>(info.param).name + "_" + std::get<1>(info.param).name;
 }
 
+INSTANTIATE_TEST_SUITE_P(plain, allocation,
+                         ::testing::Combine(::testing::ValuesIn(plain_scenarios()),
+                                            ::testing::ValuesIn(shortages)),
+                         _name);
 INSTANTIATE_TEST_SUITE_P(sweep, allocation,
                          ::testing::Combine(::testing::ValuesIn(all_scenarios()),
                                             ::testing::ValuesIn(shortages)),

@@ -1,8 +1,8 @@
 // Fails device call 1, then 2, and so on, until a run meets no fault; the failing call tells it, is
-// hollow, or throws. In every round the shared
-// object and the model do the same on the same devices, and everything that can be seen is
-// compared: status, trace, calls, all slots of all devices, handles, memory. Then the devices work
-// again, and the same operation and two lists must do what the model says of what was left.
+// hollow, or throws. In every round the shared object and the model do the same on the same
+// devices, and everything that can be seen is compared: status, trace, calls, all slots of all
+// devices, handles, memory. Then the devices work again, and the same operation and two lists must
+// do what the model says of what was left.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -12,6 +12,7 @@
 
 #include "sweep/child_process.h"
 #include "sweep/stage.h"
+#include "sweep/watched_call.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 #ifndef SWEEP_LIVE_LIBRARY_H
 #define SWEEP_LIVE_LIBRARY_H
 
-#include <functional>
 #include <string>
 #include <vector>
 
+#include "sweep/live_holdings.h"
 #include "sweep/stamp_library.h"
 #include "vemra_app_stamp.h"
 
@@ -20,6 +20,12 @@ public:
     seen_call update(const std::string& uuid, const char* password,
                      const new_stamp& stamp) override;
     seen_call remove(const std::string& uuid, const char* password) override;
+    seen_call plain(plain_function function) override { return holdings_.call(function); }
+
+    /** Lists all stamps and keeps the set and the last one. */
+    void hold() { holdings_.hold(); }
+    /** Gives back what hold() keeps. */
+    void let_go() { holdings_.release(); }
 
     /** Releases the record that list() keeps for own_device(). */
     void forget_first();
@@ -29,24 +35,7 @@ private:
     void take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, seen_call& seen);
 
     VEMRA_APP_STAMP_RECORD* first_ = nullptr;
+    live_holdings holdings_;
 };
-
-/**
- * When the library ends the process, what was seen until then is given to the watcher, which does
- * not return.
- */
-void watch_end(const std::function<void(const seen_call&)>& watcher);
-
-/** Allocations count, and can be failed, only inside such a scope. */
-class counted_scope {
-public:
-    counted_scope();
-    ~counted_scope();
-    counted_scope(const counted_scope&) = delete;
-    counted_scope& operator=(const counted_scope&) = delete;
-};
-
-/** A trace's lines with N for source lines and PTR for addresses but "(nil)". */
-std::vector<std::string> normalised_trace(const std::vector<std::string>& lines);
 
 #endif

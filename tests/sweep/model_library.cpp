@@ -22,6 +22,8 @@ bool _is_sealed(const std::string& bytes) {
 
 // Each entry of the record, the entry of an uuid and its item with their owners.
 constexpr long blocks_of_a_known_uuid = 3;
+// A string keeps this many bytes in itself.
+constexpr std::size_t short_text = 15;
 
 }  // namespace
 
@@ -36,64 +38,14 @@ std::ostream& operator<<(std::ostream& out, const seen_stamp& stamp) {
 
 long model_library::kept_blocks() const {
     std::set<const model_handle*> owners;
-    for (const auto& entry : known_)
+    long result = holdings_.kept_blocks();
+    for (const auto& entry : known_) {
         owners.insert(entry.second.owner.get());
-    long result = blocks_of_a_known_uuid * static_cast<long>(known_.size());
+        result += blocks_of_a_known_uuid + (entry.second.has_long_name ? 1 : 0);
+    }
     for (const model_handle* owner : owners)
         result += owner->blocks();
     return result;
-}
-
-template <typename Work>
-seen_call model_library::call(const std::string& function, Work work) {
-    function_ = function;
-    lines_.clear();
-    stamps_.clear();
-    seen_call seen;
-    bool is_entered = false;
-    try {
-        verbose(">>>> " + function);
-        is_entered = true;
-        seen.status = work();
-        devices_.memory.step();
-        last_status = seen.status;
-    } catch (const device_failure& failure) {
-        seen.escaped = failure.text;
-        stamps_.clear();
-    } catch (const foreign_failure& failure) {
-        seen.escaped = failure.text;
-        stamps_.clear();
-    } catch (const process_end&) {
-        return ended();
-    }
-    try {
-        if (is_entered) verbose("<<<< " + function);
-    } catch (const device_failure&) {
-        return ended();
-    }
-    seen.last_status = last_status;
-    seen.lines = lines_;
-    seen.stamps = stamps_;
-    return seen;
-}
-
-seen_call model_library::ended() const {
-    seen_call seen;
-    seen.has_ended = true;
-    seen.lines = lines_;
-    return seen;
-}
-
-void model_library::verbose(const std::string& message) {
-    devices_.memory.step();
-    lines_.push_back(" [VERBOSE]  [" + function_ + "] " + message);
-}
-
-void model_library::error(const std::string& message, const std::string& file,
-                          const std::string& function) {
-    devices_.memory.step();
-    lines_.push_back(" [ERROR]    [" + (function.empty() ? function_ : function) + "] " + message +
-                     " (src/core/" + file + ":N)");
 }
 
 bool model_library::enumerate(handles& found, const std::string& complaint) {
@@ -176,11 +128,11 @@ void model_library::list_entry(const handle_ptr& handle, int slot, const std::st
         return;
     }
     devices_.memory.step();
-    stamps_.push_back({uuid, name, data});
+    stamps.push_back({uuid, name, data});
     devices_.memory.step();
     if (known_.count(uuid) != 0 || !devices_.memory.has_memory()) return;
     devices_.memory.step();
-    known_.emplace(uuid, place{handle, slot});
+    known_.emplace(uuid, place{handle, slot, name.size() > short_text});
 }
 
 void model_library::list_device(const handle_ptr& handle) {
@@ -191,9 +143,7 @@ void model_library::list_device(const handle_ptr& handle) {
     object(*handle).type_of();
     const std::string serial = object(*handle).serial_of();
     if (object(*handle).length(mapping_slot) == 0) {
-        devices_.memory.step();
-        lines_.push_back(" [DEBUG]    [" + function_ + "] No image stamp in device: " + serial +
-                         ".");
+        debug("No image stamp in device: " + serial + ".");
         return;
     }
     for (const auto& [slot, name] : parsed(object(*handle).bytes(mapping_slot)))
@@ -202,9 +152,9 @@ void model_library::list_device(const handle_ptr& handle) {
 
 // A stamp that could not be remembered can be listed, but not be taken.
 void model_library::take_all() {
-    for (seen_stamp& stamp : stamps_)
+    for (seen_stamp& stamp : stamps)
         if (known_.count(stamp.uuid) == 0) stamp = {"not taken", {}, {}};
-    const auto first = stamps_.empty() ? known_.end() : known_.find(stamps_.front().uuid);
+    const auto first = stamps.empty() ? known_.end() : known_.find(stamps.front().uuid);
     if (first != known_.end()) first_owner_ = first->second.owner;
 }
 

@@ -7,13 +7,16 @@
 #include <vector>
 
 #include "sweep/model_devices.h"
+#include "sweep/model_frame.h"
+#include "sweep/model_holdings.h"
 #include "sweep/model_object.h"
 #include "sweep/stamp_library.h"
 
 /** The documented behaviour, straight down the page, over the model's devices. */
-class model_library : public stamp_library {
+class model_library : public stamp_library, private model_frame {
 public:
-    explicit model_library(model_devices& devices) : devices_(devices) {}
+    explicit model_library(model_devices& devices)
+        : model_frame(devices.memory), devices_(devices) {}
 
     seen_call list() override;
     seen_call own_device() override;
@@ -22,11 +25,13 @@ public:
     seen_call update(const std::string& uuid, const char* password,
                      const new_stamp& stamp) override;
     seen_call remove(const std::string& uuid, const char* password) override;
+    seen_call plain(plain_function function) override { return holdings_.call(function); }
 
-    /** Blocks of memory that the known uuids keep. */
+    /** Takes a listed stamp and its set as the caller's. */
+    void hold(const seen_stamp& stamp, unsigned int count) { holdings_.hold(stamp, count); }
+
+    /** Blocks of memory that the library keeps. */
     long kept_blocks() const;
-    /** Statuses are 1 in a new thread. */
-    int last_status = 1;
 
 private:
     using handle_ptr = std::shared_ptr<model_handle>;
@@ -35,18 +40,12 @@ private:
     struct place {
         handle_ptr owner;
         int slot;
+        bool has_long_name;
     };
-
-    template <typename Work>
-    seen_call call(const std::string& function, Work work);
-    void verbose(const std::string& message);
-    void error(const std::string& message, const std::string& file = "VEMRA_APP_STAMP.cpp",
-               const std::string& function = {});
 
     bool enumerate(handles& found, const std::string& complaint);
     handles all_handles();
     void take_all();
-    seen_call ended() const;
     void list_device(const handle_ptr& handle);
     void list_entry(const handle_ptr& handle, int slot, const std::string& name);
     std::string uuid_of(model_handle& handle, int slot);
@@ -62,9 +61,7 @@ private:
     model_devices& devices_;
     std::map<std::string, place> known_;
     handle_ptr first_owner_;
-    std::string function_;
-    std::vector<std::string> lines_;
-    std::vector<seen_stamp> stamps_;
+    model_holdings holdings_{*this, devices_.memory};
 };
 
 #endif

@@ -94,6 +94,12 @@ void stage::know_all() {
         if (stamp.name.front() == 'A') uuids_.push_back(stamp.uuid);
 }
 
+void stage::hold() {
+    const seen_call seen = compare([](stamp_library& library) { return library.list(); });
+    model.hold(seen.stamps.back(), static_cast<unsigned int>(seen.stamps.size()));
+    if (is_live_) live.hold();
+}
+
 void stage::disturb(const planned_disturbance& plan) {
     devices.plan_next(plan);
     fake.clear_calls();
@@ -118,6 +124,7 @@ void stage::expect_same(const seen_call& seen, const seen_call& due) {
     EXPECT_EQ(seen.stamps, due.stamps);
     EXPECT_EQ(seen.owner_serial, due.owner_serial);
     EXPECT_EQ(seen.owner_type, due.owner_type);
+    EXPECT_EQ(seen.outputs, due.outputs);
     EXPECT_EQ(fake.calls(), devices.calls);
     std::vector<std::map<int, std::string>> slots;
     for (const auto& device : devices.attached)
@@ -141,5 +148,6 @@ std::vector<std::map<int, std::string>> stage::fake_slots() const {
 
 void stage::compare_memory() {
     live.forget_first();
+    live.let_go();
     EXPECT_EQ(allocation_faults::live_blocks() - blocks_before_, model.kept_blocks());
 }

@@ -35,6 +35,8 @@ public:
     void require_login();
     /** Lists once on both sides and keeps the uuids of A's stamps. */
     void know_all();
+    /** Lists once on both sides and lets the caller hold the set and A's only stamp. */
+    void hold();
     /** Plans the same disturbance for both sides and forgets the calls. */
     void disturb(const planned_disturbance& plan);
     bool has_struck() const { return fake.fault_fired(); }
@@ -75,5 +77,7 @@ std::ostream& operator<<(std::ostream& out, const scenario& one);
 
 /** All operations that reach a device, in every state that matters to them. */
 const std::vector<scenario>& all_scenarios();
+/** All functions that reach none. */
+const std::vector<scenario>& plain_scenarios();
 
 #endif

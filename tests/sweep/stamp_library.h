@@ -30,6 +30,8 @@ struct seen_call {
     std::vector<seen_stamp> stamps;
     std::string owner_serial;
     int owner_type = 0;
+    /** What the functions that reach no device gave out. */
+    std::vector<std::string> outputs;
 };
 
 /** A stamp for a device. */
@@ -38,8 +40,26 @@ struct new_stamp {
     std::string data;
 };
 
+/** The exported functions that reach no device. */
+enum class plain_function {
+    get_version,
+    get_last_error,
+    get_error_message,
+    free_memory,
+    env_initialize,
+    env_get_configuration,
+    env_uninitialize,
+    free_stamps,
+    get_stamp_count,
+    get_stamp,
+    free_stamp,
+    get_stamp_type,
+    get_stamp_data,
+    get_stamp_name
+};
+
 /**
- * The operations that reach a device, as the shared object does them and as the model says that
+ * The exported functions, as the shared object does them and as the model says that
  * they must be done.
  */
 class stamp_library {
@@ -55,6 +75,8 @@ public:
     virtual seen_call update(const std::string& uuid, const char* password,
                              const new_stamp& stamp) = 0;
     virtual seen_call remove(const std::string& uuid, const char* password) = 0;
+    /** On the set, the record and the buffer that the caller holds, as long as it holds them. */
+    virtual seen_call plain(plain_function function) = 0;
 };
 
 #endif
