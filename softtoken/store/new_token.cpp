@@ -13,7 +13,7 @@
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/plug.h"
-#include "store/sqlite_statement.h"
+#include "store/token_database.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken {
@@ -105,7 +105,9 @@ void _fill_database(const std::string& path, const new_token& token) {
     connection.execute("COMMIT; PRAGMA journal_mode=WAL");
 }
 
-void _make_root(const std::string& root) {
+}  // namespace
+
+void make_root(const std::string& root) {
     if (root.empty()) {
         throw failure(error_code::storage_failed,
                       "no directory for tokens: set VEMRA_SOFTTOKEN_DIR or HOME");
@@ -115,8 +117,6 @@ void _make_root(const std::string& root) {
     std::filesystem::create_directories(parent, error);
     if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) fail_with_errno(root);
 }
-
-}  // namespace
 
 std::string random_hex(std::size_t bytes) {
     std::string raw(bytes, '\0');
@@ -145,7 +145,7 @@ void require_token_name(const std::string& name) {
 
 void create_token(const std::string& root, const std::string& name, const new_token& token) {
     require_token_name(name);
-    _make_root(root);
+    make_root(root);
     std::string place = root + "/" + name;
     if (std::filesystem::exists(place)) {
         throw failure(error_code::bad_argument, "there is a token \"" + name + "\" already");

@@ -23,6 +23,9 @@ struct new_token {
  */
 void create_token(const std::string& root, const std::string& name, const new_token& token);
 
+/* Makes the directory of all tokens, private to the user, unless it is there. */
+void make_root(const std::string& root);
+
 /* Random bytes as lower-case hexadecimal text. */
 std::string random_hex(std::size_t bytes);
 

@@ -1,5 +1,6 @@
 #include "store/sqlite_connection.h"
 
+#include <cstring>
 #include <new>
 
 #include "store/failure.h"
@@ -46,9 +47,24 @@ void sqlite_connection::execute(const std::string& sql) {
     if (result != SQLITE_OK) fail(result);
 }
 
+bool sqlite_connection::read_start(void* bytes, std::size_t size) const {
+    sqlite3_file* file = nullptr;
+    sqlite3_file_control(database_, "main", SQLITE_FCNTL_FILE_POINTER, &file);
+    int result = file->pMethods->xRead(file, bytes, static_cast<int>(size), 0);
+    if (result == SQLITE_IOERR_SHORT_READ) return false;
+    if (result != SQLITE_OK) {
+        throw failure(error_code::storage_failed, path_ + ": " + sqlite3_errstr(result));
+    }
+    return true;
+}
+
 void sqlite_connection::fail(int result) const {
     if ((result & 0xff) == SQLITE_NOMEM) throw std::bad_alloc();
     const char* text = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
+    // A file that cannot be opened has a better reason than SQLite's.
+    if ((result & 0xff) == SQLITE_CANTOPEN && sqlite3_system_errno(database_) != 0) {
+        text = std::strerror(sqlite3_system_errno(database_));
+    }
     throw failure(_code_of(result), path_ + ": " + text);
 }
 

@@ -3,6 +3,7 @@
 
 #include <sqlite3.h>
 
+#include <cstddef>
 #include <string>
 
 namespace vemra::softtoken {
@@ -21,6 +22,13 @@ public:
 
     /* Runs SQL text that returns nothing of interest. */
     void execute(const std::string& sql);
+
+    /*
+     * The first bytes of the file as they lie there, without a lock; false when it has fewer.
+     * SQLite reads them, since a process that closes a file of its own over a database would drop
+     * the locks of all its connections to it.
+     */
+    bool read_start(void* bytes, std::size_t size) const;
 
     sqlite3* raw() const noexcept { return database_; }
     const std::string& path() const noexcept { return path_; }

@@ -1,21 +1,55 @@
 #include "store/token_database.h"
 
+#include <array>
+#include <climits>
+#include <cstring>
+#include <string_view>
+
 #include "store/failure.h"
-#include "store/token_files.h"
 
 namespace vemra::softtoken {
 
 namespace {
 
-const std::string& _checked(const std::string& path) {
-    require_token_database(path);
-    return path;
+// Positions in the header of an SQLite database file.
+constexpr std::size_t header_size = 100;
+constexpr std::size_t user_version_position = 60;
+constexpr std::size_t application_id_position = 68;
+constexpr std::string_view header_magic{"SQLite format 3\0", 16};
+
+using header = std::array<unsigned char, header_size>;
+
+std::uint32_t _big_endian(const header& bytes, std::size_t position) {
+    return (std::uint32_t{bytes[position]} << 24) | (std::uint32_t{bytes[position + 1]} << 16) |
+           (std::uint32_t{bytes[position + 2]} << 8) | std::uint32_t{bytes[position + 3]};
+}
+
+// Before SQLite reads anything, since it would mend what a foreign program left behind.
+void _require_token(const sqlite_connection& connection) {
+    const std::string& path = connection.path();
+    header bytes{};
+    if (!connection.read_start(bytes.data(), bytes.size())) {
+        throw failure(error_code::damaged, path + ": too short for a token");
+    }
+    if (std::memcmp(bytes.data(), header_magic.data(), header_magic.size()) != 0 ||
+        _big_endian(bytes, application_id_position) != application_id) {
+        throw failure(error_code::damaged, path + ": not a software token");
+    }
+    std::uint32_t version = _big_endian(bytes, user_version_position);
+    if (version != schema_version) {
+        throw failure(error_code::damaged,
+                      path + ": token format " + std::to_string(version) + " is not known here");
+    }
 }
 
 }  // namespace
 
-token_database::token_database(const std::string& path)
-    : connection_(_checked(path), SQLITE_OPEN_READWRITE) {
+void require_token_database(const std::string& path) {
+    _require_token(sqlite_connection(path, SQLITE_OPEN_READONLY));
+}
+
+token_database::token_database(const std::string& path) : connection_(path, SQLITE_OPEN_READWRITE) {
+    _require_token(connection_);
     // Full synchronisation makes each commit durable before the call returns. A process that ends
     // without closing leaves its log behind; the next one to open the token takes it in.
     connection_.execute(
@@ -33,7 +67,11 @@ token_info token_database::info() {
     token_info info;
     info.uid = query.text(0);
     info.serial_number = query.text(1);
-    info.type = query.small(2);
+    std::int64_t type = query.integer(2);
+    if (type < 0 || type > INT_MAX) {
+        throw failure(error_code::damaged, connection_.path() + ": device type out of range");
+    }
+    info.type = static_cast<int>(type);
     info.label = query.text(3);
     const std::optional<login_scope> login = login_scope_from(query.text(4));
     if (!login) throw failure(error_code::damaged, connection_.path() + ": unknown login scope");

@@ -1,6 +1,7 @@
 /** A token's database: its connection, its token row, and changes to it. */
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "store/sqlite_connection.h"
@@ -8,6 +9,13 @@
 #include "store/token_info.h"
 
 namespace vemra::softtoken {
+
+/* "VTok" */
+constexpr std::uint32_t application_id = 0x56546f6b;
+constexpr std::uint32_t schema_version = 1;
+
+/* Throws damaged unless the file's header says that it is a token of this version. Reads only. */
+void require_token_database(const std::string& path);
 
 class token_database {
 public:

@@ -8,16 +8,11 @@
 
 #include <sys/types.h>
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace vemra::softtoken {
-
-/* "VTok" */
-constexpr std::uint32_t application_id = 0x56546f6b;
-constexpr std::uint32_t schema_version = 1;
 
 /* VEMRA_SOFTTOKEN_DIR, or vemra-softtoken in the user's data directory; empty when there is none.
  */
@@ -40,8 +35,5 @@ struct file_identity {
 
 /* Nothing when there is no such file. */
 std::optional<file_identity> identify(const std::string& path);
-
-/* Throws damaged unless the file's header says that it is a token of this version. Reads only. */
-void require_token_database(const std::string& path);
 
 }  // namespace vemra::softtoken

@@ -57,6 +57,19 @@ TEST_F(softtoken_storage, every_commit_is_synchronised) {
     EXPECT_EQ(pragma(database, "PRAGMA user_version"), schema_version);
 }
 
+// The log belongs to whoever has the token open; another process that sees no lock takes it away.
+TEST_F(softtoken_storage, second_look_at_a_file_keeps_the_locks_of_the_first) {
+    make_token("one");
+    std::string path = database_path(directory("one"));
+    token_database first(path);
+    ASSERT_EQ(first.info().serial_number, "SN-one");
+    require_token_database(path);
+    EXPECT_EQ(token_database(path).info().serial_number, "SN-one");
+    ASSERT_EQ(run_tool("info one").status, 0);
+    EXPECT_TRUE(std::filesystem::exists(path + "-wal"));
+    first.connection().execute("UPDATE slot SET length = 0");
+}
+
 TEST_F(softtoken_storage, change_that_is_not_committed_leaves_no_trace) {
     make_token("one");
     token_database database(database_path(directory("one")));
