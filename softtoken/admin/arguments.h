@@ -37,7 +37,8 @@ void add_password_commands(CLI::App& program);
 void add_certificate_commands(CLI::App& program);
 void add_profile_command(CLI::App& program);
 void add_fault_commands(CLI::App& program);
-void add_backup_commands(CLI::App& program);
+void add_slot_commands(CLI::App& program);
+void add_snapshot_commands(CLI::App& program);
 void add_fsck_command(CLI::App& program);
 void add_exec_command(CLI::App& program);
 

@@ -1,9 +1,8 @@
 #include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <memory>
 
 #include "admin/arguments.h"
+#include "admin/file_input.h"
 #include "admin/token_folder.h"
 #include "store/certificate.h"
 #include "store/failure.h"
@@ -12,18 +11,14 @@ namespace vemra::softtoken::admin {
 
 namespace {
 
+constexpr std::int64_t largest_certificate = 1 << 20;
+
 struct certificate_options {
     std::string name;
     std::string file;
     std::string common_name;
     int days = 3650;
 };
-
-std::string _read_file(const std::string& path) {
-    std::ifstream input(path, std::ios::binary);
-    if (!input) throw command_failure(exit_failed, "cannot read " + path);
-    return {std::istreambuf_iterator<char>(input), std::istreambuf_iterator<char>()};
-}
 
 // A certificate joins the key pair that it certifies; without one on the token it brings the public
 // half along.
@@ -39,7 +34,7 @@ void _store(const std::string& name, const made_certificate& made) {
 }
 
 void _import(const certificate_options& options) {
-    std::string bytes = _read_file(options.file);
+    std::string bytes = read_file(options.file, largest_certificate);
     std::string der;
     try {
         der = certificate_from_any(bytes);
@@ -60,26 +55,25 @@ void _generate(const certificate_options& options) {
 
 void add_certificate_commands(CLI::App& program) {
     auto options = std::make_shared<certificate_options>();
-    CLI::App* import = program.add_subcommand("import-cert", "Put a certificate on a token");
-    add_token_name(*import, options->name);
-    import->add_option("FILE", options->file, "An X.509 certificate, DER or PEM")->required();
-    import->callback([options] { _import(*options);
-});
+    CLI::App* taken = program.add_subcommand("import-cert", "Put a certificate on a token");
+    add_token_name(*taken, options->name);
+    taken->add_option("FILE", options->file, "An X.509 certificate, DER or PEM")->required();
+    taken->callback([options] { _import(*options); });
 
-CLI::App* generate = program.add_subcommand(
-    "generate-cert", "Make a key pair on a token, with a certificate signed by itself");
-add_token_name(*generate, options->name);
-generate->add_option("--cn", options->common_name, "The subject's common name")
-    ->required()
-    ->check(CLI::Validator(
-        [](std::string& text) {
-            return text.empty() || text.size() > 64 ? "not 1 to 64 bytes" : "";
-        },
-        ""));
-generate->add_option("--days", options->days, "Days of validity")
-    ->capture_default_str()
-    ->check(CLI::Range(1, 36500));
-generate->callback([options] { _generate(*options); });
-}  // namespace vemra::softtoken::admin
+    CLI::App* generate = program.add_subcommand(
+        "generate-cert", "Make a key pair on a token, with a certificate signed by itself");
+    add_token_name(*generate, options->name);
+    generate->add_option("--cn", options->common_name, "The subject's common name")
+        ->required()
+        ->check(CLI::Validator(
+            [](std::string& text) {
+                return text.empty() || text.size() > 64 ? "not 1 to 64 bytes" : "";
+            },
+            ""));
+    generate->add_option("--days", options->days, "Days of validity")
+        ->capture_default_str()
+        ->check(CLI::Range(1, 36500));
+    generate->callback([options] { _generate(*options); });
+}
 
 }  // namespace vemra::softtoken::admin

@@ -23,7 +23,8 @@ int _run(int argc, char** argv) {
     add_certificate_commands(program);
     add_profile_command(program);
     add_fault_commands(program);
-    add_backup_commands(program);
+    add_slot_commands(program);
+    add_snapshot_commands(program);
     add_fsck_command(program);
     add_exec_command(program);
     try {
@@ -35,6 +36,7 @@ int _run(int argc, char** argv) {
 }
 
 int _complain(int status, const char* message) {
+    std::fflush(stdout);
     std::fprintf(stderr, "vemra-softtoken: %s\n", message);
     return status;
 }

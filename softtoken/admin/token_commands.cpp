@@ -167,18 +167,6 @@ void _remove(const std::string& name) {
     std::filesystem::remove_all(hidden);
 }
 
-void _slots(const std::string& name) {
-    named_token token(name);
-    transaction one_moment(token.database);
-    std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
-    for (const slot_summary& slot : token.slots.list()) {
-        std::printf("%6d %12d  ", slot.id, slot.length);
-        for (char byte : slot.attributes)
-            std::printf("%02x", static_cast<unsigned char>(byte));
-        std::printf("   %s\n", slot.written ? "written" : "created");
-    }
-}
-
 void _add_named(CLI::App& program, const char* command_name, const char* description,
                 void (*run)(const std::string&)) {
     auto name = std::make_shared<std::string>();
@@ -198,7 +186,6 @@ void add_token_commands(CLI::App& program) {
     _add_named(program, "detach", "Pull a token out",
                [](const std::string& name) { pull_out(directory_of(name)); });
     _add_named(program, "remove", "Delete a token and everything on it", _remove);
-    _add_named(program, "slots", "List a token's data slots", _slots);
 }
 
 }  // namespace vemra::softtoken::admin

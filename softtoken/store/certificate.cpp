@@ -2,6 +2,7 @@
 
 #include <openssl/bio.h>
 #include <openssl/ec.h>
+#include <openssl/err.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
@@ -28,13 +29,25 @@ void _free_bio(BIO* bio) {
 
 using x509_owner = std::unique_ptr<X509, _deleter<X509, X509_free>>;
 using key_owner = std::unique_ptr<EVP_PKEY, _deleter<EVP_PKEY, EVP_PKEY_free>>;
+using pkcs8_owner =
+    std::unique_ptr<PKCS8_PRIV_KEY_INFO, _deleter<PKCS8_PRIV_KEY_INFO, PKCS8_PRIV_KEY_INFO_free>>;
 using bio_owner = std::unique_ptr<BIO, _deleter<BIO, _free_bio>>;
 
 void _require(bool done) {
     if (!done) throw failure(error_code::crypto_failed);
 }
 
+// Failures are answered in codes of our own; the program's queue of OpenSSL errors is left alone.
+class _unqueued_errors {
+public:
+    _unqueued_errors() { ERR_set_mark(); }
+    ~_unqueued_errors() { ERR_pop_to_mark(); }
+    _unqueued_errors(const _unqueued_errors&) = delete;
+    _unqueued_errors& operator=(const _unqueued_errors&) = delete;
+};
+
 x509_owner _parse(std::string_view der) {
+    _unqueued_errors scope;
     const auto* position = reinterpret_cast<const unsigned char*>(der.data());
     const unsigned char* end = position + der.size();
     x509_owner parsed(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
@@ -82,6 +95,7 @@ std::string certificate_from_der(std::string_view der) {
 
 std::string certificate_from_any(std::string_view bytes) {
     if (bytes.size() > INT_MAX) throw failure(error_code::bad_certificate);
+    _unqueued_errors scope;
     bio_owner input(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
     _require(input != nullptr);
     x509_owner parsed(PEM_read_bio_X509(input.get(), nullptr, nullptr, nullptr));
@@ -104,6 +118,14 @@ std::string public_key_of(const std::string& der) {
     return _encode(X509_get_X509_PUBKEY(parsed.get()), i2d_X509_PUBKEY);
 }
 
+std::string public_half_of(const std::string& private_key) {
+    _unqueued_errors scope;
+    const auto* position = reinterpret_cast<const unsigned char*>(private_key.data());
+    key_owner key(d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(private_key.size())));
+    _require(key != nullptr);
+    return _encode(key.get(), i2d_PUBKEY);
+}
+
 std::string subject_of(const std::string& der) {
     bio_owner output(BIO_new(BIO_s_mem()));
     _require(output != nullptr);
@@ -120,7 +142,10 @@ made_certificate make_certificate(const std::string& common_name, int days) {
     _set_identity(certificate.get(), common_name, days);
     _require(X509_set_pubkey(certificate.get(), key.get()) == 1);
     _require(X509_sign(certificate.get(), key.get(), EVP_sha256()) > 0);
-    return {_encode(key.get(), i2d_PrivateKey), _encode(certificate.get(), i2d_X509)};
+    pkcs8_owner private_key(EVP_PKEY2PKCS8(key.get()));
+    _require(private_key != nullptr);
+    return {_encode(private_key.get(), i2d_PKCS8_PRIV_KEY_INFO),
+            _encode(certificate.get(), i2d_X509)};
 }
 
 }  // namespace vemra::softtoken

@@ -15,6 +15,8 @@ std::string certificate_to_pem(const std::string& der);
 bool same_certificate(const std::string& left, const std::string& right);
 /* The public key in its DER form. */
 std::string public_key_of(const std::string& der);
+/* The public key (DER) that belongs to a private one (DER). */
+std::string public_half_of(const std::string& private_key);
 /* One line for people: the subject's distinguished name. */
 std::string subject_of(const std::string& der);
 

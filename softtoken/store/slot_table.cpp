@@ -1,16 +1,34 @@
 #include "store/slot_table.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 
 #include "store/failure.h"
 
 namespace vemra::softtoken {
 
+namespace {
+
+// A damaged row may hold any number.
+int _sound_length(const sqlite_query& query, const sqlite_connection& connection) {
+    std::int64_t length = query.integer(0);
+    if (length < 0 || length > INT_MAX) {
+        throw failure(error_code::damaged, connection.path() + ": bad slot length");
+    }
+    return static_cast<int>(length);
+}
+
+std::string _bytes(std::int64_t number) {
+    return std::to_string(number) + " bytes";
+}
+
+}  // namespace
+
 std::optional<int> slot_table::length(int id) {
     sqlite_query query(length_);
     if (!query.bind(1, id).step()) return std::nullopt;
-    return query.small(0);
+    return _sound_length(query, connection_);
 }
 
 int slot_table::existing_length(int id) {
@@ -22,8 +40,7 @@ int slot_table::existing_length(int id) {
 int slot_table::read(int id, unsigned char* buffer, int buffer_size) {
     sqlite_query query(read_);
     if (!query.bind(1, id).step()) throw failure(error_code::no_such_slot);
-    int length = query.small(0);
-    if (length < 0) throw failure(error_code::damaged, connection_.path() + ": bad slot length");
+    int length = _sound_length(query, connection_);
     if (length > buffer_size) throw failure(error_code::buffer_too_small);
     if (length == 0) return 0;
     auto size = static_cast<std::size_t>(length);
@@ -40,11 +57,23 @@ int slot_table::read(int id, unsigned char* buffer, int buffer_size) {
 }
 
 void slot_table::require_room(int id, int size, const token_limits& limits) {
-    if (size > limits.slot_size) throw failure(error_code::slot_too_large);
+    if (size > limits.slot_size) {
+        throw failure(error_code::slot_too_large, "a slot of " + _bytes(size) +
+                                                      ": the token's slots have at most " +
+                                                      _bytes(limits.slot_size));
+    }
     sqlite_query query(room_);
     query.bind(1, id).step();
-    if (query.integer(0) >= limits.slots) throw failure(error_code::too_many_slots);
-    if (query.integer(1) + size > limits.capacity) throw failure(error_code::token_full);
+    if (query.integer(0) >= limits.slots) {
+        throw failure(
+            error_code::too_many_slots,
+            "the token has all of its " + std::to_string(limits.slots) + " slots already");
+    }
+    if (query.integer(1) > limits.capacity - size) {
+        throw failure(error_code::token_full, "a slot of " + _bytes(size) + ": " +
+                                                  _bytes(query.integer(1)) + " of " +
+                                                  _bytes(limits.capacity) + " are taken");
+    }
 }
 
 void slot_table::create(int id, const unsigned char* attributes, int size,
@@ -67,6 +96,19 @@ void slot_table::write(int id, const void* data, int length) {
 void slot_table::remove(int id) {
     existing_length(id);
     sqlite_query(remove_).bind(1, id).run();
+}
+
+void slot_table::replace(int id, const std::string& bytes, const token_limits& limits) {
+    std::string attributes;
+    {
+        sqlite_query query(attributes_);
+        if (query.bind(1, id).step()) attributes = query.text(0);
+    }
+    if (attributes.size() != attribute_block_size) attributes = usual_attributes;
+    sqlite_query(remove_).bind(1, id).run();
+    int size = static_cast<int>(bytes.size());
+    create(id, reinterpret_cast<const unsigned char*>(attributes.data()), size, limits);
+    write(id, bytes.data(), size);
 }
 
 std::string slot_table::torn(int id, const void* data, int arriving) {

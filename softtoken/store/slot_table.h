@@ -36,6 +36,8 @@ public:
     /* The length must be the slot's. */
     void write(int id, const void* data, int length);
     void remove(int id);
+    /* Makes the bytes the slot, whatever it held; its attribute block stays. */
+    void replace(int id, const std::string& bytes, const token_limits& limits);
     /* What the slot holds when only the first bytes of a write arrive. */
     std::string torn(int id, const void* data, int arriving);
 
@@ -53,6 +55,7 @@ private:
                              "INSERT OR REPLACE INTO slot (id, attributes, length, data)"
                              " VALUES (?1, ?2, ?3, NULL)"};
     sqlite_statement write_{connection_, "UPDATE slot SET data = ?2 WHERE id = ?1"};
+    sqlite_statement attributes_{connection_, "SELECT attributes FROM slot WHERE id = ?1"};
     sqlite_statement remove_{connection_, "DELETE FROM slot WHERE id = ?1"};
 };
 

@@ -1,0 +1,46 @@
+#include "admin/file_input.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <array>
+
+#include "admin/arguments.h"
+#include "store/durable_files.h"
+
+namespace vemra::softtoken::admin {
+
+namespace {
+
+struct open_file {
+    explicit open_file(const std::string& path)
+        : descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+        if (descriptor < 0) fail_with_errno(path);
+    }
+    ~open_file() { close(descriptor); }
+    open_file(const open_file&) = delete;
+    open_file& operator=(const open_file&) = delete;
+
+    int descriptor;
+};
+
+}  // namespace
+
+std::string read_file(const std::string& path, std::int64_t most) {
+    open_file file(path);
+    std::array<char, 65536> part{};
+    std::string bytes;
+    for (;;) {
+        ssize_t got = read(file.descriptor, part.data(), part.size());
+        if (got < 0) fail_with_errno(path);
+        if (got == 0) return bytes;
+        bytes.append(part.data(), static_cast<std::size_t>(got));
+        if (static_cast<std::int64_t>(bytes.size()) > most) {
+            throw command_failure(exit_failed,
+                                  path + " has more than the " + std::to_string(most) +
+                                      " bytes that are allowed here: name a smaller file");
+        }
+    }
+}
+
+}  // namespace vemra::softtoken::admin

@@ -1,0 +1,79 @@
+#include <cstdio>
+#include <fstream>
+#include <memory>
+
+#include "admin/arguments.h"
+#include "admin/file_input.h"
+#include "admin/token_folder.h"
+#include "store/durable_files.h"
+
+namespace vemra::softtoken::admin {
+
+namespace {
+
+struct slot_options {
+    std::string name;
+    int slot = 0;
+    std::string file;
+};
+
+void _list(const std::string& name) {
+    named_token token(name);
+    transaction one_moment(token.database);
+    std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
+    for (const slot_summary& slot : token.slots.list()) {
+        std::printf("%6d %12d  ", slot.id, slot.length);
+        for (char byte : slot.attributes)
+            std::printf("%02x", static_cast<unsigned char>(byte));
+        std::printf("   %s\n", slot.written ? "written" : "created");
+    }
+}
+
+void _dump(const slot_options& options) {
+    named_token token(options.name);
+    std::optional<int> length = token.slots.length(options.slot);
+    if (!length) {
+        throw command_failure(exit_failed, "no slot " + std::to_string(options.slot) +
+                                               ": see \"vemra-softtoken slots " + options.name +
+                                               "\"");
+    }
+    std::string bytes(static_cast<std::size_t>(*length), '\0');
+    token.slots.read(options.slot, reinterpret_cast<unsigned char*>(bytes.data()), *length);
+    std::ofstream file(options.file, std::ios::binary | std::ios::trunc);
+    file << bytes;
+    if (!file.flush()) fail_with_errno(options.file);
+}
+
+void _load(const slot_options& options) {
+    named_token token(options.name);
+    token_limits limits = token.database.info().limits;
+    std::string bytes = read_file(options.file, limits.slot_size);
+    transaction changing(token.database);
+    token.slots.replace(options.slot, bytes, limits);
+    changing.commit();
+}
+
+void _add(CLI::App& program, const char* name, const char* description,
+          void (*run)(const slot_options&)) {
+    auto options = std::make_shared<slot_options>();
+    CLI::App* command = program.add_subcommand(name, description);
+    add_token_name(*command, options->name);
+    command->add_option("SLOT", options->slot, "The slot's number")
+        ->required()
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("FILE", options->file, "The file")->required();
+    command->callback([options, run] { run(*options); });
+}
+
+}  // namespace
+
+void add_slot_commands(CLI::App& program) {
+    auto name = std::make_shared<std::string>();
+    CLI::App* slots = program.add_subcommand("slots", "List a token's data slots");
+    add_token_name(*slots, *name);
+    slots->callback([name] { _list(*name); });
+    _add(program, "dump", "Write a slot's bytes to a file", _dump);
+    _add(program, "load", "Make a file's bytes a slot, whatever it held", _load);
+}
+
+}  // namespace vemra::softtoken::admin

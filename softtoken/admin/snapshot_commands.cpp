@@ -1,0 +1,188 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "admin/arguments.h"
+#include "admin/token_check.h"
+#include "admin/token_folder.h"
+#include "store/durable_files.h"
+#include "store/failure.h"
+#include "store/new_token.h"
+#include "store/plug.h"
+#include "store/token_files.h"
+
+namespace vemra::softtoken::admin {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct snapshot_options {
+    std::string name;
+    std::string file;
+};
+
+// Made empty and private before anything is written to it.
+void _make_new_file(const std::string& path) {
+    int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file < 0 && errno == EEXIST) {
+        throw command_failure(exit_failed, path + " exists already: name another file");
+    }
+    if (file < 0) fail_with_errno(path);
+    close(file);
+}
+
+void _sync_file(const std::string& path) {
+    int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) fail_with_errno(path);
+    int result = fsync(file);
+    close(file);
+    if (result != 0) fail_with_errno(path);
+}
+
+// One consistent state, whatever other processes do meanwhile.
+void _snapshot(const snapshot_options& options) {
+    named_token token(options.name);
+    _make_new_file(options.file);
+    try {
+        sqlite_statement copy(token.database.connection(), "VACUUM INTO ?1");
+        sqlite_query(copy).bind_text(1, options.file).run();
+        _sync_file(options.file);
+        sync_directory(fs::absolute(options.file).parent_path());
+    } catch (...) {
+        unlink(options.file.c_str());
+        throw;
+    }
+}
+
+// A token that is being put together under a hidden name; whatever is left of it goes at the end.
+class draft {
+public:
+    draft(const std::string& root, const std::string& name)
+        : path_(root + "/." + name + "." + random_hex(8)) {
+        make_root(root);
+        fs::create_directory(path_);
+        fs::permissions(path_, fs::perms::owner_all);
+    }
+    ~draft() {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    draft(const draft&) = delete;
+    draft& operator=(const draft&) = delete;
+
+    const std::string& path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+// A database of its own in the draft, found sound, with the snapshot's bytes.
+std::string _take_in(const snapshot_options& options, const draft& made) {
+    std::string path = database_path(made.path());
+    _make_new_file(path);
+    fs::copy_file(options.file, path, fs::copy_options::overwrite_existing);
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
+    token_database database(path);
+    if (findings found = check_database(database, options.name); !found.empty()) {
+        throw command_failure(
+            exit_failed, options.file + " is damaged, nothing was changed: " + found.front().what);
+    }
+    database.connection().execute("PRAGMA journal_mode=WAL");
+    return database.info().uid;
+}
+
+// The identity of the token in a directory; empty when it cannot be read.
+std::string _identity_in(const std::string& directory) {
+    try {
+        return token_database(database_path(directory)).info().uid;
+    } catch (const failure&) {
+        return {};
+    }
+}
+
+void _require_own_place(const std::string& place, const std::string& uid) {
+    if (!fs::exists(place)) return;
+    if (!identify(database_path(place)) && !find_plug(plug_path(place))) {
+        throw command_failure(exit_failed, place +
+                                               " is there already and is no token: restore "
+                                               "under another name, or move it away");
+    }
+    std::string present = _identity_in(place);
+    if (present.empty() || present == uid) return;
+    throw command_failure(exit_failed, "the snapshot is of another token than the one in " + place +
+                                           ": remove that one first, or restore under a new name");
+}
+
+// The same token twice could not be told apart.
+void _require_no_twin(const std::string& name, const std::string& uid) {
+    std::string root = root_directory();
+    for (const std::string& other : token_names(root)) {
+        if (other == name || _identity_in(root + "/" + other) != uid) continue;
+        throw command_failure(exit_failed, "the snapshot is of the token \"" + other +
+                                               "\": restore it under that name, or remove that "
+                                               "one first");
+    }
+}
+
+// A damaged token is kept, since something may still be saved from it.
+void _set_aside(const std::string& damaged, const std::string& name) {
+    std::string kept = root_directory() + "/." + name + ".damaged." + random_hex(8);
+    fs::rename(damaged, kept);
+    std::printf("%s: the damaged token was kept in %s\n", name.c_str(), kept.c_str());
+}
+
+// Puts the draft in the token's place at once; what was there is in the draft's place afterwards.
+void _put_in_place(const draft& made, const std::string& place) {
+    sync_directory(made.path());
+    unsigned int flags = fs::exists(place) ? RENAME_EXCHANGE : RENAME_NOREPLACE;
+    if (renameat2(AT_FDCWD, made.path().c_str(), AT_FDCWD, place.c_str(), flags) != 0) {
+        fail_with_errno(place);
+    }
+    sync_directory(root_directory());
+}
+
+// A database in use has a log beside it, without which it is not whole.
+void _require_snapshot(const std::string& path) {
+    require_token_database(path);
+    if (!fs::exists(path + "-wal")) return;
+    throw command_failure(exit_failed,
+                          path + " is a token in use and no snapshot: make one with \"snapshot\"");
+}
+
+void _restore(const snapshot_options& options) {
+    require_token_name(options.name);
+    _require_snapshot(options.file);
+    std::string place = root_directory() + "/" + options.name;
+    draft made(root_directory(), options.name);
+    std::string uid = _take_in(options, made);
+    _require_own_place(place, uid);
+    _require_no_twin(options.name, uid);
+    _sync_file(database_path(made.path()));
+    bool present = fs::exists(place);
+    bool damaged = present && _identity_in(place).empty();
+    if (!present || find_plug(plug_path(place))) plug_in(made.path());
+    _put_in_place(made, place);
+    if (damaged) _set_aside(made.path(), options.name);
+}
+
+void _add(CLI::App& program, const char* name, const char* description,
+          void (*run)(const snapshot_options&)) {
+    auto options = std::make_shared<snapshot_options>();
+    CLI::App* command = program.add_subcommand(name, description);
+    add_token_name(*command, options->name);
+    command->add_option("FILE", options->file, "The snapshot")->required();
+    command->callback([options, run] { run(*options); });
+}
+
+}  // namespace
+
+void add_snapshot_commands(CLI::App& program) {
+    _add(program, "snapshot", "Write the whole token to a new file", _snapshot);
+    _add(program, "restore", "Bring a token back to a snapshot", _restore);
+}
+
+}  // namespace vemra::softtoken::admin

@@ -1,0 +1,23 @@
+/** What is wrong with a token, and what to do about it. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "store/token_database.h"
+
+namespace vemra::softtoken::admin {
+
+struct finding {
+    std::string what;
+    std::string advice;
+};
+using findings = std::vector<finding>;
+
+/* Everything in the database; name is the token's, for the advice. */
+findings check_database(token_database& database, const std::string& name);
+
+/* The database, the faults and the modes of the files in a token's directory. */
+findings check_token(const std::string& directory, const std::string& name);
+
+}  // namespace vemra::softtoken::admin

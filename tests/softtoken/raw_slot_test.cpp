@@ -1,0 +1,83 @@
+#include <filesystem>
+
+#include "token_fixture.h"
+
+using namespace softtoken_test;
+
+class softtoken_raw_slots : public token_test {
+protected:
+    softtoken_raw_slots() {
+        make_token("one");
+        device_ = device_at();
+        log_in(device());
+        fill_slot(device(), 8130, "bytes");
+    }
+    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
+    std::string file() const { return root() + "/file"; }
+
+private:
+    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
+};
+
+TEST_F(softtoken_raw_slots, dumped_bytes_are_the_slots) {
+    EXPECT_EQ(run_tool("dump one 8130 " + file()).status, 0);
+    EXPECT_EQ(file_bytes(file()), "bytes");
+    EXPECT_EQ(run_tool("dump one 8131 " + file()).status, 1);
+}
+
+TEST_F(softtoken_raw_slots, loaded_file_becomes_the_slot) {
+    write_file(file(), "other bytes");
+    EXPECT_EQ(run_tool("load one 8130 " + file()).status, 0);
+    EXPECT_EQ(slot_bytes(device(), 8130), "other bytes");
+    EXPECT_EQ(run_tool("load one 8133 " + file()).status, 0);
+    EXPECT_EQ(slot_bytes(device(), 8133), "other bytes");
+}
+
+TEST_F(softtoken_raw_slots, missing_slot_is_named_and_no_file_is_made) {
+    program_result result = run_tool("dump one 8131 " + file());
+    EXPECT_EQ(result.output, "vemra-softtoken: no slot 8131: see \"vemra-softtoken slots one\"\n");
+    EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(softtoken_raw_slots, loaded_slot_keeps_its_attribute_block) {
+    constexpr unsigned char attributes[] = {9, 8, 7, 6};
+    ASSERT_EQ(VemraPKICryptoCreateData(device(), 8131, attributes, 3), 1);
+    write_file(file(), "other bytes");
+    ASSERT_EQ(run_tool("load one 8131 " + file()).status, 0);
+    ASSERT_EQ(run_tool("load one 8132 " + file()).status, 0);
+    EXPECT_EQ(run_tool("slots one").output,
+              "  SLOT        BYTES  ATTRIBUTES STATE\n"
+              "  8130            5  04010307   written\n"
+              "  8131           11  09080706   written\n"
+              "  8132           11  04010307   written\n");
+}
+
+TEST_F(softtoken_raw_slots, file_that_does_not_fit_leaves_the_slot_alone) {
+    ASSERT_EQ(run_tool("profile one --slot-size 6 --capacity 7").status, 0);
+    write_file(file(), "seven b");
+    program_result result = run_tool("load one 8130 " + file());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vemra-softtoken: " + file() +
+                                 " has more than the 6 bytes that are allowed here: name a smaller "
+                                 "file\n");
+    write_file(file(), "six by");
+    result = run_tool("load one 8131 " + file());
+    EXPECT_EQ(result.output, "vemra-softtoken: a slot of 6 bytes: 5 bytes of 7 bytes are taken\n");
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+    EXPECT_EQ(slot_bytes(device(), 8131), "failed: -7");
+}
+
+TEST_F(softtoken_raw_slots, directory_or_missing_file_leaves_the_slot_alone) {
+    program_result result = run_tool("load one 8130 " + root());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vemra-softtoken: " + root() + ": Is a directory\n");
+    EXPECT_EQ(run_tool("load one 8130 /no/such/file").output,
+              "vemra-softtoken: /no/such/file: No such file or directory\n");
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+}
+
+TEST_F(softtoken_raw_slots, slot_numbers_are_checked) {
+    EXPECT_EQ(run_tool("dump one -1 " + file()).status, 2);
+    EXPECT_EQ(run_tool("dump one 99999999999 " + file()).status, 2);
+    EXPECT_EQ(run_tool("load one word " + file()).status, 2);
+}
