@@ -1,9 +1,9 @@
 """The rules of scripts/mutate: small wrong changes to C++ source lines.
 
 A change that is none by construction is not made, whatever the tests are: it would only thin the
-figures. There are two kinds, each as narrow as it can be told from the lines alone: `is_va_end` and
-`exclude_each_other`. What cannot be noticed for a reason that takes knowledge of the code is made,
-survives, and is explained in the report.
+figures. There are three kinds, each as narrow as can be: `is_va_end`, `exclude_each_other` and
+`only_set_different_things`. What cannot be noticed for another reason is made, survives, and is
+explained in the report.
 """
 
 import re
@@ -106,22 +106,25 @@ def changing_texts(lines):
             yield change(number, 1, [line[:position] + other + line[position + 1 :]])
 
 
-def comparisons_of(line):
+def comparisons_of(line, constants):
     """The comparisons that must all hold for a line to return at once; none for any other line."""
     match = re.match(r"\s*if \((.*)\) return\b", line)
     operand = r"([\w.]+|'.'|static_cast<[\w ]+>\(\w+\))"
     parts = match[1].split(" && ") if match else []
     found = [re.fullmatch(f"{operand} (==|<|>|<=|>=) {operand}", part) for part in parts]
-    return [one.groups() for one in found] if all(found) else []
+    return [(one[1], one[2], constants.get(one[3], one[3])) for one in found] if all(found) else []
 
 
-def exclude_each_other(first, second):
-    """Two lines that return for values of one thing that it cannot have at once: equal to another and
-    less or greater, or in the ranges of two letters or digits that do not meet. Their order is free."""
-    for left, how, right in comparisons_of(first):
-        for other_left, other_how, other_right in comparisons_of(second):
+def exclude_each_other(first, second, constants):
+    """Two lines that return for values that one thing cannot have at once: two different numbers, equal
+    to another thing and less or greater, in ranges of letters that do not meet. Their order is free."""
+    for left, how, right in comparisons_of(first, constants):
+        for other_left, other_how, other_right in comparisons_of(second, constants):
             if left != other_left:
                 continue
+            numbers = re.fullmatch(r"-?\d+", right) and re.fullmatch(r"-?\d+", other_right)
+            if numbers and how == other_how == "==" and int(right) != int(other_right):
+                return True
             if right == other_right and {how, other_how} in ({"==", "<"}, {"==", ">"}, {"<", ">"}):
                 return True
             letters = right[0] == "'" == other_right[0]
@@ -130,11 +133,29 @@ def exclude_each_other(first, second):
     return False
 
 
+# Calls that throw nothing, print nothing and reach no device.
+silent_call = re.compile(r"\b(data|empty|size|release|_new_text|_public_type|stamp->get_type|item->get_device"
+                         r"|new \(std::nothrow\) device_ptr|static_cast<[\w ]+>)\(")
+
+
+def only_set_different_things(first, second):
+    """Two assignments of which neither names what the other sets, and which call nothing on the way that
+    could fail or be seen. Their order is free."""
+    one, other = (re.fullmatch(r"\s*([\w.*>-]+) = (.*);", line) for line in (first, second))
+    if not one or not other:
+        return False
+    if any("(" in silent_call.sub("", match[2]) for match in (one, other)):
+        return False
+    names = [rf"(?<![\w.>]){re.escape(match[1].lstrip('*'))}\b" for match in (one, other)]
+    return not re.search(names[0], second) and not re.search(names[1], first)
+
+
 writing = r"\s+(_write_(stamp|mapping)|\w+->delete_data|private_(backup|delete|restore)_data)\(.*\);$"
 
 
 def swapping_statements(lines):
     """Two statements in a row, of one line each, that do something."""
+    constants = dict(re.findall(r"constexpr int (\w+) = (-?\d+);", "\n".join(lines)))
     for number in range(len(lines) - 1):
         first, second = lines[number], lines[number + 1]
         same_place = re.match(r"\s*", first)[0] == re.match(r"\s*", second)[0]
@@ -143,7 +164,9 @@ def swapping_statements(lines):
             continue
         if re.match(writing, first) and re.match(writing, second):
             continue  # The rule for writes has them.
-        if is_va_end(second) or exclude_each_other(first, second):
+        if is_va_end(second) or exclude_each_other(first, second, constants):
+            continue
+        if only_set_different_things(first, second):
             continue
         yield change(number, 2, [second, first])
 
