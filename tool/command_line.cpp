@@ -8,12 +8,17 @@ namespace vemra::tool {
 
 namespace {
 
-constexpr const char* footer =
-    "A SELECTOR is a stamp's uuid, a unique beginning of it (8 digits or more), or name:TEXT.\n\n"
+constexpr const char* program_footer =
+    "A SELECTOR is a stamp's uuid, a unique beginning of it (8 digits or more), or name:TEXT.\n"
+    "More about a command: vemra-stamp help COMMAND\n\n"
     "Exit codes: 0 done, 1 device or data failure, 2 usage or bad input, 3 wrong password,\n"
     "4 device locked, 5 no such device or no device library, 6 no such stamp, 7 device full,\n"
     "8 ambiguous selector, 9 check after writing failed, 10 partial result,\n"
     "11 device in use by another run, 130 interrupted.";
+
+constexpr const char* command_footer =
+    "A SELECTOR is a stamp's uuid, a unique beginning of it (8 digits or more), or name:TEXT.\n"
+    "The options of every command, and the exit codes: vemra-stamp help";
 
 // With a file of its own, or on standard error.
 void _add_debug(CLI::App& program, common_options& options) {
@@ -44,8 +49,12 @@ void _add_common(CLI::App& program, common_options& options) {
 void build_command_line(CLI::App& program, context& run) {
     program.require_subcommand(1);
     program.fallthrough();
-    program.footer(footer);
+    program.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    program.get_formatter()->label("Subcommands", "Commands");
+    program.set_version_flag("--version", "vemra-stamp " VEMRA_STAMP_VERSION);
     _add_common(program, run.options);
+    // The commands take over the footer that there is while they are added.
+    program.footer(command_footer);
 
     add_devices(program, run);
     add_list(program, run);
@@ -62,6 +71,7 @@ void build_command_line(CLI::App& program, context& run) {
     add_version(program, run);
     add_completion(program, run);
     add_help(program, run);
+    program.footer(program_footer);
 }
 
 }  // namespace vemra::tool

@@ -20,14 +20,15 @@ std::filesystem::path _program_directory() {
 }
 
 [[noreturn]] void _throw_missing(const std::string& reason) {
-    const bool is_device_library = reason.find(device_library) != std::string::npos;
-    throw failure(
-        exit_code::no_device,
-        (is_device_library ? std::string("the device library ") + device_library + " is missing: "
-                           : std::string("the stamp library cannot be loaded: ")) +
-            reason +
-            "\nInstall the maker's device library, or run on the software token: "
-            "vemra-softtoken exec -- vemra-stamp ...");
+    if (reason.find(device_library) == std::string::npos) {
+        throw failure(exit_code::no_device,
+                      "the stamp library cannot be loaded: " + reason +
+                          "\nThe installation of vemra-stamp is not whole; install it again.");
+    }
+    throw failure(exit_code::no_device,
+                  std::string("the device library ") + device_library + " is missing: " + reason +
+                      "\nInstall the maker's device library, or run on the software token: "
+                      "vemra-softtoken exec -- vemra-stamp ...");
 }
 
 // The library that was installed together with this tool, else the system's.

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "command_line.h"
 #include "context.h"
@@ -69,6 +70,19 @@ exit_code _report(context& run, const CLI::App& program, const failure& error) {
     return error.code();
 }
 
+// CLI11 speaks of subcommands; nobody else does.
+failure _usage_failure(const CLI::App& program, const CLI::ParseError& error) {
+    const std::string command = _command_name(program);
+    std::string reason = error.what();
+    if (command.empty() && error.get_name() == "RequiredError") {
+        const std::vector<std::string> unknown = program.remaining();
+        reason = unknown.empty() ? "give a command"
+                                 : "there is no command or option " + printable(unknown.front());
+    }
+    return failure(exit_code::usage,
+                   reason + "\nSee: vemra-stamp help" + (command.empty() ? "" : " " + command));
+}
+
 // Parsing runs the command. A usage error is found before the options are applied.
 exit_code _run(CLI::App& program, context& run, int argc, char** argv) {
     try {
@@ -79,13 +93,14 @@ exit_code _run(CLI::App& program, context& run, int argc, char** argv) {
     } catch (const CLI::CallForHelp&) {
         run.out.print(program.help());
         return exit_code::done;
+    } catch (const CLI::CallForVersion& version) {
+        run.out.print(std::string(version.what()) + "\n");
+        return exit_code::done;
     } catch (const CLI::ParseError& error) {
         for (int i = 1; i < argc; ++i) {
             if (std::string_view(argv[i]) == "--json") run.out.set_json(true);
         }
-        return _report(
-            run, program,
-            failure(exit_code::usage, std::string(error.what()) + "\nSee: vemra-stamp help"));
+        return _report(run, program, _usage_failure(program, error));
     } catch (const failure& error) {
         return _report(run, program, error);
     } catch (const std::exception& error) {

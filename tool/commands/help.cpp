@@ -11,13 +11,14 @@ const CLI::App& _command(const CLI::App& program, const std::string& name) {
     throw failure(exit_code::usage, "there is no command " + name);
 }
 
+// Asked of the program itself, CLI11 would tell about the command that is running, which is this.
+std::string _text_about(const CLI::App& program, const std::string& name) {
+    if (!name.empty()) return _command(program, name).help("vemra-stamp");
+    return program.get_formatter()->make_help(&program, "vemra-stamp", CLI::AppFormatMode::Normal);
+}
+
 void _help(const CLI::App& program, context& run, const std::string& name) {
-    std::string text;
-    if (name.empty()) {
-        text = program.help("vemra-stamp", CLI::AppFormatMode::All);
-    } else {
-        text = _command(program, name).help("vemra-stamp");
-    }
+    const std::string text = _text_about(program, name);
     run.result["text"] = text;
     run.out.print(text);
 }
