@@ -76,11 +76,11 @@ archived_stamp _read_stamp(const std::string& directory, const json& entry) {
 }  // namespace
 
 void write_archive(const std::string& directory, const archive& kept) {
-    const std::string manifest_path = directory + "/" + manifest_name;
-    if (std::filesystem::exists(manifest_path)) {
-        throw failure(exit_code::usage, directory + " holds a backup already");
-    }
     make_private_directory(directory);
+    if (!std::filesystem::is_empty(directory)) {
+        throw failure(exit_code::usage,
+                      directory + " is not empty; a backup takes a directory of its own");
+    }
     json manifest{{"format", manifest_format}, {"version", manifest_version}, {"created", _now()}};
     manifest["device"] = json::object();
     _put_text(manifest["device"], "serial", kept.device.serial);
@@ -89,10 +89,11 @@ void write_archive(const std::string& directory, const archive& kept) {
     for (std::size_t i = 0; i < kept.stamps.size(); ++i) {
         const archived_stamp& one = kept.stamps[i];
         const std::string file = "stamp-" + std::to_string(i + 1) + look_at(one.data).file_suffix();
-        write_file(std::filesystem::path(directory) / file, one.data, existing::replace, true);
+        write_file(std::filesystem::path(directory) / file, one.data, existing::keep, true);
         manifest["stamps"].push_back(_entry(one, file));
     }
-    write_file(manifest_path, manifest.dump(4) + "\n", existing::keep, true);
+    write_file(std::filesystem::path(directory) / manifest_name, manifest.dump(4) + "\n",
+               existing::keep, true);
 }
 
 archive read_archive(const std::string& directory) {

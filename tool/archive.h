@@ -27,7 +27,7 @@ struct archive {
 
 /**
  * Writes the files, readable by the user alone, and the manifest last, so that a directory with a
- * manifest is complete. The directory is made; one with a manifest in it is a failure (usage).
+ * manifest is complete. The directory is made; one that is not empty is a failure (usage).
  */
 void write_archive(const std::string& directory, const archive& kept);
 

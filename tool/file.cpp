@@ -55,6 +55,28 @@ std::string _read(int number, const std::string& path, std::size_t most) {
     throw failure(exit_code::usage, path + " is longer than " + std::to_string(most) + " bytes");
 }
 
+// What a rename would put a file in the place of must be a file itself, not a device or a link.
+void _require_replaceable(const std::string& path) {
+    std::error_code ignored;
+    const std::filesystem::file_status there = std::filesystem::symlink_status(path, ignored);
+    if (!std::filesystem::exists(there) || std::filesystem::is_regular_file(there)) return;
+    throw failure(exit_code::usage, path + " is no plain file and is not replaced");
+}
+
+void _make_directory(const std::filesystem::path& path, mode_t mode) {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(path, ignored)) return;
+    if (path.has_parent_path() && path.parent_path() != path) {
+        _make_directory(path.parent_path(), mode);
+    }
+    if (mkdir(path.c_str(), mode) == 0) return;
+    const int error = errno;
+    if (error != EEXIST || !std::filesystem::is_directory(path, ignored)) {
+        throw failure(exit_code::failed, "the directory " + path.string() +
+                                             " cannot be made: " + std::strerror(error));
+    }
+}
+
 }  // namespace
 
 std::string read_file(const std::string& path, std::size_t most) {
@@ -73,6 +95,7 @@ std::string read_stamp_file(const std::string& path) {
 }
 
 void write_file(const std::string& path, const std::string& bytes, existing what, bool is_private) {
+    if (what == existing::replace) _require_replaceable(path);
     std::string temporary = path + ".XXXXXX";
     const descriptor file(mkostemp(temporary.data(), O_CLOEXEC));
     if (!file.is_open()) _throw_unwritable(path, errno);
@@ -87,12 +110,12 @@ void write_file(const std::string& path, const std::string& bytes, existing what
     _sync_directory(path);
 }
 
+void make_directory(const std::string& path) {
+    _make_directory(path, 0777);
+}
+
 void make_private_directory(const std::string& path) {
-    std::error_code error;
-    const std::filesystem::path directory(path);
-    if (std::filesystem::is_directory(directory, error)) return;
-    if (directory.has_parent_path()) make_private_directory(directory.parent_path());
-    if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) _throw_unwritable(path, errno);
+    _make_directory(path, 0700);
 }
 
 }  // namespace vemra::tool

@@ -19,12 +19,15 @@ enum class existing { keep, replace };
 
 /**
  * Writes a file whole or not at all: a temporary one beside it, made durable and renamed. Readable
- * by the user alone when `is_private`. Throws failure (usage) when it exists and is to be kept.
+ * by the user alone when `is_private`. Throws failure (usage) when it exists and is to be kept, or
+ * is no file that can be replaced: a directory, a device, a link.
  */
 void write_file(const std::string& path, const std::string& bytes, existing what,
                 bool is_private = false);
 
-/** Makes a directory that only the user can enter, with its parents. */
+/** Makes a directory, with its parents, if there is none yet. */
+void make_directory(const std::string& path);
+/** The same for one that only the user can enter. */
 void make_private_directory(const std::string& path);
 
 }  // namespace vemra::tool

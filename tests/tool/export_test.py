@@ -47,5 +47,21 @@ class Export(ToolCase):
         self.expect(2, "export")
         self.expect(2, "export", self.uuid, "--all", self.folder / "out")
 
+    def test_all_and_a_file_are_a_usage_error(self):
+        self.expect(2, "export", "--all", self.folder / "out", "-o", self.folder / "file")
+
+    def test_force_replaces_no_link_and_no_directory(self):
+        link = self.folder / "link.png"
+        link.symlink_to(self.folder / "elsewhere")
+        for path in (link, self.folder):
+            self.assertIn(b"is no plain file",
+                          self.expect(2, "export", self.uuid, "-o", path, "--force").stderr)
+        self.assertTrue(link.is_symlink())
+
+    def test_a_directory_that_cannot_be_made_is_a_failure(self):
+        path = self.write("taken", "mine")
+        self.assertIn(b"cannot be made", self.expect(1, "export", "--all", path).stderr)
+        self.assertIn(b"cannot be made", self.expect(1, "export", "--all", path / "sub").stderr)
+
     def test_json_and_raw_bytes_do_not_mix(self):
         self.expect(2, "--json", "export", self.uuid)

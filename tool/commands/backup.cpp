@@ -51,8 +51,9 @@ void _backup(context& run, const backup_options& options) {
     for (const archived_stamp& one : kept.stamps) {
         run.result["stamps"].push_back({{"uuid", to_hex(one.uuid)}, {"name", one.name}});
     }
-    run.out.note(std::to_string(kept.stamps.size()) + " stamps of " + describe(device) +
-                 " are in " + options.directory);
+    const std::size_t count = kept.stamps.size();
+    run.out.note(std::to_string(count) + (count == 1 ? " stamp of " : " stamps of ") +
+                 describe(device) + (count == 1 ? " is in " : " are in ") + options.directory);
 }
 
 }  // namespace

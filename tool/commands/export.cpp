@@ -53,15 +53,15 @@ std::string _file_name(const stamp& one) {
 
 // A file that holds these bytes already is as good as written.
 bool _holds(const std::string& path, const std::string& bytes) {
-    if (!std::filesystem::is_regular_file(path)) return false;
+    if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path))) return false;
     return std::filesystem::file_size(path) == bytes.size() &&
            read_file(path, bytes.size()) == bytes;
 }
 
 void _export_all(context& run, const export_options& options) {
-    const stamp_list list = run.tokens().stamps();
+    const stamp_list list = read_all_stamps(run);
     warn_of_errors(run);
-    std::filesystem::create_directories(options.all);
+    make_directory(options.all);
     run.result["files"] = json::array();
     for (const stamp& one : list.stamps) {
         const std::string path = std::filesystem::path(options.all) / _file_name(one);
@@ -80,6 +80,9 @@ void _export_all(context& run, const export_options& options) {
 void _require_usable(const context& run, const export_options& options) {
     if (options.selector.empty() == options.all.empty()) {
         throw failure(exit_code::usage, "export takes one SELECTOR, or --all DIR");
+    }
+    if (!options.all.empty() && !options.file.empty()) {
+        throw failure(exit_code::usage, "-o is for one stamp; --all takes a directory");
     }
     if (!options.all.empty()) return;
     const bool to_output = options.file.empty() || options.file == "-";
