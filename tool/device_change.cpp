@@ -14,6 +14,8 @@ namespace vemra::tool {
 
 namespace {
 
+// Writing and reading back.
+constexpr std::size_t steps_of_a_change = 2;
 constexpr int status_done = 1;
 constexpr int status_device_full = -7;
 
@@ -69,6 +71,12 @@ void _add_recovery(json& details, const recovery* kept) {
     if (kept != nullptr) details["recovery"] = kept->path();
 }
 
+// A signal may have come while this or an earlier device was being changed.
+void _heed_signals() {
+    if (!interruption::is_pending()) return;
+    throw failure(exit_code::interrupted, "interrupted; earlier changes are complete");
+}
+
 // The stamps of an enumeration before an append, with what the append added.
 std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<stamp>& actual,
                                   const stamp& wanted) {
@@ -83,19 +91,23 @@ std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<s
 }  // namespace
 
 device_change::device_change(context& run, const device_id& device)
-    : run_(run),
-      device_(device),
-      lock_(device, device_lock::kind::exclusive, run.options.timeout),
-      stamps_(run.tokens().all_stamps(device)) {}
+    : run_(run), device_(device), lock_(device, device_lock::kind::exclusive, run.options.timeout) {
+    const progress shown(run_.out, "reading " + describe(device_));
+    stamps_ = run_.tokens().all_stamps(device_);
+}
+
+void device_change::expect(std::size_t changes) {
+    steps_ = changes * steps_of_a_change;
+}
 
 void device_change::authorise() {
+    _heed_signals();
     verify_password(run_, device_);
+    run_.out.detail("the password of " + describe(device_) + " is right");
 }
 
 void device_change::begin() {
-    if (interruption::is_pending()) {
-        throw failure(exit_code::interrupted, "interrupted; earlier changes are complete");
-    }
+    _heed_signals();
     if (!hold_) hold_.emplace();
 }
 
@@ -109,6 +121,13 @@ void device_change::keep_unlisted_bytes() {
     const recovery kept({device_, {{name, bytes, slot, ""}}});
     run_.out.warn("slot " + std::to_string(slot) +
                   " holds bytes that no stamp is listed for; they are kept in " + kept.path());
+}
+
+recovery device_change::keep(const stamp& old) const {
+    recovery kept({device_, {{old.name, old.data, 0, old.uuid}}});
+    run_.out.detail("the old " + quoted(old.name) + " is kept in " + kept.path() +
+                    " until the change is verified");
+    return kept;
 }
 
 void device_change::append(const std::string& name, const std::string& data) {
@@ -132,7 +151,7 @@ void device_change::update(const stamp& old, const std::string& name, const std:
     for (stamp& one : expected) {
         if (one.uuid == old.uuid) one = {old.uuid, name, data, device_};
     }
-    recovery kept({device_, {{old.name, old.data, 0, old.uuid}}});
+    recovery kept = keep(old);
     const int status = call("replacing " + quoted(old.name),
                             [&](session& tokens) { return tokens.update(old.uuid, name, data); });
     finish(status, expected, read_back(status, &kept), &kept);
@@ -143,14 +162,15 @@ void device_change::remove(const stamp& old) {
     std::vector<stamp> expected;
     std::copy_if(stamps_.begin(), stamps_.end(), std::back_inserter(expected),
                  [&](const stamp& one) { return one.uuid != old.uuid; });
-    recovery kept({device_, {{old.name, old.data, 0, old.uuid}}});
+    recovery kept = keep(old);
     const int status = call("removing " + quoted(old.name),
                             [&](session& tokens) { return tokens.remove(old.uuid); });
     finish(status, expected, read_back(status, &kept), &kept);
 }
 
 int device_change::call(const std::string& label, const std::function<int(session&)>& change) {
-    const progress shown(run_.out, label);
+    if (steps_ == 0) expect(1);
+    const progress shown(run_.out, label, finished_++, steps_);
     const int status = change(run_.tokens());
     cause_ = run_.tokens().cause();
     return status;
@@ -158,7 +178,7 @@ int device_change::call(const std::string& label, const std::function<int(sessio
 
 std::vector<stamp> device_change::read_back(int status, const recovery* kept) {
     try {
-        const progress shown(run_.out, "reading back");
+        const progress shown(run_.out, "reading back", finished_++, steps_);
         return run_.tokens().all_stamps(device_);
     } catch (const failure& error) {
         json details = error.details();
@@ -182,6 +202,7 @@ void device_change::finish(int status, const std::vector<stamp>& expected,
     const std::vector<std::string> differences =
         _differences(status == status_done ? expected : stamps_, actual);
     stamps_ = actual;
+    run_.out.detail(std::to_string(actual.size()) + " stamps read back and compared");
     if (kept != nullptr && differences.empty()) kept->discard();
     if (status == status_done && differences.empty()) return;
 

@@ -25,6 +25,9 @@ public:
     /** Locks the device and reads its stamps. */
     device_change(context& run, const device_id& device);
 
+    /** How many changes there will be, for the progress bar; one if this is not called. */
+    void expect(std::size_t changes);
+
     /** Before the first change: throws when the password is wrong, and nothing was changed then. */
     void authorise();
 
@@ -43,6 +46,7 @@ public:
 private:
     void begin();
     void keep_unlisted_bytes();
+    recovery keep(const stamp& old) const;
     int call(const std::string& label, const std::function<int(session&)>& change);
     std::vector<stamp> read_back(int status, const recovery* kept);
     void finish(int status, const std::vector<stamp>& expected, const std::vector<stamp>& actual,
@@ -53,6 +57,8 @@ private:
     device_lock lock_;
     std::vector<stamp> stamps_;
     std::size_t appended_ = 0;
+    std::size_t finished_ = 0;
+    std::size_t steps_ = 0;
     std::string cause_;
     std::optional<interruption::hold> hold_;
 };

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 
 #include <array>
 #include <cerrno>
@@ -30,8 +31,11 @@ descriptor _open_in(const char* directory, const std::string& name) {
     const std::string path = std::string(directory) + "/" + name;
     const int flags = O_RDONLY | O_CLOEXEC | O_NOFOLLOW;
     descriptor file(open(path.c_str(), flags));
-    if (!file.is_open() && errno == ENOENT)
+    if (!file.is_open() && errno == ENOENT) {
         file = descriptor(open(path.c_str(), flags | O_CREAT, 0644));
+        // Whatever the umask: other users must be able to open it. It may be theirs by now.
+        if (file.is_open()) static_cast<void>(fchmod(file.get(), 0644));
+    }
     if (!file.is_open() && errno == EACCES) file = descriptor(open(path.c_str(), flags));
     return file;
 }

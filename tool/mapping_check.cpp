@@ -16,13 +16,39 @@ std::string _slot_text(unsigned int slot) {
     return "slot " + std::to_string(slot);
 }
 
-bool _has_bytes(const device_contents& contents, unsigned int slot) {
-    return contents.slots.count(static_cast<int>(slot)) > 0;
+bool _holds(const std::vector<int>& slots, int slot) {
+    return std::find(slots.begin(), slots.end(), slot) != slots.end();
 }
 
-bool _is_sealed(const device_contents& contents, int slot) {
-    const auto& sealed = contents.sealed_slots;
-    return std::find(sealed.begin(), sealed.end(), slot) != sealed.end();
+bool _may_have_bytes(const device_contents& contents, unsigned int slot) {
+    const int number = static_cast<int>(slot);
+    return contents.slots.count(number) > 0 || _holds(contents.unreadable_slots, number);
+}
+
+// False, with a finding, when the record cannot be read.
+bool _read_record(session& tokens, const device_id& device, device_contents& contents) {
+    try {
+        contents.record = read_mapping(tokens, device);
+        return true;
+    } catch (const failure& error) {
+        contents.findings.push_back(
+            {kind::unreadable, 0, std::string("the list cannot be read: ") + error.what()});
+        return false;
+    }
+}
+
+void _read_slot(session& tokens, const device_id& device, int slot, device_contents& contents) {
+    try {
+        std::string bytes = tokens.read_slot(device, slot);
+        if (bytes.empty()) return;
+        if (tokens.is_sealed(bytes)) contents.sealed_slots.push_back(slot);
+        contents.slots.emplace(slot, std::move(bytes));
+    } catch (const failure& error) {
+        const auto number = static_cast<unsigned int>(slot);
+        contents.unreadable_slots.push_back(slot);
+        contents.findings.push_back(
+            {kind::unreadable, number, _slot_text(number) + " cannot be read: " + error.what()});
+    }
 }
 
 void _check_record(device_contents& contents) {
@@ -53,7 +79,7 @@ void _check_entries(device_contents& contents) {
             contents.findings.push_back(
                 {kind::slot_out_of_range, slot,
                  quoted(name) + " is listed in " + _slot_text(slot) + ", which holds no stamps"});
-        } else if (!_has_bytes(contents, slot)) {
+        } else if (!_may_have_bytes(contents, slot)) {
             contents.findings.push_back(
                 {kind::entry_without_bytes, slot,
                  quoted(name) + " is listed in " + _slot_text(slot) + ", which is empty"});
@@ -64,7 +90,7 @@ void _check_entries(device_contents& contents) {
 void _check_slots(device_contents& contents) {
     for (const auto& [slot, bytes] : contents.slots) {
         const auto number = static_cast<unsigned int>(slot);
-        if (_is_sealed(contents, slot)) {
+        if (_holds(contents.sealed_slots, slot)) {
             contents.findings.push_back({kind::sealed_bytes, number,
                                          _slot_text(number) + " holds bytes of the sealed format"});
         } else if (contents.record.entries.count(number) == 0) {
@@ -107,7 +133,7 @@ std::string _made_name(const stamp_mapping& mapping, int slot) {
 
 void _drop_entries_without_bytes(const device_contents& contents, repair_plan& plan) {
     for (const auto& [slot, name] : contents.record.entries) {
-        if (is_stamp_slot(slot) && _has_bytes(contents, slot)) continue;
+        if (is_stamp_slot(slot) && _may_have_bytes(contents, slot)) continue;
         plan.mapping.erase(slot);
         plan.steps.push_back("drop " + quoted(name) + " from the list: " + _slot_text(slot) +
                              " holds no stamp");
@@ -118,7 +144,7 @@ void _list_unlisted_bytes(const device_contents& contents, std::map<int, std::st
                           repair_plan& plan) {
     for (const auto& [slot, bytes] : contents.slots) {
         const auto number = static_cast<unsigned int>(slot);
-        if (plan.mapping.count(number) > 0 || _is_sealed(contents, slot)) continue;
+        if (plan.mapping.count(number) > 0 || _holds(contents.sealed_slots, slot)) continue;
         const auto given = given_names.find(slot);
         const std::string name =
             given == given_names.end() ? _made_name(plan.mapping, slot) : given->second;
@@ -135,6 +161,8 @@ void _list_unlisted_bytes(const device_contents& contents, std::map<int, std::st
 
 std::string name_of(finding::kind kind) {
     switch (kind) {
+        case finding::kind::unreadable:
+            return "unreadable";
         case finding::kind::malformed_record:
             return "malformed-record";
         case finding::kind::entry_without_bytes:
@@ -153,10 +181,9 @@ std::string name_of(finding::kind kind) {
 
 device_contents check_device(session& tokens, const device_id& device) {
     device_contents contents;
-    contents.record = read_mapping(tokens, device);
-    contents.slots = read_stamp_slots(tokens, device);
-    for (const auto& [slot, bytes] : contents.slots) {
-        if (tokens.is_sealed(bytes)) contents.sealed_slots.push_back(slot);
+    if (!_read_record(tokens, device, contents)) return contents;
+    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
+        _read_slot(tokens, device, slot, contents);
     }
     _check_record(contents);
     _check_entries(contents);

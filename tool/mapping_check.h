@@ -11,6 +11,7 @@ namespace vemra::tool {
 
 struct finding {
     enum class kind {
+        unreadable,
         malformed_record,
         entry_without_bytes,
         bytes_without_entry,
@@ -32,9 +33,12 @@ struct device_contents {
     mapping_record record;
     std::map<int, std::string> slots;
     std::vector<int> sealed_slots;
+    /** Slots that may hold bytes, but do not give them. */
+    std::vector<int> unreadable_slots;
     std::vector<finding> findings;
 };
 
+/** What cannot be read is a finding, too; without its record nothing else of a device is told. */
 device_contents check_device(session& tokens, const device_id& device);
 
 struct repair_plan {
@@ -47,7 +51,8 @@ struct repair_plan {
 
 /**
  * Lists unlisted bytes again, under the name given for their slot or a made one, and drops entries
- * that have no bytes. Sealed bytes are left alone: they name themselves. Throws failure (usage)
+ * that have no bytes. Left alone are sealed bytes, which name themselves, and slots that cannot be
+ * read. Throws failure (usage)
  * for a given name of a slot that needs none.
  */
 repair_plan plan_repair(session& tokens, const device_contents& contents,

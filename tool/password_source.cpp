@@ -62,11 +62,12 @@ bool _read_password(context& run, const device_id& device, secret& password) {
         return false;
     }
     terminal tty;
-    if (options.password_fd >= 0) {
-        is_answered = ask_secret_on(options.password_fd, question, password);
-    } else if (options.no_input || !tty.is_open()) {
+    if (options.no_input || (options.password_fd < 0 && !tty.is_open())) {
         throw failure(exit_code::usage,
                       "a password is needed: give --password-file or --password-fd");
+    }
+    if (options.password_fd >= 0) {
+        is_answered = ask_secret_on(options.password_fd, question, password);
     } else {
         is_answered = tty.ask_secret(question, password);
     }
@@ -92,10 +93,11 @@ void _require_answer(const password_answer& answer) {
 }
 
 failure _wrong_password(const password_answer& answer) {
-    return failure(
-        exit_code::wrong_password,
-        "wrong password, " + _attempts(answer.retries) + "; nothing was changed",
-        {{"cause", printable(cause_of(answer.text.c_str()))}, {"attempts_left", answer.retries}});
+    const std::string cause = printable(cause_of(answer.text.c_str()));
+    return failure(exit_code::wrong_password,
+                   "wrong password, " + _attempts(answer.retries) +
+                       "; nothing was changed on this device, which says: " + cause,
+                   {{"cause", cause}, {"attempts_left", answer.retries}});
 }
 
 }  // namespace

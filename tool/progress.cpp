@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include "descriptor.h"
 #include "text.h"
@@ -19,8 +20,8 @@ constexpr const char* erase_line = "\r\x1b[K";
 
 }  // namespace
 
-progress::progress(const output& out, const std::string& label, std::size_t steps)
-    : label_(label), steps_(steps) {
+progress::progress(const output& out, std::string label, std::size_t finished, std::size_t steps)
+    : label_(std::move(label)), finished_(std::min(finished, steps)), steps_(steps) {
     if (out.is_quiet() || isatty(STDERR_FILENO) == 0) return;
     thread_ = std::thread([this] { run(); });
 }
@@ -35,19 +36,12 @@ progress::~progress() {
     thread_.join();
 }
 
-void progress::step(const std::string& label) {
-    const std::lock_guard lock(mutex_);
-    label_ = label;
-    ++begun_;
-}
-
 std::string progress::line(long seconds) const {
     std::string text = erase_line;
-    if (steps_ > 1) {
-        const std::size_t finished = begun_ == 0 ? 0 : begun_ - 1;
-        const std::size_t filled = std::min(bar_width, finished * bar_width / steps_);
+    if (steps_ > 0) {
+        const std::size_t filled = finished_ * bar_width / steps_;
         text += "[" + std::string(filled, '#') + std::string(bar_width - filled, '.') + "] ";
-        text += std::to_string(finished) + "/" + std::to_string(steps_) + " ";
+        text += std::to_string(finished_) + "/" + std::to_string(steps_) + " ";
     }
     return text + printable(label_) + " " + std::to_string(seconds) + " s";
 }

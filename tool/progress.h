@@ -14,14 +14,11 @@ namespace vemra::tool {
 /** Shows itself until it is destroyed, and leaves no trace. Print nothing meanwhile. */
 class progress {
 public:
-    /** `steps` counts what step() tells; with 0 or 1 only the time is shown. */
-    progress(const output& out, const std::string& label, std::size_t steps = 0);
+    /** The bar tells how many of the steps are finished; without steps only the time is shown. */
+    progress(const output& out, std::string label, std::size_t finished = 0, std::size_t steps = 0);
     ~progress();
     progress(const progress&) = delete;
     progress& operator=(const progress&) = delete;
-
-    /** Begins the next step. */
-    void step(const std::string& label);
 
 private:
     void run();
@@ -29,9 +26,9 @@ private:
 
     std::mutex mutex_;
     std::condition_variable changed_;
-    std::string label_;
-    std::size_t steps_;
-    std::size_t begun_ = 0;
+    const std::string label_;
+    const std::size_t finished_;
+    const std::size_t steps_;
     bool is_done_ = false;
     std::thread thread_;
 };

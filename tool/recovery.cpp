@@ -44,7 +44,7 @@ recovery::recovery(const archive& kept) : path_(_make_directory()) {
     write_archive(path_, kept);
 }
 
-recovery::recovery(const std::string& file, const std::string& bytes) : path_(_make_directory()) {
+void recovery::add(const std::string& file, const std::string& bytes) const {
     write_file(path_ + "/" + file, bytes, existing::keep, true);
 }
 

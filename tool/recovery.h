@@ -14,8 +14,8 @@ namespace vemra::tool {
 class recovery {
 public:
     explicit recovery(const archive& kept);
-    /** One file for bytes that are no stamp, which `restore` cannot read. */
-    recovery(const std::string& file, const std::string& bytes);
+    /** One more file, for bytes that are no stamp; `restore` does not read it. */
+    void add(const std::string& file, const std::string& bytes) const;
 
     const std::string& path() const { return path_; }
     void discard();

@@ -59,12 +59,14 @@ private:
             return;
         }
         const stamp* same_name = find([&](const stamp& one) { return one.name == name; });
-        if (same_name == nullptr && free_ > 0) {
+        const stamp* old = same_name == nullptr ? in_its_place(item.wanted) : same_name;
+        const bool is_renamed =
+            replace_ && old != nullptr && old != same_name && old->data == item.wanted.data;
+        if (same_name == nullptr && free_ > 0 && !is_renamed) {
             --free_;
             item.what = action::append;
             return;
         }
-        const stamp* old = same_name == nullptr ? in_its_place(item.wanted) : same_name;
         if (old != nullptr && replace_) {
             settle(item, action::replace, *old);
             return;

@@ -22,8 +22,9 @@ struct restore_item {
 
 /**
  * A stamp that is there with its name and bytes is left; one of the same name with other bytes is
- * replaced if `replace` says so; any other goes into a free slot. Without a free slot the stamp in
- * its old place is replaced, if `replace` says so and the backup does not hold that one too.
+ * replaced if `replace` says so; any other goes into a free slot. Without a free slot, or when its
+ * bytes are in its old place under another name, the stamp there is replaced, if `replace` says so
+ * and the backup does not hold that one too.
  */
 std::vector<restore_item> plan_restore(const archive& kept, const std::vector<stamp>& present,
                                        bool replace);

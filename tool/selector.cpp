@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "progress.h"
 #include "text.h"
 
 namespace vemra::tool {
@@ -59,8 +60,13 @@ const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& s
     throw failure(exit_code::ambiguous, message, {{"candidates", candidates}});
 }
 
+stamp_list read_all_stamps(context& run) {
+    const progress shown(run.out, "reading stamps");
+    return run.tokens().stamps();
+}
+
 std::vector<stamp> list_for_selection(context& run) {
-    stamp_list list = run.tokens().stamps();
+    stamp_list list = read_all_stamps(run);
     for (const std::string& error : run.tokens().errors()) {
         run.out.warn(printable(error));
     }

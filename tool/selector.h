@@ -12,7 +12,9 @@ namespace vemra::tool {
  */
 const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& selector);
 
-/** The stamps of all devices; what could not be read is warned of. */
+/** The stamps of all devices. */
+stamp_list read_all_stamps(context& run);
+/** The same; what could not be read is warned of. */
 std::vector<stamp> list_for_selection(context& run);
 
 /** A stamp's uuid, name and device as they stand in --json. */

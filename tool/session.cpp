@@ -44,7 +44,11 @@ std::string session::cause() const {
 
 std::vector<device_id> session::devices() {
     std::vector<device_id> found = traced([](tokens& all) { return all.list_devices(); });
-    if (found.empty()) throw failure(exit_code::no_device, "no device is attached");
+    if (found.empty()) {
+        throw failure(exit_code::no_device, errors_.empty()
+                                                ? "no device is attached"
+                                                : "no device can be reached: " + cause());
+    }
     return found;
 }
 
@@ -69,6 +73,9 @@ device_id session::find_device(const std::string& serial, int type) {
 
 stamp_list session::stamps(const std::optional<device_id>& only) {
     stamp_list list = traced([&](tokens& all) { return all.list_stamps(only); });
+    if (list.unreadable > 0 && errors_.empty()) {
+        errors_.push_back(std::to_string(list.unreadable) + " stamps could not be read");
+    }
     if (list.status == 1) return list;
     const std::vector<std::string> errors = errors_;
     const bool none = std::any_of(errors.begin(), errors.end(),

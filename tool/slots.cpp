@@ -27,13 +27,4 @@ mapping_record read_mapping(session& tokens, const device_id& device) {
     return record;
 }
 
-std::map<int, std::string> read_stamp_slots(session& tokens, const device_id& device) {
-    std::map<int, std::string> slots;
-    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
-        std::string bytes = tokens.read_slot(device, slot);
-        if (!bytes.empty()) slots.emplace(slot, std::move(bytes));
-    }
-    return slots;
-}
-
 }  // namespace vemra::tool

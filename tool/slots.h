@@ -1,4 +1,4 @@
-/** A device's mapping record and the bytes in its stamp slots, read through the device layer. */
+/** A device's mapping record, read through the device layer, and the slots that it names. */
 #pragma once
 
 #include <map>
@@ -22,9 +22,6 @@ struct mapping_record {
 };
 
 mapping_record read_mapping(session& tokens, const device_id& device);
-
-/** The bytes in the five stamp slots; slots without bytes are left out. */
-std::map<int, std::string> read_stamp_slots(session& tokens, const device_id& device);
 
 constexpr int stamp_slots = last_stamp_slot - first_stamp_slot + 1;
 

@@ -31,12 +31,18 @@ bool _is_control(wchar_t character) {
     return character == 0 || std::iswcntrl(static_cast<std::wint_t>(character)) != 0;
 }
 
+bool _is_between(wchar_t one, wchar_t first, wchar_t last) {
+    return one >= first && one <= last;
+}
+
+// These make a terminal or a browser show what follows in another order.
+bool _is_reordering(wchar_t one) {
+    return _is_between(one, 0x202a, 0x202e) || _is_between(one, 0x2066, 0x2069);
+}
+
 bool _is_invisible(wchar_t one) {
-    const auto is_between = [one](wchar_t first, wchar_t last) {
-        return one >= first && one <= last;
-    };
-    return is_between(0x200b, 0x200f) || is_between(0x202a, 0x202e) || is_between(0x2060, 0x206f) ||
-           one == 0xfeff || one == 0xad;
+    return _is_reordering(one) || _is_between(one, 0x200b, 0x200f) ||
+           _is_between(one, 0x2060, 0x206f) || one == 0xfeff || one == 0xad;
 }
 
 template <typename Predicate>
@@ -74,7 +80,7 @@ std::string printable(std::string_view text) {
     while (!text.empty()) {
         const step one = _next(text);
         const std::string_view bytes = text.substr(0, one.length);
-        if (one.character && !_is_control(*one.character)) {
+        if (one.character && !_is_control(*one.character) && !_is_reordering(*one.character)) {
             shown += bytes;
         } else {
             for (const char byte : bytes) {

@@ -17,7 +17,10 @@ bool has_control_characters(std::string_view text);
 /** Characters that change how the text around them is shown, or that show nothing. */
 bool has_invisible_characters(std::string_view text);
 
-/** The text with control characters and stray bytes as \xNN: safe to show on a terminal. */
+/**
+ * The text with stray bytes, control characters and those that change the order of the others as
+ * \xNN: safe to show on a terminal.
+ */
 std::string printable(std::string_view text);
 /** Columns that printable text takes on a terminal; wide characters take two. */
 std::size_t display_width(std::string_view text);

@@ -70,7 +70,8 @@ public:
                        const std::string& data) = 0;
     virtual int remove(const std::string& uuid, const char* password) = 0;
 
-    /* The device layer. A slot that there is not reads as empty. */
+    /* The device layer. A device that cannot be read is left out of the list, with an error on the
+     * trace. A slot that there is not reads as empty. */
     virtual std::vector<device_id> list_devices() = 0;
     virtual password_answer verify_password(const device_id& device, const char* password) = 0;
     virtual std::string read_slot(const device_id& device, int slot) = 0;

@@ -1,3 +1,6 @@
+import hashlib
+import os
+import pathlib
 import subprocess
 
 from tool_case import COMPANY, NAME_SEAL, PASSWORD, TOOL, ToolCase, mapping_record
@@ -94,6 +97,16 @@ class Append(ToolCase):
                                  stderr=subprocess.DEVNULL) for i in range(4)]
         self.assertEqual([run.wait() for run in runs], [0] * 4)
         self.assertEqual(sorted(self.stamps()), [f"Seal {i}" for i in range(4)])
+
+    def test_other_users_can_open_the_lock_whatever_the_umask(self):
+        place = hashlib.sha256(f"{self.serial}\0{3}".encode()).hexdigest()[:16]
+        before = os.umask(0o077)
+        self.addCleanup(os.umask, before)
+        self.append("Seal", COMPANY)
+        name = f"vemra-stamp-{place}.lock"
+        locks = [path for folder in ("/run/lock", "/tmp")
+                 if (path := pathlib.Path(folder, name)).exists()]
+        self.assertEqual([path.stat().st_mode & 0o777 for path in locks], [0o644])
 
     def test_the_password_may_come_from_a_descriptor(self):
         path = self.write("other", PASSWORD + "\n", 0o600)

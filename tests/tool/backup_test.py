@@ -34,6 +34,13 @@ class Backup(ToolCase):
     def test_a_backup_is_not_written_over_another(self):
         self.expect(2, "backup", self.directory)
 
+    def test_a_directory_that_holds_other_files_is_left_alone(self):
+        folder = self.folder / "other"
+        folder.mkdir()
+        (folder / "stamp-1.png").write_text("mine")
+        self.assertIn(b"not empty", self.expect(2, "backup", folder).stderr)
+        self.assertEqual([path.read_text() for path in folder.iterdir()], ["mine"])
+
     def test_restore_brings_everything_back(self):
         before = self.stamps()
         self.delete_all()
@@ -68,6 +75,15 @@ class Backup(ToolCase):
         self.assertNotIn("Li Wei", self.stamps())
         self.restore(0, "--replace")
         self.assertEqual(sorted(self.stamps()), ["Li Wei", "new 2", "new 3", "new 4", "公司印章"])
+
+    def test_a_stamp_under_another_name_gets_its_name_back_only_with_replace(self):
+        before = self.stamps()
+        self.change(0, "update", "name:Li Wei", "--name", "recovered-8131")
+        self.restore(0, "--replace")
+        self.assertEqual(self.stamps(), before)
+        self.change(0, "update", "name:Li Wei", "--name", "recovered-8131")
+        self.restore()
+        self.assertEqual(sorted(self.stamps()), ["Li Wei", "recovered-8131", "公司印章"])
 
     def test_another_device_may_be_named(self):
         self.create_token("b", self.serial + "-B", 7)

@@ -133,6 +133,52 @@ class Check(ToolCase):
         folder, = self.recovery_folders()
         self.assertEqual((folder / "mapping-record").read_bytes(), record)
 
+    def test_a_slot_that_cannot_be_read_is_told_and_left_alone(self):
+        self.append("Bad", COMPANY)
+        self.append("Good", NAME_SEAL)
+        self.raw_slot("write", 8133, b"orphan")
+        self.softtoken("fault", "add", "a", "ReadData slot=8130 return=-122 lasting")
+        self.assertEqual(self.kinds(), [("bytes-without-entry", 8133), ("unreadable", 8130)])
+        self.assertIn(b"storage failed (-122)", self.expect(1, "check").stdout)
+        self.repair(10)
+        self.softtoken("fault", "clear", "a")
+        self.assertEqual(sorted(self.stamps()), ["Bad", "Good", "recovered-8133"])
+
+    def test_a_list_that_cannot_be_read_is_told_and_left_alone(self):
+        self.append("Seal", COMPANY)
+        self.create_token("b", self.serial + "-B", 7)
+        self.softtoken("fault", "add", "a", "ReadData slot=8127 return=-122 lasting")
+        devices = self.json(1, "check")["result"]["devices"]
+        self.assertEqual([[one["kind"] for one in device["findings"]] for device in devices],
+                         [["unreadable"], []])
+        done = self.change(1, "check", "--repair", "--yes", "--device", self.serial)
+        self.assertIn(b"can mend none of this", done.stderr)
+        self.softtoken("fault", "clear", "a")
+        self.assertEqual(list(self.stamps()), ["Seal"])
+
+    def test_a_repair_that_is_not_verified_names_what_was_kept(self):
+        self.append("Seal", COMPANY)
+        before = self.stamps()
+        self.raw_slot("write", 8131, b"bytes")
+        self.fail_device("garble 1")
+        done = self.repair(9)
+        folder, = self.recovery_folders()
+        self.assertIn(b"the list is not the planned one", done.stderr)
+        self.assertIn(b'"Seal" on', done.stderr)
+        self.assertIn(str(folder).encode(), done.stderr)
+        self.heal_device()
+        self.repair()
+        self.change(0, "restore", "--replace", folder)
+        self.assertEqual({name: digest for name, digest in self.stamps().items()
+                          if name == "Seal"}, before)
+
+    def test_a_device_lost_in_the_repair_is_not_verified(self):
+        self.raw_slot("write", 8131, b"bytes")
+        self.fail_device("hide 1")
+        done = self.repair(9)
+        folder, = self.recovery_folders()
+        self.assertIn(str(folder).encode(), done.stderr)
+
     def test_every_attached_device_is_checked(self):
         self.create_token("b", self.serial + "-B", 7)
         self.raw_slot("write", 8130, b"bytes", self.serial + "-B")

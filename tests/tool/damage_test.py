@@ -1,4 +1,5 @@
-"""Runs that the token cuts off at every changing call, and what check --repair makes of it."""
+"""Runs that the token cuts off or fails at every changing call, and what check --repair makes of
+it."""
 
 import hashlib
 
@@ -9,6 +10,10 @@ CUTS = [f"{function} call={call} {action}"
                                   ("CreateData", ("die=before", "die=after")),
                                   ("DeleteData", ("die=before", "die=after")))
         for call in (1, 2) for action in actions]
+
+FAILURES = [f"{function} call={call} return=-122{more}"
+            for function in ("WriteData", "CreateData", "DeleteData")
+            for call in (1, 2) for more in ("", " lasting")]
 
 
 def digest(path):
@@ -41,9 +46,9 @@ class Damage(ToolCase):
             self.change(0, "check", "--repair", "--yes")
         self.expect(0, "check")
 
-    def sweep(self, *command):
+    def sweep(self, cuts, *command):
         cut_runs = 0
-        for cut in CUTS:
+        for cut in cuts:
             with self.subTest(cut=cut):
                 if self.cut_off(cut, *command) != 0:
                     cut_runs += 1
@@ -61,14 +66,36 @@ class Damage(ToolCase):
             self.assertIn(digest(NAME_SEAL), self.stamps().values())
 
     def test_appends(self):
-        self.sweep("append", "--any-data", "--name", "New", self.password_file)
+        self.sweep(CUTS, "append", "--any-data", "--name", "New", self.password_file)
 
     def test_updates(self):
-        self.sweep("update", "--any-data", "name:Changed", "--name", "A longer name",
+        self.sweep(CUTS, "update", "--any-data", "name:Changed", "--name", "A longer name",
+                   self.password_file)
+
+    def test_failed_updates(self):
+        self.sweep(FAILURES, "update", "--any-data", "name:Changed", "--name", "A longer name",
                    self.password_file)
 
     def test_deletions(self):
-        self.sweep("delete", "--yes", "name:Changed")
+        self.sweep(CUTS, "delete", "--yes", "name:Changed")
+
+    def test_repairs(self):
+        for cut in (cut for cut in CUTS if "call=1" in cut):
+            with self.subTest(cut=cut):
+                self.change(0, "append", "--name", "Other", COMPANY)
+                self.raw_slot("write", 8133, NAME_SEAL.read_bytes())
+                self.softtoken("fault", "add", "a", cut)
+                done = self.run_tool("check", "--repair", "--yes", "--password-file",
+                                     self.password_file)
+                self.softtoken("fault", "clear", "a")
+                self.assertNotEqual(done.returncode, 0)
+                self.repair()
+                self.assertEqual(sorted(self.stamps().values()),
+                                 sorted([digest(COMPANY), digest(NAME_SEAL)]))
+                folder, = self.recovery_folders()
+                self.change(0, "restore", "--replace", folder)
+                self.assertEqual(self.stamps()["Other"], digest(COMPANY))
+                self.clean()
 
     def test_a_device_that_is_unplugged_while_writing(self):
         code = self.cut_off("WriteData call=1 unplug", "update", "--any-data",

@@ -15,6 +15,17 @@ class Devices(ToolCase):
                           for one in devices],
                          [(self.serial, 3, 0, 5), (self.serial + "-B", 7, 0, 5)])
 
+    def test_a_device_that_does_not_answer_hides_no_other(self):
+        self.create_token("b", self.serial + "-B", 7)
+        self.softtoken("fault", "add", "b", "GetType return=-1 lasting")
+        output = self.json(10, "devices")
+        self.assertEqual([one["serial"] for one in output["result"]["devices"]], [self.serial])
+        self.assertIn("Unable to read a device", output["warnings"][0])
+
+    def test_only_devices_that_do_not_answer_are_no_device(self):
+        self.softtoken("fault", "add", "a", "GetType return=-1 lasting")
+        self.assertIn(b"no device can be reached", self.expect(5, "devices").stderr)
+
     def test_a_bad_record_is_a_partial_result(self):
         self.raw_slot("write", 8127, b"\x01\x02")
         done = self.expect(10, "devices")

@@ -1,9 +1,10 @@
 import hashlib
 import struct
+import subprocess
 import unicodedata
 import zlib
 
-from tool_case import COMPANY, NAME_SEAL, ToolCase, mapping_record
+from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase, mapping_record
 
 
 def png(width, height, alpha, resolution=None):
@@ -52,12 +53,30 @@ class List(ToolCase):
         self.raw_slot("write", 8127, mapping_record(b"a\x1b[31mb&8130"))
         self.assertIn(b"a\\x1b[31mb", self.expect(0, "list").stdout)
 
+    def test_names_cannot_change_the_order_of_a_line(self):
+        self.append("a\u202eb\u2066c", COMPANY)
+        self.assertIn(b"a\\xe2\\x80\\xaeb\\xe2\\x81\\xa6c", self.expect(0, "list").stdout)
+
+    def test_verbose_shows_whole_uuids(self):
+        uuid = self.append("Seal", COMPANY)
+        self.assertIn(uuid, self.expect(0, "-v", "list").stdout.decode())
+        self.assertNotIn(uuid, self.expect(0, "list").stdout.decode())
+
     def test_an_unreadable_entry_is_a_partial_result(self):
         self.append("Seal", COMPANY)
         self.raw_slot("write", 8127, mapping_record(b"Seal&8130||broken"))
         done = self.expect(10, "list")
         self.assertIn(b"Seal", done.stdout)
         self.assertIn(b"Bad stamp info: broken", done.stderr)
+
+    def test_an_output_that_cannot_be_written_is_a_failure(self):
+        self.append("Seal", COMPANY)
+        for more in ([], ["--json"]):
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run([TOOL, "list", *more], env=self.environment, check=False,
+                                      stdout=full, stderr=subprocess.PIPE)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(b"standard output cannot be written", done.stderr)
 
     def test_nothing_of_the_trace_is_printed(self):
         self.append("Seal", COMPANY)

@@ -18,6 +18,11 @@ class Password(ToolCase):
         self.assertIn(b"9 attempts left", self.expect(3, "verify-password", "--password-file",
                                                       self.wrong_file).stderr)
 
+    def test_a_wrong_password_is_told_with_the_device_s_text(self):
+        done = self.expect(3, "verify-password", "--password-file", self.wrong_file)
+        self.assertIn(b"nothing was changed on this device, which says: wrong password (-106)",
+                      done.stderr)
+
     def test_a_locked_device_is_told(self):
         self.create_token("b", self.serial + "-B", 7, None, "--retries", "1")
         arguments = ["verify-password", "--device", self.serial + "-B", "--password-file"]
@@ -65,6 +70,17 @@ class Password(ToolCase):
         self.assertIn(b"Input `password`        : ********", trace)
         self.assertNotIn(PASSWORD.encode(), trace)
         self.assertEqual((self.folder / "trace").stat().st_mode & 0o777, 0o600)
+
+    def test_the_debug_trace_has_no_bytes_of_stamps(self):
+        """Not even when they are the password, which would stand there in hexadecimal digits."""
+        for command in (["append", "--any-data", "--name", "Seal", self.password_file],
+                        ["update", "name:Seal", "--name", "New"], ["list"], ["show", "name:New"],
+                        ["export", "name:New", "-o", self.folder / "bytes"]):
+            self.change(0, "--debug=" + str(self.folder / "trace"), *command)
+            trace = (self.folder / "trace").read_bytes().lower()
+            self.assertIn(b"[vemraappstamp", trace)
+            for text in (PASSWORD.encode(), PASSWORD.encode().hex().encode()):
+                self.assertNotIn(text, trace, command)
 
     def test_debug_without_a_file_shows_the_trace_on_standard_error(self):
         done = self.change(0, "verify-password", "--debug")

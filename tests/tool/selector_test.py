@@ -1,5 +1,8 @@
 from tool_case import COMPANY, NAME_SEAL, ToolCase
 
+# The uuids of the first stamps of these two devices of type 3 begin with the same eight digits.
+SAME_BEGINNING = ("SAME-75177", "SAME-97716")
+
 
 class Selector(ToolCase):
     def setUp(self):
@@ -38,6 +41,19 @@ class Selector(ToolCase):
         error = self.json(8, "show", "name:公司 Seal")["error"]
         self.assertEqual(sorted(one["uuid"] for one in error["candidates"]),
                          sorted([self.uuid, second]))
+
+    def test_a_beginning_that_two_uuids_share_is_ambiguous(self):
+        uuids = []
+        for serial in SAME_BEGINNING:
+            self.create_token(serial, serial, 3)
+            done = self.change(0, "append", "--device", serial, "--name", serial, COMPANY)
+            uuids.append(done.stdout.decode().strip())
+        self.assertEqual(uuids[0][:8], uuids[1][:8])
+        candidates = self.json(8, "show", uuids[0][:8])["error"]["candidates"]
+        self.assertEqual(sorted(one["uuid"] for one in candidates), sorted(uuids))
+        self.assertEqual(self.selected(uuids[1][:9]), SAME_BEGINNING[1])
+        shown = {line.split()[0] for line in self.expect(0, "list").stdout.decode().splitlines()}
+        self.assertEqual(len(shown), 5)
 
     def test_what_list_shows_can_be_selected(self):
         for line in self.expect(0, "list").stdout.decode().splitlines()[1:]:

@@ -130,6 +130,28 @@ class Prompts(ToolCase):
         self.assertEqual(self.start("delete", "name:Seal", "--no-input").finish(), 2)
         self.assertEqual(self.start("verify-password", "--no-input").finish(), 2)
 
+    def test_a_descriptor_may_be_a_terminal(self):
+        tool = self.start("verify-password", "--password-fd", "0")
+        tool.wait_for(b": ")
+        self.assertFalse(tool.echoes())
+        tool.type(WRONG + "\n")
+        tool.wait_for(b"9 attempts left")
+        tool.wait_for(b": ")
+        tool.type(PASSWORD + "\n")
+        self.assertEqual(tool.finish(), 0)
+        self.assertEqual(
+            self.start("verify-password", "--no-input", "--password-fd", "0").finish(), 2)
+
+    def test_repair_shows_its_plan_and_asks(self):
+        self.raw_slot("write", 8131, b"bytes")
+        for answer, code, names in (("n", 2, []), ("y", 0, ["recovered-8131"])):
+            tool = self.start("check", "--repair", "--password-file", self.password_file)
+            self.assertIn(b'list the bytes in slot 8131 as "recovered-8131"',
+                          tool.wait_for(b"[y/N] "))
+            tool.type(answer + "\n")
+            self.assertEqual(tool.finish(), code)
+            self.assertEqual(list(self.stamps()), names)
+
     def test_raw_bytes_are_never_written_to_a_terminal(self):
         self.append("Seal", COMPANY)
         for more in ([], ["-o", "-"]):
@@ -155,6 +177,23 @@ class Prompts(ToolCase):
         self.assertEqual(tool.finish(), 2)
 
 
+    def test_no_password_is_asked_for_another_device_after_an_interrupt(self):
+        far = self.serial + "-B"
+        self.create_token("b", far, 7)
+        for serial, name in ((self.serial, "near"), (far, "far")):
+            self.change(0, "append", "--device", serial, "--name", name, NAME_SEAL)
+        self.fail_device("slow 500")
+        tool = self.start("delete", "--yes", "name:near", "name:far")
+        tool.wait_for(b"): ")
+        tool.type(PASSWORD + "\n")
+        self.wait_for_write()
+        tool.process.send_signal(signal.SIGINT)
+        self.assertEqual(tool.finish(), 130)
+        self.assertNotIn(b"Password of", tool.text)
+        self.heal_device()
+        self.assertEqual(list(self.stamps()), ["far"])
+
+
 class Progress(ToolCase):
     def test_what_takes_over_a_second_shows_it_and_erases_it(self):
         self.fail_device("slow 900")
@@ -163,6 +202,16 @@ class Progress(ToolCase):
         self.assertEqual(tool.finish(), 0)
         self.assertIn(b'writing "Seal" 1 s', tool.text)
         self.assertIn(b"\r\x1b[K", tool.text)
+
+    def test_the_bar_counts_the_steps_of_all_changes(self):
+        for name in ("one", "two"):
+            self.append(name, NAME_SEAL)
+        self.fail_device("slow 1300")
+        tool = Terminal(self.environment, "delete", "--yes", "--password-file",
+                        self.password_file, "name:one", "name:two")
+        self.assertEqual(tool.finish(), 0)
+        self.assertIn(b'[........................] 0/4 removing "one" 1 s', tool.text)
+        self.assertIn(b'[############............] 2/4 removing "two" 1 s', tool.text)
 
     def test_it_is_not_shown_when_quiet_or_without_a_terminal(self):
         self.fail_device("slow 900")

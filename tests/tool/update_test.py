@@ -39,6 +39,20 @@ class Update(ToolCase):
         self.change(0, "update", self.uuid, NAME_SEAL)
         self.assertEqual(self.recovery_folders(), [])
 
+    def test_quiet_and_verbose_say_less_and_more(self):
+        self.assertEqual(self.change(0, "update", self.uuid, NAME_SEAL, "-q").stderr, b"")
+        usual = self.change(0, "update", self.uuid, COMPANY).stderr
+        self.assertEqual(usual.count(b"\n"), 1)
+        self.assertIn(b"verified", usual)
+        more = self.change(0, "update", self.uuid, NAME_SEAL, "-v").stderr
+        for text in (b"the password of", b"is kept in", b"1 stamps read back and compared"):
+            self.assertIn(text, more)
+
+    def test_quiet_leaves_out_warnings_but_not_failures(self):
+        self.password_file.chmod(0o644)
+        self.assertEqual(self.change(0, "-q", "update", self.uuid, NAME_SEAL).stderr, b"")
+        self.assertIn(b"no stamp", self.expect(6, "-q", "show", "name:missing").stderr)
+
     def test_a_refused_change_leaves_the_old_stamp(self):
         self.fail_device("fail 1")
         done = self.change(1, "update", self.uuid, NAME_SEAL)

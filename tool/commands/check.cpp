@@ -73,39 +73,69 @@ bool _is_wanted(context& run, const check_options& options, const repair_plan& p
     return options.yes || confirm(run, "Repair?", "--yes");
 }
 
+std::string _kept_text(const recovery& kept) {
+    return "\nThe old list and its stamps are kept; put them back with: vemra-stamp restore "
+           "--replace " +
+           kept.path();
+}
+
 // Every stamp that was readable must be so still, and the list must be the planned one.
-void _verify(context& run, const device_id& device, const repair_plan& plan,
-             const std::vector<stamp>& before, const std::string& kept) {
-    const bool is_planned = read_mapping(run.tokens(), device).entries == plan.mapping;
-    const std::vector<stamp> after = run.tokens().all_stamps(device);
-    std::string missing;
+std::string _what_is_wrong(context& run, const device_id& device, const repair_plan& plan,
+                           const std::vector<stamp>& before) {
+    std::string wrong;
+    if (read_mapping(run.tokens(), device).entries != plan.mapping) {
+        wrong = "\n  the list is not the planned one";
+    }
+    const std::vector<stamp> after = run.tokens().stamps(device).stamps;
     for (const stamp& one : before) {
-        if (one.data.empty()) continue;
         const bool is_there = std::any_of(after.begin(), after.end(), [&](const stamp& other) {
             return other.uuid == one.uuid && other.name == one.name && other.data == one.data;
         });
-        if (!is_there) missing += "\n  " + describe(one) + " is not readable any more";
+        if (!one.data.empty() && !is_there) {
+            wrong += "\n  " + describe(one) + " is not readable any more";
+        }
     }
-    if (is_planned && missing.empty()) return;
+    return wrong;
+}
+
+void _verify(context& run, const device_id& device, const repair_plan& plan,
+             const std::vector<stamp>& before, const recovery& kept) {
+    std::string wrong;
+    try {
+        wrong = _what_is_wrong(run, device, plan, before);
+    } catch (const failure& error) {
+        wrong = std::string("\n  ") + error.what();
+    }
+    if (wrong.empty()) return;
     throw failure(exit_code::check_failed,
-                  "the repaired list is not what was planned" + missing +
-                      "\nThe old record is kept in " + kept,
-                  {{"recovery", kept}});
+                  "the repair was written, but not verified:" + wrong + _kept_text(kept),
+                  {{"recovery", kept.path()}});
+}
+
+recovery _keep(const device_id& device, const device_contents& contents,
+               const std::vector<stamp>& stamps) {
+    archive kept{device, {}};
+    for (const stamp& one : stamps) {
+        if (!one.data.empty()) kept.stamps.push_back({one.name, one.data, 0, one.uuid});
+    }
+    recovery files(kept);
+    files.add("mapping-record", contents.record.bytes);
+    return files;
 }
 
 void _write(context& run, const device_id& device, const device_contents& contents,
             const repair_plan& plan) {
     const std::vector<stamp> before = run.tokens().stamps(device).stamps;
-    recovery kept("mapping-record", contents.record.bytes);
     const interruption::hold held;
+    recovery kept = _keep(device, contents, before);
+    const progress shown(run.out, "repairing " + describe(device));
     try {
         run.tokens().write_slot(device, mapping_slot, plan.record);
     } catch (const failure& error) {
-        throw failure(exit_code::failed,
-                      std::string(error.what()) + "\nThe old record is kept in " + kept.path(),
+        throw failure(exit_code::failed, error.what() + _kept_text(kept),
                       {{"recovery", kept.path()}});
     }
-    _verify(run, device, plan, before, kept.path());
+    _verify(run, device, plan, before, kept);
     kept.discard();
 }
 
@@ -117,7 +147,8 @@ void _repair(context& run, const check_options& options) {
     const repair_plan plan = plan_repair(run.tokens(), contents, names);
     run.result["repaired"] = false;
     if (plan.steps.empty()) {
-        run.out.note("nothing to repair");
+        run.out.note(contents.findings.empty() ? "nothing to repair"
+                                               : "a repair can mend none of this");
         return;
     }
     if (!_is_wanted(run, options, plan)) throw failure(exit_code::usage, "nothing was changed");

@@ -57,6 +57,7 @@ void _delete_on(context& run, const device_id& device, const std::vector<stamp>&
     for (const stamp& one : stamps) {
         _require_unchanged(change, one);
     }
+    change.expect(stamps.size());
     change.authorise();
     for (const stamp& one : stamps) {
         change.remove(one);

@@ -32,7 +32,9 @@ void _describe_device(context& run, const device_id& device,
 void _devices(context& run) {
     run.result["devices"] = json::array();
     std::vector<std::vector<std::string>> rows{{"SERIAL NUMBER", "TYPE", "STAMPS", "FREE"}};
-    for (const device_id& device : run.tokens().devices()) {
+    const std::vector<device_id> attached = run.tokens().devices();
+    warn_of_errors(run);
+    for (const device_id& device : attached) {
         _describe_device(run, device, rows);
     }
     run.out.print(table(rows));

@@ -60,10 +60,11 @@ void _carry_out(context& run, device_change& change, const restore_item& item) {
     }
 }
 
-bool _is_any_changing(const std::vector<restore_item>& items) {
-    return std::any_of(items.begin(), items.end(), [](const restore_item& item) {
+std::size_t _count_changes(const std::vector<restore_item>& items) {
+    const auto changes = std::count_if(items.begin(), items.end(), [](const restore_item& item) {
         return item.what == action::append || item.what == action::replace;
     });
+    return static_cast<std::size_t>(changes);
 }
 
 void _restore(context& run, const restore_options& options) {
@@ -76,7 +77,9 @@ void _restore(context& run, const restore_options& options) {
     device_change change(run, device);
     const std::vector<restore_item> items = plan_restore(kept, change.stamps(), options.replace);
     _note_rest(run, items);
-    if (!_is_any_changing(items)) return;
+    const std::size_t changes = _count_changes(items);
+    if (changes == 0) return;
+    change.expect(changes);
     change.authorise();
     try {
         for (const restore_item& item : items) {

@@ -1,7 +1,7 @@
 #include "commands/commands.h"
 #include "file.h"
 #include "html.h"
-#include "progress.h"
+#include "selector.h"
 
 namespace vemra::tool {
 
@@ -12,13 +12,8 @@ struct sheet_options {
     bool force = false;
 };
 
-stamp_list _read(context& run) {
-    const progress shown(run.out, "reading stamps");
-    return run.tokens().stamps();
-}
-
 void _sheet(context& run, const sheet_options& options) {
-    const stamp_list list = _read(run);
+    const stamp_list list = read_all_stamps(run);
     warn_of_errors(run);
     write_file(options.file, make_sheet(list.stamps),
                options.force ? existing::replace : existing::keep);

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "core/basic_stamp.h"
+#include "core/log.h"
 #include "core/stamp_info_mapping.h"
 #include "stamp_library.h"
 #include "vemra_crypto.h"
@@ -67,9 +68,13 @@ std::vector<device_id> device_tokens::list_devices() {
     std::vector<device_id> ids;
     for (const auto& device : crypto::device::get_all_devices(-1, 0)) {
         if (device->get_handle() == nullptr) continue;
-        const device_id id{device->get_serial_number(), device->get_type()};
-        devices_.push_back({id, device});
-        ids.push_back(id);
+        try {
+            const device_id id{device->get_serial_number(), device->get_type()};
+            devices_.push_back({id, device});
+            ids.push_back(id);
+        } catch (const std::exception& error) {
+            LOG_ERROR("Unable to read a device, because: %s.", error.what());
+        }
     }
     return ids;
 }
