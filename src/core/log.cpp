@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 #include <cstring>
-#include <string>
+#include <memory>
 #include <string_view>
 
 namespace vemra::app::stamp {
@@ -25,46 +25,49 @@ inline char* _put(char* at, text piece) {
     return at + piece.size();
 }
 
-// Lines are half the cost of a small stamp. So the format is allocated once, at its full length,
-// and this is inline: the pieces of known length are then copied without a call.
+// Lines are half the cost of a small stamp. So the format is allocated once, at its full length and
+// without zero bytes to begin with, and this is inline: the pieces of known length are then copied
+// without a call.
 inline void _print(text begin, text function, text message, text end, va_list arguments) {
-    std::string format(
-        begin.size() + function.size() + before_message.size() + message.size() + end.size(), '\0');
-    char* at = _put(format.data(), begin);
+    const std::unique_ptr<char[]> format(
+        new char[begin.size() + function.size() + before_message.size() + message.size() +
+                 end.size() + 1]);
+    char* at = _put(format.get(), begin);
     at = _put(at, function);
     at = _put(at, before_message);
     at = _put(at, message);
-    _put(at, end);
+    at = _put(at, end);
+    *at = '\0';
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    std::vprintf(format.c_str(), arguments);
+    std::vprintf(format.get(), arguments);
 #pragma GCC diagnostic pop
 }
 
 }  // namespace
 
-void log_verbose(const char* function, const char* message, ...) {
+void log_verbose(text function, text message, ...) {
     va_list arguments;
     va_start(arguments, message);
     _print(verbose_begin, function, message, no_location, arguments);
     va_end(arguments);
 }
 
-void log_debug(const char* function, const char* message, ...) {
+void log_debug(text function, text message, ...) {
     va_list arguments;
     va_start(arguments, message);
     _print(debug_begin, function, message, no_location, arguments);
     va_end(arguments);
 }
 
-void log_error(const char* function, const char* message, ...) {
+void log_error(text function, text message, ...) {
     va_list arguments;
     va_start(arguments, message);
     _print(error_begin, function, message, location, arguments);
     va_end(arguments);
 }
 
-void log_fatal(const char* function, const char* message, ...) {
+void log_fatal(text function, text message, ...) {
     va_list arguments;
     va_start(arguments, message);
     _print(fatal_begin, function, message, location, arguments);

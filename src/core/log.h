@@ -2,6 +2,7 @@
 #define CORE_LOG_H
 
 #include <cstdio>
+#include <string_view>
 
 /*
  * The trace: one line per event on standard output, printed at once with a single printf, never
@@ -33,13 +34,16 @@
 
 namespace vemra::app::stamp {
 
-/* The operations behind the macros. */
+/*
+ * The operations behind the macros. They take views because the compiler then counts the characters
+ * of the macros' constants, not the running program.
+ */
 
-void log_verbose(const char* function, const char* message, ...);
-void log_debug(const char* function, const char* message, ...);
+void log_verbose(std::string_view function, std::string_view message, ...);
+void log_debug(std::string_view function, std::string_view message, ...);
 /* The last two arguments are the source file and line. */
-void log_error(const char* function, const char* message, ...);
-void log_fatal(const char* function, const char* message, ...);
+void log_error(std::string_view function, std::string_view message, ...);
+void log_fatal(std::string_view function, std::string_view message, ...);
 
 }  // namespace vemra::app::stamp
 
