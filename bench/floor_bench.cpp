@@ -3,7 +3,8 @@
 //     floor_bench NAME SECONDS FOLDER
 //
 // NAME is the device library's, for the table. About SECONDS go into each row. FOLDER receives
-// NAME.samples with all samples and NAME.ratios with the rows of the table, tab-separated.
+// NAME.samples with all samples and NAME.ratios with the rows of the table: operation, bytes,
+// ratio, microseconds of the library, of the floor. Tab-separated.
 
 #include <cstdlib>
 #include <fstream>
@@ -31,7 +32,8 @@ void _report(const char* operation, std::size_t size, const std::vector<bench::s
     }
     const double ratio = bench::median_ratio(pairs);
     const bench::sample_pair typical = bench::medians(pairs);
-    files.ratios << operation << '\t' << size << '\t' << ratio << '\n';
+    files.ratios << operation << '\t' << size << '\t' << ratio << '\t' << typical.library << '\t'
+                 << typical.floor << '\n';
     std::fprintf(files.table, "%-14s %8s %12.2f %12.2f %7.3f %7zu\n", operation,
                  bench::size_text(size).c_str(), typical.library, typical.floor, ratio,
                  pairs.size());

@@ -3,11 +3,13 @@
 //
 //     growth_bench FOLDER
 //
-// FOLDER receives growth.rows with the rows of the tables, tab-separated.
+// FOLDER receives growth.rows with the rows of the tables: what grows, how much of it, microseconds
+// of the library, of the floor, for one unit against the first row. Tab-separated.
 
 #include <fstream>
 
 #include "memory_device.h"
+#include "operations.h"
 #include "output.h"
 #include "program.h"
 #include "sampling.h"
@@ -34,11 +36,11 @@ public:
 
     void row(const std::string& amount, double units, const bench::sample_pair& time) {
         const double each = time.library / units;
-        const double ratio = time.library / time.floor;
         if (first_ == 0) first_ = each;
         std::fprintf(table_, "%26s %12.1f %12.1f %9.2f %12.2f %9.2f\n", amount.c_str(),
-                     time.library, time.floor, ratio, each, each / first_);
-        rows_ << what_ << '\t' << amount << '\t' << ratio << '\t' << each / first_ << '\n';
+                     time.library, time.floor, time.library / time.floor, each, each / first_);
+        rows_ << what_ << '\t' << amount << '\t' << time.library << '\t' << time.floor << '\t'
+              << each / first_ << '\n';
     }
 
     void note(const char* what, const std::string& amount, long value, const char* unit) {
@@ -57,15 +59,8 @@ private:
 bench::sample_pair _time_of_listing() {
     const auto library = bench::make_library_program();
     const auto floor = bench::make_floor_program();
-    const auto timed = [](bench::program& done_by) {
-        return [&done_by](int count) {
-            const double begin = bench::now();
-            for (int i = 0; i < count; ++i)
-                done_by.list_and_take();
-            return (bench::now() - begin) / count;
-        };
-    };
-    return bench::medians(bench::sample_in_turn(timed(*library), timed(*floor), seconds, pairs));
+    return bench::medians(bench::sample_in_turn(bench::timed_listing(*library),
+                                                bench::timed_listing(*floor), seconds, pairs));
 }
 
 void _grow_devices(growth_table& table) {

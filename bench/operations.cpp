@@ -1,7 +1,5 @@
 #include "operations.h"
 
-#include "sampling.h"
-
 namespace bench {
 
 namespace {
@@ -57,6 +55,10 @@ std::vector<operation> operations_on_stamps_of(std::size_t size) {
         _update(size),
         _remove_and_append("delete", size, false),
     };
+}
+
+timed_run timed_listing(program& done_by) {
+    return [&done_by](int count) { return _time(count, [&] { done_by.list_and_take(); }); };
 }
 
 }  // namespace bench

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "program.h"
+#include "sampling.h"
 
 namespace bench {
 
@@ -17,6 +18,9 @@ struct operation {
 
 /** All of them. Each leaves five stamps on the first device, as it found them. */
 std::vector<operation> operations_on_stamps_of(std::size_t size);
+
+/** Lists and takes all stamps that there are, over and over. */
+timed_run timed_listing(program& done_by);
 
 }  // namespace bench
 

@@ -1,6 +1,7 @@
 #include "sampling.h"
 
 #include <algorithm>
+#include <random>
 
 namespace bench {
 
@@ -52,10 +53,11 @@ std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_ru
                                         double seconds, std::size_t least_pairs) {
     const int times = std::max(_times_in_a_sample(library), _times_in_a_sample(floor));
     std::vector<sample_pair> pairs;
+    std::mt19937 order(1);
     const double end = now() + seconds * 1e6;
     while (pairs.size() < least_pairs || now() < end) {
         sample_pair pair{};
-        const bool library_first = pairs.size() % 2 == 0;
+        const bool library_first = order() % 2 == 0;
         if (library_first) pair.library = library(times);
         pair.floor = floor(times);
         if (!library_first) pair.library = library(times);

@@ -28,7 +28,8 @@ using timed_run = std::function<double(int count)>;
 
 /**
  * Takes samples of both in turn, each long enough to be timed well, for about `seconds` but at
- * least `least_pairs` times. Which of the two comes first changes with every pair.
+ * least `least_pairs` times. Which of the two comes first is drawn anew for every pair: something
+ * that happens every so many calls, as a device that tidies up does, must not always meet the same.
  */
 std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_run& floor,
                                         double seconds, std::size_t least_pairs);
