@@ -8,7 +8,8 @@
  * list of processes. Exit code: 0 done, 1 failed, 2 wrong use or a refused name.
  *
  * own_output keeps the trace apart, seal_input reads names, files and passwords, found_seal takes
- * seals out of the library's list. This file is what an application does with them.
+ * seals out of the library's list, harmless_text sees to it that a name or serial number on a token
+ * cannot command the terminal. This file is what an application does with them.
  */
 #define _POSIX_C_SOURCE 200809L
 #include <errno.h>
@@ -19,6 +20,7 @@
 #include <string.h>
 
 #include "found_seal.h"
+#include "harmless_text.h"
 #include "own_output.h"
 #include "seal_input.h"
 
@@ -40,6 +42,7 @@ static int ask_owner(const struct found_seal* seal, char** serial, int* type) {
     unsigned int length = 0;
     const int status = VemraAppStampGetStampOwnDevice(seal->record, serial, &length, type);
     if (status != VEMRA_APP_STAMP_SUCCESS) return say_failure("ask the token", status);
+    if (*serial != NULL) make_harmless(*serial);
     return 1;
 }
 
@@ -48,6 +51,7 @@ static int print_row(const struct found_seal* seal) {
     char* serial = NULL;
     int device_type = 0;
     if (!ask_owner(seal, &serial, &device_type)) return failed;
+    make_harmless(record->name);
     fprintf(output, "%.12s  %-7s  %8llu  %-12s  %11d  %s\n", seal->uuid_text,
             type_text(record->type), record->data_length, serial != NULL ? serial : "", device_type,
             record->name);
@@ -105,6 +109,7 @@ static int print_details(const struct found_seal* seal) {
         VemraAppStampFreeMemory(name);
         return failed;
     }
+    make_harmless(name);
     fprintf(output, "uuid         %s\n", seal->uuid_text);
     fprintf(output, "name         %s\n", name);
     fprintf(output, "type         %s\n", type_text(type));

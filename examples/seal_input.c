@@ -11,15 +11,7 @@
 #include <termios.h>
 #include <unistd.h>
 
-/* Besides the ASCII ones, UTF-8 knows the control characters U+0080 to U+009F: C2 80 to C2 9F. */
-static int has_control_character(const char* text) {
-    const unsigned char* byte = (const unsigned char*)text;
-    for (; *byte != 0; ++byte) {
-        if (*byte < 0x20 || *byte == 0x7f) return 1;
-        if (byte[0] == 0xc2 && byte[1] >= 0x80 && byte[1] <= 0x9f) return 1;
-    }
-    return 0;
-}
+#include "harmless_text.h"
 
 const char* seal_name_fault(const char* name) {
     if (name[0] == '\0') return "it is empty";

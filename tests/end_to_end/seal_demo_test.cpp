@@ -133,6 +133,19 @@ TEST_F(seal_demo, names_that_would_be_lost_are_refused) {
     EXPECT_TRUE(list().empty());
 }
 
+TEST_F(seal_demo, a_name_on_a_token_cannot_command_the_terminal) {
+    store("SN-1", 1, "Seal", "name_seal.png");
+    const std::string uuid = uuid_of("Seal");
+    const std::string entry = "red\x1b[31m\xc2\x9b next\n\xe6\x9e\x97&8130";
+    end_to_end::write_file(path("record"), std::string("\x1d\0\0\0\1", 5) + entry);
+    ASSERT_EQ(entry.size() + 5, 0x1du);
+    ASSERT_EQ(token_tool({"load", "office", "8127", path("record")}).exit_code, 0);
+
+    ASSERT_EQ(list().size(), 1u);
+    EXPECT_EQ(list()[0].name, "red?[31m?? next?林");
+    EXPECT_NE(seal({"show", uuid}).output.find("red?[31m?? next?林\n"), std::string::npos);
+}
+
 TEST_F(seal_demo, a_name_with_single_bars_survives) {
     store("SN-1", 1, "|East|West|", "name_seal.png");
 
