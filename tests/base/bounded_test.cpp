@@ -208,6 +208,13 @@ TEST_F(bounded, strcpy_reports_a_size_of_zero_by_both_size_conditions) {
     EXPECT_EQ(violated, (conditions_t{"dest_size > 0", source_fits}));
 }
 
+TEST_F(bounded, a_copy_is_reported_before_it_is_made) {
+    stop_at = source_fits;
+    EXPECT_THROW(__strcpy_s("caller.cpp", 7, dest_, 3, "abc"), std::runtime_error);
+    EXPECT_THROW(__memcpy_s("caller.cpp", 7, dest_, 3, "abcd", 4), std::runtime_error);
+    EXPECT_STREQ(dest_, "###############");
+}
+
 TEST_F(bounded, strcpy_reports_null_pointers_first) {
     stop_at = "dest_size > 0";
     EXPECT_THROW(__strcpy_s("caller.cpp", 7, nullptr, 0, "abc"), std::runtime_error);
