@@ -38,7 +38,8 @@ class Console:
         if self.shell == 0:
             os.dup2(commands, 9)
             os.chdir(directory)
-            os.execve("/bin/bash", ["bash", "--norc", "--noprofile", "-O", "expand_aliases", "-c", SHELL_LOOP], environment)
+            shell = ["bash", "--norc", "--noprofile", "-O", "expand_aliases", "-c", SHELL_LOOP]
+            os.execve("/bin/bash", shell, environment)
         os.close(commands)
 
     def close(self):

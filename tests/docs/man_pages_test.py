@@ -7,14 +7,30 @@ import subprocess
 import sys
 import tempfile
 
+# A constant, or a field of a structure.
+MEMBER = re.compile(r"^    (?=VEMRA_APP_STAMP_\w+ =|[a-z ]+\*? ?\w+;)(?:[a-z ]+\*? )?(\w+)",
+                    re.MULTILINE)
+
 source = pathlib.Path(sys.argv[1])
 faults = []
 
 
-def commands_of(program):
-    text = subprocess.run([program, "--help"], capture_output=True, text=True, check=True).stdout
+def help_of(*words):
+    return subprocess.run([*words, "--help"], capture_output=True, text=True, check=True).stdout
+
+
+def commands_of(*words):
+    text = help_of(*words)
+    if "Subcommands:" not in text:
+        return []
     table = text.split("Subcommands:\n")[1].split("\n\n")[0]
     return re.findall(r"^  (\w[\w-]*)", table, re.MULTILINE)
+
+
+def options_of(*words):
+    """The long options of a program and of all its commands."""
+    options = set(re.findall(r"^ +(?:-\w,)?(--[a-z-]+)", help_of(*words), re.MULTILINE))
+    return options.union(*(options_of(*words, command) for command in commands_of(*words)))
 
 
 for program in sys.argv[2:]:
@@ -25,6 +41,8 @@ for program in sys.argv[2:]:
         faults.append(f"{program} --help lists no commands")
     faults += [f"{page.name} says nothing of {name}" for name in commands
                if not re.search(rf"^\.B.*\b{name}\b", text, re.MULTILINE)]
+    faults += [f"{page.name} says nothing of {option}" for option in options_of(program)
+               if not re.search(rf"{option}\b", text) and option != "--help"]
 
 with tempfile.TemporaryDirectory() as directory:
     subprocess.run([source / "scripts/man-pages", source / "include/vemra_app_stamp.h", directory],
@@ -37,6 +55,18 @@ with tempfile.TemporaryDirectory() as directory:
     for page in pages:
         if ".SH DESCRIPTION" not in page.read_text(encoding="utf-8"):
             faults.append(f"{page.name} describes nothing")
+
+    header = (source / "include/vemra_app_stamp.h").read_text(encoding="utf-8")
+    overview = (pathlib.Path(directory) / "vemra_app_stamp.3").read_text(encoding="utf-8")
+    for member in MEMBER.findall(header):
+        if not re.search(rf"^\.B .*\b{member}\b", overview, re.MULTILINE):
+            faults.append(f"vemra_app_stamp.3 says nothing of {member}")
+    for declaration in re.findall(r"^VEMRA_APP_STAMP_API ([^;]+);", header, re.MULTILINE):
+        function = re.search(r"(VemraAppStamp\w+)\(", declaration)[1]
+        page = (pathlib.Path(directory) / f"{function}.3").read_text(encoding="utf-8")
+        told = re.findall(r"^\\fI(\w+)\\fP \(", page, re.MULTILINE)
+        if told != re.findall(r"(\w+)[,)]", declaration.replace("(void)", "()")):
+            faults.append(f"{function}.3 tells of the arguments {told}")
 
 print("\n".join(faults))
 sys.exit(bool(faults))

@@ -41,9 +41,9 @@ def status_codes(library):
     enumeration = header.split("enum {")[1].split("};")[0]
     names = {int(code): name for name, code in re.findall(r"(\w+) = (-?\d+)", enumeration)}
     text_of = texts(library.VemraAppStampGetErrorMessage, names)
+    rows = rows_of("docs/status-codes.md", "# Status codes")
     compare("docs/status-codes.md",
-            [(int(row[0]), row[1], row[2]) for row in rows_of("docs/status-codes.md", "# Status codes")
-             if re.fullmatch(r"-?\d+", row[0])],
+            [(int(row[0]), row[1], row[2]) for row in rows if re.fullmatch(r"-?\d+", row[0])],
             [(code, name, text_of[code]) for code, name in names.items()])
 
 
@@ -61,8 +61,8 @@ def output_of(*command):
 def exit_codes():
     told = output_of(stamp_tool, "help").split("Exit codes: ")[1]
     true = [int(code) for code in re.findall(r"(\d+) [a-z]", told)]
-    compare("tool/README.md, exit codes",
-            [int(row[0]) for row in rows_of("tool/README.md", "## For other programs") if row[0].isdigit()], true)
+    rows = rows_of("tool/README.md", "## For other programs")
+    compare("tool/README.md, exit codes", [int(row[0]) for row in rows if row[0].isdigit()], true)
     page = (pathlib.Path(source) / "docs/man/vemra-stamp.1").read_text(encoding="utf-8")
     compare("docs/man/vemra-stamp.1, exit codes",
             [int(code) for code in re.findall(r"^(\d+)\t", page, re.MULTILINE)], true)
