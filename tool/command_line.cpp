@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "commands/commands.h"
+#include "number_check.h"
 
 namespace vemra::tool {
 
@@ -32,13 +33,13 @@ void _add_common(CLI::App& program, common_options& options) {
     program.add_flag("-v,--verbose", options.verbose, "Say more");
     program.add_flag("--no-input", options.no_input, "Never ask on the terminal");
     program.add_option("--password-fd", options.password_fd, "Read the password from a descriptor")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(number_from_0())
         ->type_name("N");
     program.add_option("--password-file", options.password_file, "Read the password from a file")
         ->excludes("--password-fd")
         ->type_name("FILE");
     program.add_option("--timeout", options.timeout, "Seconds to wait for another run")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(number_from_0())
         ->capture_default_str()
         ->type_name("SECONDS");
     _add_debug(program, options);

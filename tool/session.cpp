@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "slots.h"
 #include "text.h"
 
 namespace vemra::tool {
@@ -14,6 +15,12 @@ std::string _list(const std::vector<device_id>& devices) {
         text += "\n  " + describe(device);
     }
     return text;
+}
+
+// Errors of an enumeration may be those of another device.
+bool _is_whole(session& tokens, const device_id& device, const stamp_list& list) {
+    const mapping_record record = read_mapping(tokens, device);
+    return record.faults.empty() && record.listed_slots().size() == list.stamps.size();
 }
 
 }  // namespace
@@ -87,13 +94,13 @@ stamp_list session::stamps(const std::optional<device_id>& only) {
 
 std::vector<stamp> session::all_stamps(const device_id& device) {
     stamp_list list = stamps(device);
-    if (list.unreadable > 0 || !errors_.empty()) {
-        throw failure(exit_code::failed,
-                      "the stamps of " + describe(device) + " cannot all be read: " + cause() +
-                          "\nSee: vemra-stamp check",
-                      {{"cause", cause()}});
-    }
-    return std::move(list.stamps);
+    if (list.unreadable == 0 && errors_.empty()) return std::move(list.stamps);
+    const std::string found = cause();
+    if (list.unreadable == 0 && _is_whole(*this, device, list)) return std::move(list.stamps);
+    throw failure(exit_code::failed,
+                  "the stamps of " + describe(device) + " cannot all be read: " + found +
+                      "\nSee: vemra-stamp check",
+                  {{"cause", found}});
 }
 
 int session::append(const device_id& device, const std::string& name, const std::string& data) {

@@ -21,6 +21,8 @@ class Devices(ToolCase):
         output = self.json(10, "devices")
         self.assertEqual([one["serial"] for one in output["result"]["devices"]], [self.serial])
         self.assertIn("Unable to read a device", output["warnings"][0])
+        self.change(0, "append", "--name", "Seal", COMPANY)
+        self.change(0, "update", "name:Seal", "--name", "New")
 
     def test_only_devices_that_do_not_answer_are_no_device(self):
         self.softtoken("fault", "add", "a", "GetType return=-1 lasting")

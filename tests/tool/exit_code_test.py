@@ -20,6 +20,10 @@ class ExitCode(ToolCase):
         self.assertIn(b"no command or option frobnicate", self.expect(2, "frobnicate").stderr)
         self.assertIn(b"See: vemra-stamp help show", self.expect(2, "show").stderr)
         self.expect(2, "list", "--frobnicate")
+        for option in ("--timeout", "--device-type", "--password-fd"):
+            for text in ("abc", "-1", "nan", "inf", "1x"):
+                self.assertIn(f"{option}: takes a number from 0 up, not {text}".encode(),
+                              self.expect(2, "list", f"{option}={text}").stderr)
         self.change(2, "append", "--name", "Seal", self.folder / "missing.png")
 
     def test_3_wrong_password(self):

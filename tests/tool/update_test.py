@@ -53,6 +53,15 @@ class Update(ToolCase):
         self.assertEqual(self.change(0, "-q", "update", self.uuid, NAME_SEAL).stderr, b"")
         self.assertIn(b"no stamp", self.expect(6, "-q", "show", "name:missing").stderr)
 
+    def test_nothing_is_written_while_a_stamp_cannot_be_read(self):
+        self.append("Other", NAME_SEAL)
+        before = self.stamps()
+        self.softtoken("fault", "add", "a", "ReadData slot=8131 return=-122 lasting")
+        done = self.change(1, "update", self.uuid, NAME_SEAL)
+        self.assertIn(b"cannot all be read: storage failed (-122)", done.stderr)
+        self.softtoken("fault", "clear", "a")
+        self.assertEqual(self.stamps(), before)
+
     def test_a_refused_change_leaves_the_old_stamp(self):
         self.fail_device("fail 1")
         done = self.change(1, "update", self.uuid, NAME_SEAL)

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "digest.h"
+#include "number_check.h"
 #include "selector.h"
 #include "text.h"
 
@@ -8,7 +9,7 @@ namespace vemra::tool {
 void add_device_options(CLI::App& command, device_options& device) {
     command.add_option("--device", device.serial, "Serial number of the device")->type_name("SN");
     command.add_option("--device-type", device.type, "Type of the device")
-        ->check(CLI::NonNegativeNumber.description(""))
+        ->check(number_from_0())
         ->type_name("N");
 }
 
