@@ -24,6 +24,13 @@ error_code _code_of(int result) {
     }
 }
 
+// SQLite quotes a damaged file; its bytes are nothing for a terminal or a log.
+std::string _printable(std::string text) {
+    for (char& byte : text)
+        if (byte < ' ' || byte > '~') byte = '?';
+    return text;
+}
+
 }  // namespace
 
 sqlite_connection::sqlite_connection(const std::string& path, int flags) : path_(path) {
@@ -65,7 +72,7 @@ void sqlite_connection::fail(int result) const {
     if ((result & 0xff) == SQLITE_CANTOPEN && sqlite3_system_errno(database_) != 0) {
         text = std::strerror(sqlite3_system_errno(database_));
     }
-    throw failure(_code_of(result), path_ + ": " + text);
+    throw failure(_code_of(result), path_ + ": " + _printable(text));
 }
 
 }  // namespace vemra::softtoken

@@ -70,6 +70,22 @@ TEST_F(softtoken_storage, second_look_at_a_file_keeps_the_locks_of_the_first) {
     first.connection().execute("UPDATE slot SET length = 0");
 }
 
+TEST_F(softtoken_storage, failure_of_a_damaged_file_quotes_no_raw_bytes) {
+    make_token("one");
+    std::string path = directory("one") + "/token.db";
+    std::string bytes = file_bytes(path);
+    std::size_t name = bytes.find("tableslotslot");
+    ASSERT_NE(name, std::string::npos);
+    bytes.replace(name + 5, 4, "\x1b[\xffm");
+    write_file(path, bytes);
+    try {
+        token_database(path).info();
+        FAIL() << "a damaged file was read";
+    } catch (const failure& damage) {
+        EXPECT_EQ(damage.what(), path + ": malformed database schema (?[?m)");
+    }
+}
+
 TEST_F(softtoken_storage, change_that_is_not_committed_leaves_no_trace) {
     make_token("one");
     token_database database(database_path(directory("one")));
