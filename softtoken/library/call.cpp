@@ -1,5 +1,6 @@
 #include "library/call.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <array>
@@ -38,8 +39,22 @@ fault_plan _plan_from_environment() {
     }
 }
 
+environment_faults& _environment_faults();
+
+void _hold_environment_faults() {
+    _environment_faults().mutex.lock();
+}
+
+void _release_environment_faults() {
+    _environment_faults().mutex.unlock();
+}
+
+// A child made by fork must not find them held by a thread that it does not have.
 environment_faults& _environment_faults() {
     static auto& faults = *new environment_faults{{}, _plan_from_environment()};
+    static const int registered = pthread_atfork(
+        _hold_environment_faults, _release_environment_faults, _release_environment_faults);
+    static_cast<void>(registered);
     return faults;
 }
 

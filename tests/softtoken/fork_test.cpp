@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 
 #include "token_fixture.h"
@@ -64,6 +65,30 @@ TEST_F(softtoken_fork, child_of_a_process_with_busy_threads_works) {
     bool all_worked = true;
     for (int round = 0; round < 10; ++round) {
         all_worked &= in_child([&] { return slot_bytes(device(), 8130).size() == 5; });
+    }
+    stop = true;
+    busy.join();
+    EXPECT_TRUE(all_worked);
+}
+
+// Counting for many faults takes long, so that a fork meets a thread that is at it.
+TEST(softtoken_fork_with_faults, child_finds_the_faults_of_the_environment_free) {
+    std::string faults;
+    for (int i = 0; i < 3000; ++i)
+        faults += "HashUpdate call=1000000 null;";
+    setenv("VEMRA_SOFTTOKEN_FAULTS", faults.c_str(), 1);
+    device_owner pseudo(VemraPKICryptoGetPseudoDevice(), VemraPKICryptoFreeDevice);
+    std::atomic<bool> stop{false};
+    std::thread busy([&] {
+        while (!stop)
+            VemraPKICryptoGetType(pseudo.get());
+    });
+    bool all_worked = true;
+    for (int round = 0; round < 20; ++round) {
+        all_worked &= in_child([&] {
+            alarm(20);
+            return VemraPKICryptoGetType(pseudo.get()) == 0;
+        });
     }
     stop = true;
     busy.join();
