@@ -1,5 +1,9 @@
 #include "store/certificate.h"
 
+#include <openssl/err.h>
+#include <openssl/x509.h>
+
+#include "store/failure.h"
 #include "store/key_table.h"
 #include "token_fixture.h"
 
@@ -98,6 +102,24 @@ TEST_F(softtoken_certificates, bytes_that_are_no_certificate_give_null) {
     EXPECT_EQ(certificate_from(first_.der + "x"), nullptr);
     EXPECT_EQ(certificate_from(first_.der.substr(0, 50)), nullptr);
     EXPECT_EQ(certificate_from(""), nullptr);
+}
+
+TEST_F(softtoken_certificates, failures_leave_the_programs_openssl_errors_alone) {
+    ERR_raise(ERR_LIB_USER, 77);
+    EXPECT_EQ(certificate_from("no certificate"), nullptr);
+    EXPECT_THROW(vemra::softtoken::certificate_from_any("nor this"), vemra::softtoken::failure);
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 77);
+    EXPECT_EQ(ERR_get_error(), 0U);
+}
+
+TEST_F(softtoken_certificates, private_key_is_kept_as_pkcs_8) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(first_.private_key.data());
+    std::unique_ptr<PKCS8_PRIV_KEY_INFO, decltype(&PKCS8_PRIV_KEY_INFO_free)> key(
+        d2i_PKCS8_PRIV_KEY_INFO(nullptr, &bytes, static_cast<long>(first_.private_key.size())),
+        PKCS8_PRIV_KEY_INFO_free);
+    EXPECT_NE(key, nullptr);
+    EXPECT_EQ(vemra::softtoken::public_half_of(first_.private_key),
+              vemra::softtoken::public_key_of(first_.der));
 }
 
 TEST_F(softtoken_certificates, format_1_is_der_and_format_2_is_pem) {

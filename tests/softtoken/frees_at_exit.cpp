@@ -1,7 +1,7 @@
 /*
- * Reads slot 8130 of the first device and frees a device, a certificate and a hash handle in static
- * destructors, which run after everything that was made later is gone. Prints the slot's bytes and
- * "freed".
+ * Reads slot 8130 of the first device and frees a device handle, a hash handle and a text in a
+ * static destructor, which runs after everything that was made later is gone. Prints the slot's
+ * bytes and "freed".
  */
 #include <unistd.h>
 

@@ -1,4 +1,5 @@
 #include <signal.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <thread>
@@ -82,6 +83,23 @@ TEST_F(softtoken_processes, what_a_killed_process_wrote_is_there) {
         return true;
     }));
     EXPECT_EQ(slot_bytes(device_at().get(), 8130), "bytes");
+}
+
+TEST_F(softtoken_processes, write_that_the_disk_does_not_take_leaves_the_old_bytes) {
+    make_token("one");
+    device_owner device = device_at();
+    ASSERT_EQ(log_in(device.get()), 1);
+    std::string old_bytes(300000, 'a');
+    ASSERT_EQ(fill_slot(device.get(), 8130, old_bytes), 1);
+    EXPECT_TRUE(in_child([&] {
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit narrow{100000, 100000};
+        return log_in(device.get()) == 1 && setrlimit(RLIMIT_FSIZE, &narrow) == 0 &&
+               write_slot(device.get(), 8130, std::string(300000, 'b')) == -122 &&
+               slot_bytes(device.get(), 8130) == old_bytes;
+    }));
+    EXPECT_EQ(slot_bytes(device.get(), 8130), old_bytes);
+    EXPECT_EQ(write_slot(device.get(), 8130, std::string(300000, 'c')), 1);
 }
 
 TEST_F(softtoken_processes, threads_share_tokens_without_loss) {
