@@ -4,7 +4,9 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 #include "admin/arguments.h"
@@ -13,19 +15,56 @@ namespace vemra::softtoken::admin {
 
 namespace {
 
+constexpr std::size_t longest_password = 1024;
+
+volatile std::sig_atomic_t _interruption = 0;
+
+void _note_interruption(int number) {
+    _interruption = number;
+}
+
+// While it lives, signals that would end the program only end the reading.
+class held_interruptions {
+public:
+    held_interruptions() {
+        struct sigaction noting {};
+        noting.sa_handler = _note_interruption;
+        for (std::size_t i = 0; i < signals.size(); ++i) {
+            sigaction(signals[i], nullptr, &before_[i]);
+            if (before_[i].sa_handler != SIG_IGN) sigaction(signals[i], &noting, nullptr);
+        }
+    }
+    ~held_interruptions() {
+        for (std::size_t i = 0; i < signals.size(); ++i)
+            sigaction(signals[i], &before_[i], nullptr);
+    }
+    held_interruptions(const held_interruptions&) = delete;
+    held_interruptions& operator=(const held_interruptions&) = delete;
+
+private:
+    static constexpr std::array<int, 4> signals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+    std::array<struct sigaction, signals.size()> before_{};
+};
+
 // Byte by byte, so that nothing after the line is taken from a shared descriptor.
 std::string _read_line(int descriptor, const std::string& source) {
     std::string line;
     for (;;) {
         char byte = 0;
         ssize_t got = ::read(descriptor, &byte, 1);
-        if (got < 0 && errno == EINTR) continue;
+        if (got < 0 && errno == EINTR && _interruption == 0) continue;
+        if (_interruption != 0) return {};
         if (got < 0) {
             throw command_failure(exit_failed, "cannot read the password from " + source + ": " +
                                                    std::strerror(errno));
         }
         if (got == 0 || byte == '\n') return line;
         line += byte;
+        if (line.size() > longest_password) {
+            throw command_failure(exit_failed, "the first line of " + source + " is longer than " +
+                                                   std::to_string(longest_password) +
+                                                   " bytes: that is no password");
+        }
     }
 }
 
@@ -56,12 +95,15 @@ std::string _prompt(const std::string& text) {
     }
     std::string line;
     {
+        held_interruptions held;
         silent_terminal silent(terminal);
         dprintf(terminal, "%s: ", text.c_str());
         line = _read_line(terminal, "the terminal");
     }
     dprintf(terminal, "\n");
     close(terminal);
+    // The terminal shows what is typed again: now the program may end.
+    if (_interruption != 0) raise(_interruption);
     return line;
 }
 
@@ -100,6 +142,11 @@ std::string password_input::read_new() const {
     if (password.empty()) {
         throw command_failure(exit_usage,
                               "the " + what_ + " is empty: give at least one character");
+    }
+    if (password.find('\0') != std::string::npos) {
+        throw command_failure(exit_usage, "the " + what_ +
+                                              " has a zero byte, which no program "
+                                              "could ever give: use printable text");
     }
     if (!is_given() && _prompt(what_ + ", again") != password) {
         throw command_failure(exit_usage, "the two entries differ: nothing was changed");

@@ -1,8 +1,10 @@
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 
 #include "token_fixture.h"
 
@@ -42,6 +44,19 @@ public:
     }
     const std::string& shown() const { return shown_; }
 
+    // The signal that ended the program; 0 when none did.
+    int end_signal() {
+        while (read_more()) {
+        }
+        int status = 0;
+        waitpid(child_, &status, 0);
+        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    }
+    bool shows_what_is_typed() const {
+        termios state{};
+        return tcgetattr(master_, &state) == 0 && (state.c_lflag & ECHO) != 0;
+    }
+
 private:
     bool read_more() {
         std::array<char, 256> part{};
@@ -75,5 +90,13 @@ TEST_F(softtoken_prompt, differing_entries_change_nothing) {
     ASSERT_TRUE(screen.type_after("password of the new token, again: ", "other secret"));
     EXPECT_EQ(screen.exit_status(), 2);
     EXPECT_NE(screen.shown().find("the two entries differ"), std::string::npos);
+    EXPECT_EQ(attached_count(), 0);
+}
+
+TEST_F(softtoken_prompt, interrupted_prompt_leaves_a_terminal_that_shows_what_is_typed) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.type_after("password of the new token: ", "half of it\x03"));
+    EXPECT_EQ(screen.end_signal(), SIGINT);
+    EXPECT_TRUE(screen.shows_what_is_typed());
     EXPECT_EQ(attached_count(), 0);
 }
