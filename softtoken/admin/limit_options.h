@@ -1,4 +1,4 @@
-/** The options that set a token's limits: a named profile, and single values over it. */
+/** The options that set how a token behaves: a named profile, and single values over it. */
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -10,13 +10,23 @@
 
 namespace vemra::softtoken::admin {
 
+struct token_profile {
+    token_limits limits;
+    login_scope login = login_scope::process;
+    int retries = 10;
+};
+
 class limit_options {
 public:
     void add_to(CLI::App& command);
-    void apply_to(token_limits& limits) const;
+    void apply_to(token_profile& profile) const;
+    /* Whether any of the options was given. */
+    bool is_given() const;
 
 private:
     std::string profile_;
+    std::string login_;
+    std::optional<int> retries_;
     std::optional<std::int64_t> capacity_;
     std::optional<std::int64_t> slot_size_;
     std::optional<std::int64_t> slots_;

@@ -1,7 +1,7 @@
 /** vemra-softtoken, the admin tool of the software token. */
 #include <cstdio>
 #include <exception>
-#include <new>
+#include <string>
 
 #include "admin/arguments.h"
 #include "store/failure.h"
@@ -35,6 +35,17 @@ int _run(int argc, char** argv) {
     return exit_done;
 }
 
+const char* _advice(error_code code) {
+    switch (code) {
+        case error_code::damaged:
+            return ": see what \"vemra-softtoken fsck\" says";
+        case error_code::busy:
+            return ": another program holds the token, try again when it is done";
+        default:
+            return "";
+    }
+}
+
 int _complain(int status, const char* message) {
     std::fflush(stdout);
     std::fprintf(stderr, "vemra-softtoken: %s\n", message);
@@ -49,7 +60,7 @@ int main(int argc, char** argv) {
     } catch (const command_failure& error) {
         return _complain(error.status(), error.what());
     } catch (const failure& error) {
-        return _complain(exit_failed, error.what());
+        return _complain(exit_failed, (error.what() + std::string(_advice(error.code()))).c_str());
     } catch (const std::exception& error) {
         return _complain(exit_failed, error.what());
     }

@@ -18,7 +18,6 @@ namespace {
 
 struct create_options {
     std::string name;
-    std::string login = name_of(login_scope::process);
     new_token token;
     limit_options limits;
     password_input password{"", "password of the new token"};
@@ -58,9 +57,13 @@ void _create(create_options& options) {
     _printable("serial number", info.serial_number);
     _printable("label", info.label);
     if (info.label.empty()) info.label = options.name;
-    info.login = login_scope_from(options.login).value();
-    options.limits.apply_to(info.limits);
+    token_profile profile;
+    options.limits.apply_to(profile);
+    info.limits = profile.limits;
+    info.login = profile.login;
+    options.token.retries = profile.retries;
     options.token.attached = !options.detached;
+    require_free_name(root_directory(), options.name);
     _require_unique(info);
     options.token.password = options.password.read_new();
     create_token(root_directory(), options.name, options.token);
@@ -82,12 +85,6 @@ void _add_create(CLI::App& program) {
         ->capture_default_str()
         ->check(CLI::Range(0, 0x7fffffff));
     command->add_option("--label", info.label, "Label; the name by default");
-    command->add_option("--login", options->login, "For whom a verified password counts")
-        ->capture_default_str()
-        ->check(CLI::IsMember({"process", "handle", "none"}));
-    command->add_option("--retries", options->token.retries, "Password attempts before it locks")
-        ->capture_default_str()
-        ->check(CLI::Range(1, 1000));
     options->limits.add_to(*command);
     command
         ->add_option("--password-cost", options->token.password_cost,

@@ -127,14 +127,15 @@ int token::read_slot(int id, unsigned char* buffer, int buffer_size) {
     return look([&](open_token& open) { return open.slots.read(id, buffer, buffer_size); });
 }
 
-login& token::login_of(login& device_login) {
-    return info_.login == login_scope::handle ? device_login : process_login_;
+login& token::login_of(const open_token& open, login& device_login) {
+    return open.info.login == login_scope::handle ? device_login : process_login_;
 }
 
 void token::change_slots(login& device_login, const std::function<void(open_token&)>& change) {
     std::lock_guard<std::mutex> lock(mutex_);
     open_token& open = start_call(std::max(call_frame::current().facts().size, 0));
-    if (info_.login != login_scope::none && !login_of(device_login).holds(open.plugged)) {
+    bool needs_login = open.info.login != login_scope::none;
+    if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
     }
     transaction changing(open.database);
@@ -166,7 +167,7 @@ void token::delete_slot(login& device_login, int id) {
 void token::verify_password(login& device_login, const char* password, int& retries) {
     std::lock_guard<std::mutex> lock(mutex_);
     open_token& open = start_call();
-    login& state = login_of(device_login);
+    login& state = login_of(open, device_login);
     state.end();
     check_password(open.database, open.passwords, directory_, password, retries);
     state.begin(open.plugged);

@@ -61,7 +61,7 @@ private:
     open_token& start_call(int bytes = 0);
     void fire_due_faults(open_token& open);
     bool take_away(open_token& open, const fault& spent);
-    login& login_of(login& device_login);
+    login& login_of(const open_token& open, login& device_login);
     void change_slots(login& device_login, const std::function<void(open_token&)>& change);
 
     template <typename Inspect>

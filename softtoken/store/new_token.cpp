@@ -143,13 +143,18 @@ void require_token_name(const std::string& name) {
                   "begins with a letter, a digit or an underscore");
 }
 
+void require_free_name(const std::string& root, const std::string& name) {
+    std::string place = root + "/" + name;
+    if (!std::filesystem::exists(place)) return;
+    throw failure(error_code::bad_argument,
+                  place + " is there already: choose another name, or remove that token first");
+}
+
 void create_token(const std::string& root, const std::string& name, const new_token& token) {
     require_token_name(name);
     make_root(root);
+    require_free_name(root, name);
     std::string place = root + "/" + name;
-    if (std::filesystem::exists(place)) {
-        throw failure(error_code::bad_argument, "there is a token \"" + name + "\" already");
-    }
     std::string draft = root + "/." + name + "." + random_hex(8);
     if (mkdir(draft.c_str(), 0700) != 0) fail_with_errno(draft);
     try {

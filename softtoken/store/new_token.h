@@ -29,6 +29,9 @@ void make_root(const std::string& root);
 /* Random bytes as lower-case hexadecimal text. */
 std::string random_hex(std::size_t bytes);
 
+/* Throws bad_argument when something of that name lies in the root. */
+void require_free_name(const std::string& root, const std::string& name);
+
 /* Throws bad_argument unless the text can name a token's directory. */
 void require_token_name(const std::string& name);
 

@@ -24,6 +24,14 @@ void password_table::set_retries_left(int left) {
     sqlite_query(set_retries_).bind(1, left).run();
 }
 
+void password_table::set_most_retries(int most) {
+    sqlite_statement statement(
+        connection_,
+        "UPDATE password SET retries = ?1, retries_left = CASE WHEN retries_left <= 0 THEN 0"
+        " ELSE max(1, ?1 - (retries - retries_left)) END");
+    sqlite_query(statement).bind(1, most).run();
+}
+
 void password_table::replace(const password_hash& hash) {
     sqlite_statement statement(
         connection_, "UPDATE password SET cost = ?1, salt = ?2, hash = ?3, retries_left = retries");

@@ -19,6 +19,8 @@ public:
     password_hash hash();
     retry_counter retries();
     void set_retries_left(int left);
+    /* Attempts that were taken stay taken; one is left unless the token is locked. */
+    void set_most_retries(int most);
     /* Stores another password and gives back all retries. */
     void replace(const password_hash& hash);
 

@@ -3,6 +3,7 @@
 #include <array>
 #include <climits>
 #include <cstring>
+#include <fstream>
 #include <string_view>
 
 #include "store/failure.h"
@@ -42,6 +43,19 @@ void _require_token(const sqlite_connection& connection) {
     }
 }
 
+// SQLite would silently throw away a log that does not begin like one, and what was committed to
+// it. A log of zero bytes is what a power cut may leave of one that nothing was committed to.
+void _require_sound_log(const std::string& path) {
+    std::ifstream log(path, std::ios::binary);
+    std::array<char, 32> start{};
+    if (!log.read(start.data(), start.size())) return;
+    std::string_view bytes(start.data(), start.size());
+    bool begins_like_one = bytes.substr(0, 3) == "\x37\x7f\x06" && (bytes[3] | 1) == '\x83';
+    if (begins_like_one || bytes.find_first_not_of('\0') == std::string_view::npos) return;
+    throw failure(error_code::damaged,
+                  path + ": damaged log; move it away to go on with the state before it");
+}
+
 }  // namespace
 
 void require_token_database(const std::string& path) {
@@ -50,6 +64,7 @@ void require_token_database(const std::string& path) {
 
 token_database::token_database(const std::string& path) : connection_(path, SQLITE_OPEN_READWRITE) {
     _require_token(connection_);
+    _require_sound_log(path + "-wal");
     // Full synchronisation makes each commit durable before the call returns. A process that ends
     // without closing leaves its log behind; the next one to open the token takes it in.
     connection_.execute(
@@ -84,17 +99,18 @@ token_info token_database::info() {
     return info;
 }
 
-void token_database::set_limits(const token_limits& limits) {
+void token_database::set_behaviour(const token_limits& limits, login_scope login) {
     sqlite_statement statement(
         connection_,
         "UPDATE token SET capacity = ?1, slot_size = ?2, slots = ?3, call_microseconds = ?4,"
-        " bytes_per_second = ?5");
+        " bytes_per_second = ?5, login_scope = ?6");
     sqlite_query(statement)
         .bind(1, limits.capacity)
         .bind(2, limits.slot_size)
         .bind(3, limits.slots)
         .bind(4, limits.call_microseconds)
         .bind(5, limits.bytes_per_second)
+        .bind_text(6, name_of(login))
         .run();
 }
 

@@ -23,7 +23,7 @@ public:
     explicit token_database(const std::string& path);
 
     token_info info();
-    void set_limits(const token_limits& limits);
+    void set_behaviour(const token_limits& limits, login_scope login);
 
     sqlite_connection& connection() { return connection_; }
 

@@ -54,6 +54,46 @@ TEST_F(softtoken_admin, empty_password_is_refused) {
     EXPECT_FALSE(std::filesystem::exists(directory("one")));
 }
 
+TEST_F(softtoken_admin, name_that_is_taken_is_refused_before_a_password_is_asked) {
+    create("one");
+    program_result result = run("setsid -w " SOFTTOKEN_TOOL " create one < /dev/null");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vemra-softtoken: " + directory("one") +
+                                 " is there already: choose another name, or remove that token "
+                                 "first\n");
+}
+
+TEST_F(softtoken_admin, password_that_no_program_could_give_is_refused) {
+    program_result result =
+        run("printf 'a\\000b\\n' | " SOFTTOKEN_TOOL " create one --password-fd 0");
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.output.find("has a zero byte"), std::string::npos) << result.output;
+    result = run(SOFTTOKEN_TOOL " create one --password-file /dev/zero");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("is longer than 1024 bytes"), std::string::npos);
+    EXPECT_TRUE(std::filesystem::is_empty(root()));
+}
+
+TEST_F(softtoken_admin, damaged_token_is_named_with_what_to_do) {
+    create("one");
+    write_file(directory("one") + "/token.db", "short");
+    EXPECT_EQ(run_tool("info one").output, "vemra-softtoken: " + directory("one") +
+                                               "/token.db: too short for a token: see what "
+                                               "\"vemra-softtoken fsck\" says\n");
+}
+
+TEST_F(softtoken_admin, every_command_explains_itself) {
+    for (const char* command :
+         {"create",  "list",      "info",       "attach",      "detach",        "change-password",
+          "unlock",  "remove",    "slots",      "import-cert", "generate-cert", "profile",
+          "fault",   "fault add", "fault list", "fault clear", "fault recipes", "snapshot",
+          "restore", "dump",      "load",       "fsck",        "exec"}) {
+        program_result result = run_tool(std::string(command) + " --help");
+        EXPECT_EQ(result.status, 0) << command;
+        EXPECT_NE(result.output.find("Usage: "), std::string::npos) << command;
+    }
+}
+
 TEST_F(softtoken_admin, password_may_come_from_a_file) {
     write_file(root() + "/password", std::string(password) + "\nnext line\n");
     program_result result =

@@ -1,3 +1,6 @@
+#include <signal.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 
@@ -178,6 +181,29 @@ TEST_F(softtoken_enumeration, truncated_token_is_reported_and_left_alone) {
     EXPECT_EQ(attached_count(), 0);
     EXPECT_NE(testing::internal::GetCapturedStderr().find("token skipped"), std::string::npos);
     EXPECT_EQ(file_bytes(path), bytes);
+}
+
+TEST_F(softtoken_enumeration, damaged_log_is_reported_and_left_alone) {
+    make_token("a");
+    std::string log = directory("a") + "/token.db-wal";
+    EXPECT_FALSE(in_child([] {
+        device_owner device = device_at();
+        if (log_in(device.get()) == 1 && fill_slot(device.get(), 8130, "bytes") == 1) {
+            kill(getpid(), SIGKILL);
+        }
+        return true;
+    }));
+    std::string sound = file_bytes(log);
+    std::string damaged = "damage" + sound.substr(6);
+    write_file(log, damaged);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached_count(), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "vemra-softtoken: token skipped: " + log +
+                  ": damaged log; move it away to go on with the state before it\n");
+    EXPECT_EQ(file_bytes(log), damaged);
+    write_file(log, sound);
+    EXPECT_EQ(slot_bytes(device_at().get(), 8130), "bytes");
 }
 
 TEST_F(softtoken_enumeration, token_with_an_unknown_login_scope_is_reported_by_its_file) {

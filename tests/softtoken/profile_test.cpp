@@ -19,7 +19,7 @@ private:
 };
 
 TEST_F(softtoken_profile, profile_sets_limits_of_a_running_token) {
-    ASSERT_EQ(run_tool("profile one --profile small --slots 2").status, 0);
+    ASSERT_EQ(run_tool("profile one --profile small --login process --slots 2").status, 0);
     EXPECT_EQ(create_slot(device(), 8131, 40000), -112);
     EXPECT_EQ(create_slot(device(), 8131, 4), 1);
     EXPECT_EQ(create_slot(device(), 8132, 4), -113);
@@ -30,4 +30,88 @@ TEST_F(softtoken_profile, slow_profile_makes_calls_take_their_time) {
     auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(110));
+}
+
+TEST_F(softtoken_profile, attempts_and_login_scope_of_a_running_token_change_too) {
+    ASSERT_EQ(run_tool("profile one --login handle --retries 3").status, 0);
+    device_owner second = device_at();
+    EXPECT_EQ(write_slot(second.get(), 8130, "other"), not_logged_in);
+    ASSERT_EQ(log_in(second.get()), 1);
+    EXPECT_EQ(write_slot(second.get(), 8130, "other"), 1);
+    int retries = 0;
+    EXPECT_EQ(VemraPKICryptoVerifyPwd(second.get(), 1, "wrong", &retries), wrong_password);
+    EXPECT_EQ(retries, 2);
+    ASSERT_EQ(run_tool("profile one --login none").status, 0);
+    EXPECT_EQ(write_slot(second.get(), 8130, "third"), 1);
+}
+
+TEST_F(softtoken_profile, attempts_that_were_taken_stay_taken) {
+    int retries = 0;
+    VemraPKICryptoVerifyPwd(device(), 1, "wrong", &retries);
+    ASSERT_EQ(retries, 9);
+    const std::pair<const char*, const char*> changes[] = {
+        {"20", "19 of 20"}, {"3", "2 of 3"}, {"1", "1 of 1"}};
+    for (const auto& [most, left] : changes) {
+        ASSERT_EQ(run_tool(std::string("profile one --retries ") + most).status, 0);
+        std::string shown = run_tool("info one").output;
+        EXPECT_NE(shown.find(std::string("attempts left:  ") + left), std::string::npos) << shown;
+    }
+    ASSERT_EQ(log_in(device(), "wrong"), wrong_password);
+    ASSERT_EQ(run_tool("profile one --retries 5").status, 0);
+    EXPECT_EQ(log_in(device()), locked);
+}
+
+TEST_F(softtoken_profile, named_profiles_are_what_they_are) {
+    const std::pair<const char*, const char*> named[] = {
+        {"generous",
+         "login scope:    process\n"
+         "attempts left:  10 of 10\n"
+         "slots:          1 of 1000\n"
+         "bytes:          5 of 1073741824, at most 67108864 a slot\n"
+         "speed:          0 microseconds a call, bytes at once\n"},
+        {"small",
+         "login scope:    handle\n"
+         "attempts left:  3 of 3\n"
+         "slots:          1 of 8\n"
+         "bytes:          5 of 131072, at most 32768 a slot\n"
+         "speed:          0 microseconds a call, bytes at once\n"},
+        {"slow",
+         "login scope:    process\n"
+         "attempts left:  5 of 5\n"
+         "slots:          1 of 32\n"
+         "bytes:          5 of 2097152, at most 1048576 a slot\n"
+         "speed:          20000 microseconds a call, 40960 bytes a second\n"}};
+    for (const auto& [name, values] : named) {
+        ASSERT_EQ(run_tool(std::string("profile one --profile ") + name).status, 0);
+        std::string shown = run_tool("info one").output;
+        EXPECT_NE(shown.find(values), std::string::npos) << shown;
+    }
+}
+
+TEST_F(softtoken_profile, single_values_go_over_the_named_ones) {
+    ASSERT_EQ(run_tool("create two --profile small --retries 7 --slots 2 --password-cost 1 "
+                       "--password-fd 0",
+                       password)
+                  .status,
+              0);
+    std::string shown = run_tool("info two").output;
+    EXPECT_NE(
+        shown.find("login scope:    handle\nattempts left:  7 of 7\nslots:          0 of 2\n"),
+        std::string::npos)
+        << shown;
+}
+
+TEST_F(softtoken_profile, values_that_cannot_be_are_refused_and_change_nothing) {
+    std::string before = run_tool("info one").output;
+    for (const char* wrong :
+         {"--capacity -5", "--slot-size x", "--slots -1", "--bytes-per-second -1",
+          "--call-delay 60001", "--retries 0", "--login never", "--profile huge", ""}) {
+        program_result result = run_tool(std::string("profile one ") + wrong);
+        EXPECT_EQ(result.status, 2) << wrong;
+        EXPECT_NE(result.output, "") << wrong;
+        if (*wrong == '\0') continue;
+        EXPECT_EQ(run_tool(std::string("create two --password-fd 0 ") + wrong, password).status, 2);
+    }
+    EXPECT_EQ(run_tool("info one").output, before);
+    EXPECT_EQ(attached_count(), 1);
 }
