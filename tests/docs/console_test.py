@@ -46,7 +46,7 @@ def make_checkout(folder, source, build):
     for name in ("examples", "include"):
         (folder / name).symlink_to(source / name)
     (folder / "build").mkdir()
-    (folder / "build/release").symlink_to(build)
+    (folder / "build/demo").symlink_to(build)
     (folder / "scripts").mkdir()
     demo = folder / "scripts/demo"
     demo.write_text(f'#!/bin/sh\nexec "{source}/scripts/demo" --built "{build}" "$@"\n')
