@@ -12,6 +12,12 @@ namespace bench {
  */
 std::FILE* hide_trace();
 
+/**
+ * Lets the allocator keep what is given back. Otherwise it returns the end of its memory to the
+ * system and takes fresh pages the next time, or does not: that hangs on what happens to lie there.
+ */
+void keep_memory();
+
 /** The memory that the process uses, without what the allocator keeps for later; kibibytes. */
 long resident_kib();
 

@@ -81,7 +81,6 @@ void _measure(std::size_t size, results& found) {
     const auto floor = bench::make_floor_program();
     const bench::picture stored("Seal 5", size, 5);
 
-    // In turn: what one leaves with the allocator decides how many fresh pages the next one takes.
     found.add("read all, warm", size,
               bench::sample_in_turn(bench::timed_listing(*library), bench::timed_listing(*floor),
                                     seconds_for_each, least_samples));
@@ -108,7 +107,8 @@ void _enumerate_unchanged(results& found) {
     const long gained = bench::resident_kib() - before;
     std::fprintf(found.table, "%d enumerations of %d unchanged tokens: %.1f each, %ld KiB gained\n",
                  enumerations, devices, each, gained);
-    found.rows << "enumerations gain\t" << enumerations << '\t' << gained << '\n';
+    found.rows << "enumerations of unchanged tokens gain\t" << enumerations << '\t' << gained
+               << '\n';
 }
 
 }  // namespace
@@ -119,6 +119,7 @@ int main(int argc, char** argv) {
         bench::list_and_take_once();
         return 0;
     }
+    bench::keep_memory();
     results found{bench::hide_trace(), std::ofstream(std::string(argv[1]) + "/token.rows")};
     std::fprintf(found.table, "software token, %d devices with %d stamps; microseconds, medians\n",
                  devices, bench::stamps_per_device);
