@@ -1,7 +1,6 @@
 // A software token whose database file holds anything is reported and skipped, or read; it is never
 // rewritten, does no harm, and does not hide the token beside it.
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,15 +8,13 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 
+#include "any_token.h"
 #include "fuzz_support.h"
 #include "store/failure.h"
-#include "store/key_table.h"
 #include "store/new_token.h"
 #include "store/plug.h"
-#include "store/slot_table.h"
 #include "store/token_files.h"
 #include "vemra_crypto.h"
 
@@ -33,29 +30,6 @@ namespace {
 constexpr const char* good_serial = "GOOD";
 constexpr int largest_read = 1 << 16;
 
-std::string _content(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void _fill(const std::string& directory, const std::string& uid) {
-    token_database database(database_path(directory));
-    const token_limits limits;
-    transaction change(database);
-    // The same bytes in every run, so that an input always means the same file.
-    database.connection().execute("UPDATE token SET uid = '" + uid +
-                                  "'; UPDATE password SET salt = zeroblob(16), hash = "
-                                  "zeroblob(32)");
-    const unsigned char attributes[] = {4, 1, 3, 7};
-    slot_table slots(database.connection());
-    slots.create(8130, attributes, 5, limits);
-    slots.write(8130, "hello", 5);
-    slots.create(8131, attributes, 20000, limits);
-    key_table keys(database.connection());
-    keys.add_certificate(keys.add_keypair("public", "private"), "certificate");
-    change.commit();
-}
-
 /** A folder with a token that is left alone and one whose file each input makes anew. */
 class playground {
 public:
@@ -66,7 +40,7 @@ public:
         setenv("VEMRA_SOFTTOKEN_DIR", root.c_str(), 1);
         make("good", good_serial, "00000000000000000000000000000001");
         make("victim", "VICTIM", "00000000000000000000000000000002");
-        template_bytes = _content(victim_file());
+        template_bytes = content_of(victim_file());
         std::atexit([] { std::filesystem::remove_all(the().root); });
     }
 
@@ -99,49 +73,10 @@ private:
         token.password = "12345678";
         token.password_cost = lowest_password_cost;
         create_token(root, name, token);
-        _fill(root + "/" + name, uid);
+        fill_token(root + "/" + name, uid);
+        add_certificate(root + "/" + name);
     }
 };
-
-// Either a file of its own, or the good one with some bytes changed and perhaps its end cut off.
-std::string _victim_bytes(choices& input, char kind, const std::string& good) {
-    if (kind == 'R') return input.rest();
-    std::string bytes = good;
-    if (kind == 'V') return bytes;
-    if (input.yes()) bytes.resize(static_cast<unsigned int>(input.number()) % bytes.size());
-    while (!input.is_used_up() && !bytes.empty()) {
-        const auto position = static_cast<unsigned int>(input.number()) % bytes.size();
-        bytes[position] = static_cast<char>(input.byte());
-    }
-    return bytes;
-}
-
-// A sound file whose rows hold any numbers, or bytes in their place.
-void _change_values(choices& input, const std::string& path) {
-    constexpr const char* columns[][2] = {
-        {"token", "type"},        {"token", "capacity"},          {"token", "slot_size"},
-        {"token", "slots"},       {"token", "call_microseconds"}, {"token", "bytes_per_second"},
-        {"token", "login_scope"}, {"token", "serial_number"},     {"slot", "id"},
-        {"slot", "length"},       {"slot", "attributes"},         {"slot", "data"},
-        {"certificate", "der"},   {"password", "retries_left"}};
-    sqlite_connection connection(path, SQLITE_OPEN_READWRITE);
-    while (!input.is_used_up()) {
-        const auto& column = columns[input.byte() % std::size(columns)];
-        std::string value = "x'0041'";
-        if (input.yes()) {
-            const auto high = static_cast<std::uint32_t>(input.number());
-            const auto low = static_cast<std::uint32_t>(input.number());
-            const std::uint64_t bits = (std::uint64_t{high} << 32) | low;
-            value = std::to_string(static_cast<std::int64_t>(bits));
-        }
-        try {
-            connection.execute(std::string("UPDATE ") + column[0] + " SET " + column[1] + " = " +
-                               value);
-        } catch (const failure&) {
-            // Some values the schema does not let in, such as the same slot twice.
-        }
-    }
-}
 
 void _claim_no_surprise(int result) {
     claim(result != static_cast<int>(error_code::internal), "each failure has a code of its own");
@@ -218,11 +153,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const playground& place = playground::the();
     choices input(data, size);
     const char kind = static_cast<char>(input.byte());
-    place.write_victim(_victim_bytes(input, kind, place.template_bytes));
-    if (kind == 'V') _change_values(input, place.victim_file());
+    place.write_victim(token_bytes(input, kind, place.template_bytes));
+    if (kind == 'V') change_values(input, place.victim_file());
     place.plug_victim_in();
-    const std::string bytes = _content(place.victim_file());
+    const std::string bytes = content_of(place.victim_file());
     _use_tokens(place);
-    claim(_content(place.victim_file()) == bytes, "reading rewrites nothing");
+    claim(content_of(place.victim_file()) == bytes, "reading rewrites nothing");
     return 0;
 }
