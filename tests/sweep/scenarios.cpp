@@ -71,6 +71,11 @@ void _sealed_slot(stage& on) {
     on.know_all();
 }
 
+void _sealed_slot_with_zero(stage& on) {
+    on.store_stamps({{8130, std::string("VemraSeal\0", 10)}, {8131, "plain"}});
+    on.know_all();
+}
+
 void _mapped_but_absent(stage& on) {
     on.store_stamps({{8130, "hello"}});
     on.know_all();
@@ -94,6 +99,7 @@ std::vector<scenario> _reading() {
             {"list_five_stamps", _five_stamps, _list},
             {"list_a_stamp_without_slot", _mapped_but_absent, _list},
             {"list_a_sealed_slot", _sealed_slot, _list},
+            {"list_beside_orphans", _orphaned_bytes, _list},
             {"own_device", _one_stamp, _own_device}};
 }
 
@@ -115,7 +121,9 @@ std::vector<scenario> _updating() {
             {"update_larger", _one_stamp, _update(0, "good afternoon to all of you")},
             {"update_large_by_large", _large_stamp, _update(0, std::string(5000, 'y'))},
             {"update_third_of_five", _five_stamps, _update(2, "3rd")},
+            {"update_beside_orphans", _orphaned_bytes, _update(0, "replaced")},
             {"update_sealed", _sealed_slot, _update(0, "no longer sealed")},
+            {"update_to_sealed", _sealed_slot, _update(1, "VemraSeal")},
             {"update_absent_slot", _mapped_but_absent, _update(0, "back again")},
             {"update_empty_slot", _empty_mapped_slot, _update(0, "filled")},
             {"update_without_mapping", _lost_mapping, _update(0, "HELLO")},
@@ -128,7 +136,9 @@ std::vector<scenario> _removing() {
             {"delete_third_of_five", _five_stamps, _remove(2)},
             {"delete_large_fourth_of_five", _five_stamps, _remove(3)},
             {"delete_sealed", _sealed_slot, _remove(0)},
+            {"delete_sealed_with_zero", _sealed_slot_with_zero, _remove(0)},
             {"delete_beside_sealed", _sealed_slot, _remove(1)},
+            {"delete_beside_orphans", _orphaned_bytes, _remove(0)},
             {"delete_absent_slot", _mapped_but_absent, _remove(0)},
             {"delete_without_mapping", _lost_mapping, _remove(0)},
             {"delete_with_password", _one_stamp_with_login, _remove(0, "12345678")},
