@@ -113,9 +113,10 @@ TEST_F(softtoken_fault, slow_and_full_at_once_is_both) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(60));
 }
 
+// The delay lets all of them find the fault before any has taken it away.
 TEST_F(softtoken_fault, transient_fault_fires_in_one_of_many_processes) {
-    for (int round = 0; round < 20; ++round) {
-        set("ReadData return=-555");
+    for (int round = 0; round < 3; ++round) {
+        set("ReadData delay=200 lasting; ReadData return=-555");
         ASSERT_EQ(failures_at_once({8130, 8130, 8130, 8130}), 1);
     }
 }

@@ -106,6 +106,14 @@ TEST_F(softtoken_snapshot, failed_snapshot_leaves_no_file) {
     EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
+TEST_F(softtoken_snapshot, snapshot_that_the_disk_does_not_take_leaves_no_file) {
+    program_result result =
+        run("trap '' XFSZ; ulimit -f 8; " SOFTTOKEN_TOOL " snapshot one " + file());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(has(result.output, "vemra-softtoken: ")) << result.output;
+    EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
 TEST_F(softtoken_snapshot, damaged_snapshot_changes_nothing) {
     ASSERT_EQ(run_tool("snapshot one " + file()).status, 0);
     vemra::softtoken::token_database(file()).connection().execute("UPDATE slot SET length = 9");
