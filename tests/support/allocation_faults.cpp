@@ -4,7 +4,16 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+
+#if defined(__SANITIZE_ADDRESS__)
+#define HAS_ADDRESS_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define HAS_ADDRESS_SANITIZER 1
+#endif
+#endif
 
 namespace {
 
@@ -14,7 +23,16 @@ enum class form : unsigned char { single, array };
 struct alignas(std::max_align_t) block_header {
     form allocated_as;
     bool is_counted;
+    std::size_t size;
 };
+
+// Stands behind each block. The address sanitizer sees more without it.
+#ifdef HAS_ADDRESS_SANITIZER
+constexpr std::size_t guard_size = 0;
+#else
+constexpr std::size_t guard_size = 1;
+#endif
+constexpr unsigned char guard = 0xa5;
 
 struct schedule {
     int count = 0;
@@ -39,10 +57,12 @@ void* _allocate(std::size_t size, form as, schedule& faults) {
         has_fired = true;
         return nullptr;
     }
-    if (size > static_cast<std::size_t>(-1) - sizeof(block_header)) return nullptr;
-    auto* header = static_cast<block_header*>(std::malloc(sizeof(block_header) + size));
+    if (size > static_cast<std::size_t>(-1) - sizeof(block_header) - guard_size) return nullptr;
+    auto* header =
+        static_cast<block_header*>(std::malloc(sizeof(block_header) + size + guard_size));
     if (header == nullptr) return nullptr;
-    *header = {as, is_counted};
+    *header = {as, is_counted, size};
+    std::memset(reinterpret_cast<unsigned char*>(header + 1) + size, guard, guard_size);
     if (is_counted) ++counted_blocks;
     return header + 1;
 }
@@ -58,6 +78,10 @@ void _release(void* block, form as) {
     block_header* header = static_cast<block_header*>(block) - 1;
     if (header->allocated_as != as) {
         std::fputs("a block was released with the wrong form of delete\n", stderr);
+        std::abort();
+    }
+    if (guard_size != 0 && static_cast<unsigned char*>(block)[header->size] != guard) {
+        std::fputs("a block was written beyond its end\n", stderr);
         std::abort();
     }
     if (header->is_counted) --counted_blocks;

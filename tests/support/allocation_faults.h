@@ -4,7 +4,8 @@
 /**
  * Scripted allocations. A test program that links this has its own operator new and delete, which
  * serve the shared libraries in it too. A block must be released with the form, single or array,
- * that allocated it: the other one ends the program with a message.
+ * that allocated it: the other one ends the program with a message, and so does a block that was
+ * written beyond its end.
  *
  * Faults are meant for the thread that asks for them. What the fake device library allocates,
  * for its callers and for its script, is neither counted nor failed.

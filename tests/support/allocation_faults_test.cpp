@@ -75,4 +75,16 @@ TEST(allocation_faults_death, the_wrong_form_of_delete_ends_the_program) {
         "wrong form of delete");
 }
 
+TEST(allocation_faults_death, a_byte_written_beyond_a_block_ends_the_program) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_DEATH(
+        {
+            kept = new int(1);
+            auto* volatile bytes = reinterpret_cast<unsigned char*>(kept);
+            bytes[sizeof(int)] = 1;
+            delete kept;
+        },
+        "written beyond its end|heap-buffer-overflow");
+}
+
 }  // namespace
