@@ -34,6 +34,9 @@ constexpr std::size_t guard_size = 1;
 #endif
 constexpr unsigned char guard = 0xa5;
 
+// More than any machine has. The sanitizers' malloc would end the program over it.
+constexpr std::size_t largest_size = static_cast<std::size_t>(-1) / 65536;
+
 struct schedule {
     int count = 0;
     int nth = 0;  // 0: none.
@@ -57,7 +60,7 @@ void* _allocate(std::size_t size, form as, schedule& faults) {
         has_fired = true;
         return nullptr;
     }
-    if (size > static_cast<std::size_t>(-1) - sizeof(block_header) - guard_size) return nullptr;
+    if (size > largest_size) return nullptr;
     auto* header =
         static_cast<block_header*>(std::malloc(sizeof(block_header) + size + guard_size));
     if (header == nullptr) return nullptr;
