@@ -60,7 +60,6 @@ public:
     virtual ~tokens() = default;
 
     virtual std::string library_version() const = 0;
-    virtual std::string status_text(int status) const = 0;
 
     /* The public interface. */
     virtual stamp_list list_stamps(const std::optional<device_id>& only) = 0;

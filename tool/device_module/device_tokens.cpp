@@ -29,10 +29,6 @@ std::string device_tokens::library_version() const {
     return VemraAppStampGetVersion();
 }
 
-std::string device_tokens::status_text(int status) const {
-    return VemraAppStampGetErrorMessage(status);
-}
-
 stamp_list device_tokens::list_stamps(const std::optional<device_id>& only) {
     const stamp_set_owner set(
         only ? VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_ANY, only->serial.c_str(),

@@ -13,7 +13,6 @@ namespace vemra::tool {
 class device_tokens : public tokens {
 public:
     std::string library_version() const override;
-    std::string status_text(int status) const override;
 
     stamp_list list_stamps(const std::optional<device_id>& only) override;
     int append(const device_id& device, const char* password, const std::string& name,
