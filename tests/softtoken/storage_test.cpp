@@ -86,6 +86,19 @@ TEST_F(softtoken_storage, failure_of_a_damaged_file_quotes_no_raw_bytes) {
     }
 }
 
+TEST_F(softtoken_storage, process_that_ends_in_order_leaves_no_log) {
+    make_token("one");
+    ASSERT_EQ(run(CLOSES_LIBRARY " " SOFTTOKEN_LIBRARY).status, 0);
+    EXPECT_FALSE(std::filesystem::exists(directory("one") + "/token.db-wal"));
+}
+
+TEST_F(softtoken_storage, token_that_the_disk_does_not_take_leaves_nothing) {
+    program_result result = run("trap '' XFSZ; ulimit -f 8; echo secret | " SOFTTOKEN_TOOL
+                                " create one --password-cost 1 --password-fd 0");
+    EXPECT_EQ(result.status, 1) << result.output;
+    EXPECT_TRUE(std::filesystem::is_empty(root()));
+}
+
 TEST_F(softtoken_storage, change_that_is_not_committed_leaves_no_trace) {
     make_token("one");
     token_database database(database_path(directory("one")));
