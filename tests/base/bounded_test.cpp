@@ -208,6 +208,12 @@ TEST_F(bounded, strcpy_reports_a_size_of_zero_by_both_size_conditions) {
     EXPECT_EQ(violated, (conditions_t{"dest_size > 0", source_fits}));
 }
 
+TEST_F(bounded, sprintf_prints_a_single_character_without_a_word) {
+    EXPECT_EQ(__sprintf_s("caller.cpp", 7, dest_, sizeof(dest_), "%c", 'a'), 1);
+    EXPECT_STREQ(dest_, "a");
+    EXPECT_EQ(violated, conditions_t{});
+}
+
 TEST_F(bounded, a_copy_is_reported_before_it_is_made) {
     stop_at = source_fits;
     EXPECT_THROW(__strcpy_s("caller.cpp", 7, dest_, 3, "abc"), std::runtime_error);
