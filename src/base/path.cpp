@@ -7,15 +7,17 @@ namespace qo::base {
 
 namespace {
 
+constexpr char separators[] = "/\\";
+
 std::list<std::string> _split(const std::string& text) {
     if (text.empty()) return {std::string()};
 
     std::list<std::string> components;
     std::size_t start = 0;
-    for (std::size_t k = 0; k < text.size(); ++k) {
-        const bool is_separator = text[k] == '/' || text[k] == '\\';
+    for (std::size_t k = text.find_first_of(separators); k != std::string::npos;
+         k = text.find_first_of(separators, k + 1)) {
         // Kept: a separator at the start of a component does not end it and stays part of it.
-        if (!is_separator || start >= k) continue;
+        if (start >= k) continue;
         components.push_back(text.substr(start, k - start));
         start = k + 1;
     }

@@ -1,5 +1,6 @@
 #include "vemra_crypto_cpp/certificate.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
@@ -30,8 +31,8 @@ std::string certificate::get_encode(encode_format_t format) const {
     int n = 0;
     const int result = VemraPKICertGetCertEncode(get_handle(), static_cast<int>(format), &p, &n);
     const library_buffer<unsigned char> encoded(p);
-    if (result != 1 || p == nullptr || n < 0) return {};
-    return std::string(reinterpret_cast<const char*>(p), static_cast<std::size_t>(n));
+    if (result != 1 || p == nullptr) return {};
+    return std::string(reinterpret_cast<const char*>(p), static_cast<std::size_t>(std::max(n, 0)));
 }
 
 }  // namespace vemra::crypto
