@@ -35,6 +35,7 @@ public:
     explicit child_process(Work work) {
         int ends[2];
         EXPECT_EQ(pipe(ends), 0);
+        std::fflush(stdout);
         id_ = fork();
         if (id_ == 0) {
             dup2(ends[1], STDOUT_FILENO);
