@@ -64,7 +64,7 @@ void _print_json(context& run, const std::string& command, exit_code code, const
 }
 
 exit_code _report(context& run, const CLI::App& program, const failure& error) {
-    run.out.error(error.what());
+    output::error(error.what());
     if (run.out.is_json())
         _print_json(run, _command_name(program), error.code(), _error_json(error));
     return error.code();

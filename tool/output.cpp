@@ -22,21 +22,21 @@ bool output::is_terminal() const {
     return isatty(descriptor_) != 0;
 }
 
-void output::print(std::string_view text) {
+void output::print(std::string_view text) const {
     if (!json_) write(text);
 }
 
-void output::write(std::string_view bytes) {
+void output::write(std::string_view bytes) const {
     if (write_all(descriptor_, bytes)) return;
     throw failure(exit_code::failed,
                   std::string("standard output cannot be written: ") + std::strerror(errno));
 }
 
-void output::note(const std::string& text) {
+void output::note(const std::string& text) const {
     if (!quiet_) _say(text);
 }
 
-void output::detail(const std::string& text) {
+void output::detail(const std::string& text) const {
     if (verbose_) _say(text);
 }
 

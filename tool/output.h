@@ -27,15 +27,15 @@ public:
     bool is_terminal() const;
 
     /** Data for people; nothing with --json. */
-    void print(std::string_view text);
+    void print(std::string_view text) const;
     /** Data as it is, whatever the format. */
-    void write(std::string_view bytes);
+    void write(std::string_view bytes) const;
 
-    void note(const std::string& text);
-    void detail(const std::string& text);
+    void note(const std::string& text) const;
+    void detail(const std::string& text) const;
     /** Shown, and kept for the object of --json. */
     void warn(const std::string& text);
-    void error(const std::string& text);
+    static void error(const std::string& text);
 
     const std::vector<std::string>& warnings() const { return warnings_; }
 

@@ -110,7 +110,7 @@ void verify_password(context& run, const device_id& device) {
         if (answer.result == 1) return;
         _require_answer(answer);
         if (!is_typed) throw _wrong_password(answer);
-        run.out.error("wrong password, " + _attempts(answer.retries));
+        output::error("wrong password, " + _attempts(answer.retries));
         if (answer.retries > 1) continue;
         terminal tty;
         if (!tty.is_open() ||

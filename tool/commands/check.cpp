@@ -69,7 +69,7 @@ bool _is_wanted(context& run, const check_options& options, const repair_plan& p
         text += "\n  " + step;
     }
     run.result["plan"] = plan.steps;
-    run.out.error(text);
+    output::error(text);
     return options.yes || confirm(run, "Repair?", "--yes");
 }
 
