@@ -1,4 +1,5 @@
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -47,12 +48,15 @@ void _prefer_directory(const std::string& directory) {
 
 void _refuse_privileged(const std::string& program) {
     struct stat status {};
-    if (stat(program.c_str(), &status) == 0 && (status.st_mode & (S_ISUID | S_ISGID)) != 0) {
-        throw command_failure(exit_other_library,
-                              program +
-                                  " runs with another user's rights and would not look for "
-                                  "libraries where it is told to: run it without them");
-    }
+    bool is_another_user =
+        stat(program.c_str(), &status) == 0 && (status.st_mode & (S_ISUID | S_ISGID)) != 0;
+    bool has_capabilities = getxattr(program.c_str(), "security.capability", nullptr, 0) > 0;
+    if (!is_another_user && !has_capabilities) return;
+    throw command_failure(
+        exit_other_library,
+        program +
+            (is_another_user ? " runs with another user's rights" : " has file capabilities") +
+            " and would not look for libraries where it is told to: run it without them");
 }
 
 void _refuse_other_library(const std::string& program, const std::string& wanted) {

@@ -1,3 +1,5 @@
+#include <sys/xattr.h>
+
 #include <filesystem>
 
 #include "token_fixture.h"
@@ -59,6 +61,24 @@ TEST_F(softtoken_exec, refuses_a_program_with_another_users_rights) {
     program_result result = run_tool("exec -- " + copy);
     EXPECT_EQ(result.status, 125);
     EXPECT_NE(result.output.find("another user's rights"), std::string::npos);
+}
+
+TEST_F(softtoken_exec, refuses_a_program_with_file_capabilities) {
+    std::string copy = root() + "/capable";
+    std::filesystem::copy_file(FREES_AT_EXIT, copy);
+    // As the kernel keeps them, in little-endian words: revision 2, effective;
+    // CAP_NET_BIND_SERVICE.
+    constexpr unsigned char capabilities[20] = {1, 0, 0, 2, 0, 4};
+    if (setxattr(copy.c_str(), "security.capability", capabilities, sizeof(capabilities), 0) != 0) {
+        GTEST_SKIP() << "only a privileged user gives a file capabilities";
+    }
+    program_result result = run_tool("exec -- " + copy);
+    EXPECT_EQ(result.status, 125);
+    EXPECT_EQ(
+        result.output,
+        "vemra-softtoken: " + copy +
+            " has file capabilities and would not look for libraries where it is told to: run "
+            "it without them\n");
 }
 
 TEST_F(softtoken_exec, missing_program_is_named) {

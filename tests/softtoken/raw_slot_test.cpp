@@ -39,6 +39,22 @@ TEST_F(softtoken_raw_slots, missing_slot_is_named_and_no_file_is_made) {
     EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
+TEST_F(softtoken_raw_slots, dump_that_cannot_be_written_whole_leaves_no_file) {
+    fill_slot(device(), 8131, std::string(8192, 's'));
+    program_result result =
+        run("trap '' XFSZ; ulimit -f 4; " SOFTTOKEN_TOOL " dump one 8131 " + file());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vemra-softtoken: " + file() + ": File too large\n");
+    EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(softtoken_raw_slots, dump_to_a_full_device_leaves_the_device) {
+    program_result result = run_tool("dump one 8130 /dev/full");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output, "vemra-softtoken: /dev/full: No space left on device\n");
+    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+}
+
 TEST_F(softtoken_raw_slots, loaded_slot_keeps_its_attribute_block) {
     constexpr unsigned char attributes[] = {9, 8, 7, 6};
     ASSERT_EQ(VemraPKICryptoCreateData(device(), 8131, attributes, 3), 1);
