@@ -23,6 +23,13 @@ protected:
         vemra::softtoken::settings_lock lock(directory("one"));
         vemra::softtoken::write_faults(directory("one"), parse_faults(text));
     }
+    // How many of the calls fail with -555.
+    int failures_of_length(int calls) {
+        int failures = 0;
+        for (int i = 0, length = 0; i < calls; ++i)
+            failures += slot_length(device(), 8130, length) == -555 ? 1 : 0;
+        return failures;
+    }
     // How many of the processes that read a slot at the same time meet a failure.
     int failures_at_once(const std::vector<int>& slots) {
         int children = static_cast<int>(slots.size());
@@ -30,6 +37,8 @@ protected:
                    return slot_bytes(device(), slots[static_cast<std::size_t>(number)]) == "bytes";
                });
     }
+    // What slot_bytes() tells of a slot that is not there.
+    const std::string absent = "failed: " + std::to_string(no_such_slot);
 
 private:
     device_owner device_{nullptr, VemraPKICryptoFreeDevice};
@@ -61,6 +70,26 @@ TEST_F(softtoken_fault, one_transient_fault_does_not_restart_the_count_of_anothe
     EXPECT_EQ(slot_length(device(), 8130, length), 1);
 }
 
+TEST_F(softtoken_fault, chance_fires_at_its_rate_and_a_transient_one_once) {
+    set("GetDataLength chance=0.25 seed=7 return=-555 lasting");
+    EXPECT_EQ(failures_of_length(400), 100);
+    set("GetDataLength chance=0.25 seed=7 return=-555");
+    EXPECT_EQ(failures_of_length(400), 1);
+    EXPECT_TRUE(read_faults(directory("one")).empty());
+}
+
+TEST_F(softtoken_fault, token_is_pulled_out_by_a_fault_of_its_own) {
+    set("WriteData slot=8130 unplug");
+    EXPECT_EQ(write_slot(device(), 8130, "other"), removed);
+    EXPECT_EQ(attached_count(), 0);
+    EXPECT_EQ(slot_bytes(device(), 8130), "failed: " + std::to_string(removed));
+    attach("one");
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+    EXPECT_EQ(write_slot(device(), 8130, "other"), not_logged_in);
+    EXPECT_EQ(log_in(device()), 1);
+    EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
+}
+
 TEST_F(softtoken_fault, null_takes_the_place_of_a_handle) {
     set("NewHash null");
     EXPECT_EQ(VemraPKICryptoNewHash(device(), 0x7000), nullptr);
@@ -76,15 +105,29 @@ TEST_F(softtoken_fault, null_in_place_of_a_text_is_success_without_one) {
     EXPECT_EQ(text, nullptr);
 }
 
-TEST_F(softtoken_fault, death_before_the_commit_loses_the_write_and_after_it_does_not) {
-    set("WriteData die=before");
-    EXPECT_FALSE(
-        in_child([&] { return log_in(device()) == 1 && write_slot(device(), 8130, "lost!"); }));
-    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
-    set("WriteData die=after");
-    EXPECT_FALSE(
-        in_child([&] { return log_in(device()) == 1 && write_slot(device(), 8130, "kept!"); }));
-    EXPECT_EQ(slot_bytes(device(), 8130), "kept!");
+TEST_F(softtoken_fault, death_before_the_commit_loses_the_whole_change_and_after_it_nothing) {
+    struct {
+        const char* function;
+        int slot;
+        std::function<int(VEMRA_PKI_DEVICE_HANDLE_st*)> change;
+        std::string before;
+        std::string after;
+    } const changes[] = {
+        {"CreateData", 8131, [](auto* on) { return create_slot(on, 8131, 3); }, absent, {0, 0, 0}},
+        {"WriteData", 8130, [](auto* on) { return write_slot(on, 8130, "other"); }, "bytes",
+         "other"},
+        {"DeleteData", 8130, [](auto* on) { return VemraPKICryptoDeleteData(on, 8130); }, "other",
+         absent},
+    };
+    for (const auto& each : changes) {
+        auto end_in_it = [&] { return log_in(device()) == 1 && each.change(device()) == 1; };
+        set(std::string(each.function) + " die=before");
+        EXPECT_FALSE(in_child(end_in_it)) << each.function;
+        EXPECT_EQ(slot_bytes(device(), each.slot), each.before) << each.function;
+        set(std::string(each.function) + " die=after");
+        EXPECT_FALSE(in_child(end_in_it)) << each.function;
+        EXPECT_EQ(slot_bytes(device(), each.slot), each.after) << each.function;
+    }
 }
 
 TEST_F(softtoken_fault, process_ends_even_when_the_call_fails) {
@@ -183,6 +226,16 @@ TEST_F(softtoken_fault, environment_sets_faults_for_one_process) {
                                 " exec -- " FREES_AT_EXIT);
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(run(SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT).status, 0);
+}
+
+TEST_F(softtoken_fault, environment_sets_a_fault_for_one_slot) {
+    // The program reads slot 8130 only.
+    for (const auto& [slot, status] : {std::pair("8130", 1), std::pair("8131", 0)}) {
+        program_result result =
+            run(std::string("VEMRA_SOFTTOKEN_FAULTS='ReadData slot=") + slot +
+                " return=-9 lasting' " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
+        EXPECT_EQ(result.status, status) << slot;
+    }
 }
 
 TEST_F(softtoken_fault, wrong_text_in_the_environment_is_reported) {

@@ -2,20 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "store/failure.h"
 
 using namespace vemra::softtoken;
 
 namespace {
 
-// For each of the calls, whether the fault fires.
-std::string firing(const std::string& text, int calls) {
+// For a call of each of the slots, whether the fault fires.
+std::string firing(const std::string& text, const std::vector<int>& slots) {
     fault_plan plan(parse_faults(text));
     std::string fired;
-    for (int i = 0; i < calls; ++i) {
-        fired += plan.due("VemraPKICryptoReadData", 8130, true).empty() ? '.' : 'x';
-    }
+    for (int slot : slots)
+        fired += plan.due("VemraPKICryptoReadData", slot, true).empty() ? '.' : 'x';
     return fired;
+}
+
+std::string firing(const std::string& text, int calls) {
+    return firing(text, std::vector<int>(static_cast<std::size_t>(calls), 8130));
 }
 
 // The texts of what fires at one call.
@@ -54,6 +59,32 @@ TEST(softtoken_fault_text, slot_and_function_must_fit) {
     EXPECT_EQ(firing("WriteData return=-5", 1), ".");
     EXPECT_EQ(firing("VemraPKICryptoReadData return=-5", 1), "x");
     EXPECT_EQ(firing("* return=-5", 1), "x");
+}
+
+TEST(softtoken_fault_text, calls_of_other_slots_are_not_counted) {
+    const std::vector<int> slots{8130, 8131, 8130, 8130, 8131, 8130, 8131, 8131};
+    EXPECT_EQ(firing("ReadData slot=8131 call=3 return=-5", slots), "......x.");
+    EXPECT_EQ(firing("ReadData slot=8131 call=3 return=-5 lasting", slots), "......xx");
+    EXPECT_EQ(firing("ReadData call=3 return=-5", slots), "..x.....");
+}
+
+TEST(softtoken_fault_text, chance_is_used_at_its_rate) {
+    std::string fired = firing("ReadData chance=0.3 seed=4 return=-5 lasting", 1000);
+    EXPECT_EQ(std::count(fired.begin(), fired.end(), 'x'), 305);
+}
+
+TEST(softtoken_fault_text, transient_fault_with_a_chance_fires_at_the_first_call_drawn) {
+    std::string lasting = firing("ReadData chance=0.1 seed=4 return=-5 lasting", 50);
+    std::string once(lasting.size(), '.');
+    once.at(lasting.find('x')) = 'x';
+    EXPECT_GT(lasting.find('x'), 0U);
+    EXPECT_EQ(firing("ReadData chance=0.1 seed=4 return=-5", 50), once);
+}
+
+TEST(softtoken_fault_text, chance_is_drawn_from_the_call_on_that_is_counted) {
+    EXPECT_EQ(firing("ReadData call=4 chance=1 return=-5 lasting", 6), "...xxx");
+    EXPECT_EQ(firing("ReadData call=4 chance=0.3 seed=4 return=-5 lasting", 53),
+              "..." + firing("ReadData chance=0.3 seed=4 return=-5 lasting", 50));
 }
 
 TEST(softtoken_fault_text, chance_is_drawn_from_the_seed) {
