@@ -13,4 +13,7 @@ struct token {
 /** Makes this many devices, in place of all earlier ones, and attaches them. */
 std::vector<token> make_tokens(int count);
 
+/** What is wrong with the files in which the devices are kept; nothing when they are sound. */
+std::string unsound_files();
+
 #endif
