@@ -108,6 +108,7 @@ TEST(threads, one_writer_per_token_and_many_readers_lose_nothing) {
 
     EXPECT_EQ(_without_uuids(listed_stamps()),
               named_bytes(tokens.size(), {resting.name, resting.data}));
+    EXPECT_EQ(unsound_files(), "");
     EXPECT_GT(seen, 0);
     EXPECT_LT(waits.seconds(), longest_wait_seconds);
     RecordProperty("stamps_read", seen);
