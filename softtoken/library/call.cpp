@@ -162,7 +162,7 @@ int call_frame::end(int result) noexcept {
 void call_frame::trace(const char* result) const noexcept {
     if (!traced_) return;
     auto taken = std::chrono::steady_clock::now() - started_;
-    call_trace::write(facts_, result,
+    call_trace::write(facts_, told_length_, result,
                       std::chrono::duration_cast<std::chrono::microseconds>(taken).count());
 }
 

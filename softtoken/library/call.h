@@ -54,6 +54,11 @@ public:
     int torn_bytes() const noexcept { return torn_bytes_; }
     void before_commit() const noexcept;
     void after_commit() const noexcept;
+    /* Keeps for the trace, and passes through, a length that the call tells its caller. */
+    int tell_length(int length) noexcept {
+        told_length_ = length;
+        return length;
+    }
     /* The call's last step: traces it, and passes the result through. */
     int end(int result) noexcept;
 
@@ -66,6 +71,7 @@ private:
     bool dies_before_commit_ = false;
     bool dies_after_ = false;
     int torn_bytes_ = -1;
+    int told_length_ = -1;
     bool traced_;
     std::chrono::steady_clock::time_point started_;
 };

@@ -24,21 +24,26 @@ int _file() noexcept {
     return file;
 }
 
+// Below 0 stands for a number that the call does not have.
+std::array<char, 16> _shown(int number) noexcept {
+    std::array<char, 16> text{"-"};
+    if (number >= 0) std::snprintf(text.data(), text.size(), "%d", number);
+    return text;
+}
+
 }  // namespace
 
 bool is_on() noexcept {
     return _file() >= 0;
 }
 
-void write(const call_facts& facts, const char* result, long long microseconds) noexcept {
+void write(const call_facts& facts, int told_length, const char* result,
+           long long microseconds) noexcept {
     std::array<char, 256> line{};
-    std::array<char, 24> slot{"-"};
-    std::array<char, 24> size{"-"};
-    if (facts.slot >= 0) std::snprintf(slot.data(), slot.size(), "%d", facts.slot);
-    if (facts.size >= 0) std::snprintf(size.data(), size.size(), "%d", facts.size);
-    int length =
-        std::snprintf(line.data(), line.size(), "%s slot=%s size=%s result=%s microseconds=%lld\n",
-                      facts.function, slot.data(), size.data(), result, microseconds);
+    int length = std::snprintf(line.data(), line.size(),
+                               "%s slot=%s size=%s length=%s result=%s microseconds=%lld\n",
+                               facts.function, _shown(facts.slot).data(), _shown(facts.size).data(),
+                               _shown(told_length).data(), result, microseconds);
     // One call appends one whole line, whatever other processes append.
     if (length > 0 && ::write(_file(), line.data(), static_cast<std::size_t>(length)) < 0) return;
 }

@@ -9,9 +9,11 @@ namespace vemra::softtoken::call_trace {
 bool is_on() noexcept;
 
 /*
- * Appends one line. It has sizes, but neither passwords nor bytes of slots. The result is a number,
- * or "killed" for a call that ended the process.
+ * Appends one line. It has sizes, but neither passwords nor bytes of slots. The length is the one
+ * that the call told, below 0 for none; the result is a number, or "killed" for a call that ended
+ * the process.
  */
-void write(const call_facts& facts, const char* result, long long microseconds) noexcept;
+void write(const call_facts& facts, int told_length, const char* result,
+           long long microseconds) noexcept;
 
 }  // namespace vemra::softtoken::call_trace

@@ -40,7 +40,7 @@ int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out,
         require_argument(out != nullptr && len != nullptr);
         std::string bytes = running.finish();
         *out = copy_for_caller<unsigned char>(bytes);
-        *len = static_cast<int>(bytes.size());
+        *len = call_frame::current().tell_length(static_cast<int>(bytes.size()));
     });
 }
 

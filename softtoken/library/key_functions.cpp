@@ -1,4 +1,7 @@
 /** The exported functions for key pairs and certificates. */
+#include <algorithm>
+#include <limits>
+
 #include "library/call.h"
 #include "library/exports.h"
 #include "library/handles.h"
@@ -48,7 +51,8 @@ int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VE
 }
 
 VEMRA_CERT_st* VemraPKICertNewCert(const void* der, unsigned long len) {
-    return pointer_call({__func__}, [=] {
+    int shown = static_cast<int>(std::min<unsigned long>(len, std::numeric_limits<int>::max()));
+    return pointer_call({__func__, nullptr, -1, shown}, [=] {
         require_argument(der != nullptr);
         return new VEMRA_CERT_st{certificate_from_der({static_cast<const char*>(der), len})};
     });
@@ -75,6 +79,6 @@ int VemraPKICertGetCertEncode(VEMRA_CERT_st* certificate, int format, unsigned c
         require_argument(out != nullptr && len != nullptr);
         std::string encoded = _encoded(der, format);
         *out = copy_for_caller<unsigned char>(encoded);
-        *len = static_cast<int>(encoded.size());
+        *len = call_frame::current().tell_length(static_cast<int>(encoded.size()));
     });
 }

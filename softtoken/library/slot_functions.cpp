@@ -9,7 +9,7 @@ int VemraPKICryptoGetDataLength(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, int*
     return status_call({__func__, token_of(device), id}, [=] {
         token& stored = stored_token(required(device));
         require_argument(len != nullptr);
-        *len = stored.slot_length(id);
+        *len = call_frame::current().tell_length(stored.slot_length(id));
     });
 }
 
@@ -18,7 +18,7 @@ int VemraPKICryptoReadData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, unsigned 
     return status_call({__func__, token_of(device), id, buf_len}, [=] {
         token& stored = stored_token(required(device));
         require_argument(out_len != nullptr && buf_len >= 0 && (buf != nullptr || buf_len == 0));
-        *out_len = stored.read_slot(id, buf, buf_len);
+        *out_len = call_frame::current().tell_length(stored.read_slot(id, buf, buf_len));
     });
 }
 

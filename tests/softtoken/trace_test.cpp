@@ -1,7 +1,13 @@
+#include <array>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <regex>
+#include <set>
 #include <sstream>
 
+#include "store/certificate.h"
+#include "store/key_table.h"
 #include "token_fixture.h"
 
 using namespace softtoken_test;
@@ -9,10 +15,67 @@ using namespace softtoken_test;
 namespace {
 
 constexpr const char* slot_canary = "canary-of-a-seal";
+constexpr const char* password_canary = "canary-of-a-password";
 constexpr const char* wrong_canary = "canary-of-a-guess";
 
 bool has(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
+}
+
+std::set<std::string> every_function() {
+    std::ifstream file(FUNCTION_NAMES);
+    return {std::istream_iterator<std::string>(file), {}};
+}
+
+void use_slots(VEMRA_PKI_DEVICE_HANDLE_st* device) {
+    std::array<unsigned char, 99> buffer{};
+    int length = 0;
+    log_in(device, password_canary);
+    fill_slot(device, 8130, slot_canary);
+    slot_length(device, 8130, length);
+    VemraPKICryptoReadData(device, 8130, buffer.data(), 99, &length);
+    VemraPKICryptoReadData(device, 8130, buffer.data(), 15, &length);
+    VemraPKICryptoDeleteData(device, 8130);
+    slot_length(device, 8130, length);
+}
+
+void use_identity(VEMRA_PKI_DEVICE_HANDLE_st* device) {
+    EXPECT_EQ(attached_count(), 1);
+    EXPECT_EQ(serial_number_of(device), "SN-one");
+    VemraPKICryptoGetType(device);
+    VemraPKICryptoFreeDevice(VemraPKICryptoDupDevice(device));
+    VemraPKICryptoFreeDevice(VemraPKICryptoGetPseudoDevice());
+}
+
+// Uses the functions for key pairs and certificates; the bytes of the certificate in DER.
+int use_keys(VEMRA_PKI_DEVICE_HANDLE_st* device) {
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device), 1);
+    auto* keypair = VemraPKICryptoGetKeypair(device, 0);
+    VemraPKICryptoFreeKeypair(VemraPKICryptoDupKeypair(keypair));
+    EXPECT_EQ(VemraPKICryptoGetCertificateCount(keypair), 1);
+    VEMRA_CERT_st* certificate = nullptr;
+    VemraPKICryptoGetCertificate(keypair, 0, &certificate);
+    VemraPKICryptoFreeKeypair(keypair);
+    unsigned char* der = nullptr;
+    int length = 0;
+    VemraPKICertGetCertEncode(certificate, 1, &der, &length);
+    auto* same = VemraPKICertNewCert(der, static_cast<unsigned long>(length));
+    VemraPKICryptoFreeMemory(der);
+    EXPECT_EQ(VemraPKICertEqual(certificate, same), 1);
+    VemraPKICertFreeCert(VemraPKICertDupCert(certificate));
+    VemraPKICertFreeCert(certificate);
+    VemraPKICertFreeCert(same);
+    return length;
+}
+
+void use_hash(VEMRA_PKI_DEVICE_HANDLE_st* device) {
+    unsigned char* bytes = nullptr;
+    int length = 0;
+    auto* hash = VemraPKICryptoNewHash(device, 0x7000);
+    VemraPKICryptoHashUpdate(hash, slot_canary, 16);
+    VemraPKICryptoHashFinal(hash, &bytes, &length);
+    VemraPKICryptoFreeMemory(bytes);
+    VemraPKICryptoFreeHash(hash);
 }
 
 }  // namespace
@@ -24,33 +87,79 @@ protected:
         auto token = plain_token("SN-one");
         token.password = password_canary;
         make_token("one", token);
+        give_certificate();
         setenv("VEMRA_SOFTTOKEN_TRACE", file().c_str(), 1);
     }
     std::string file() const { return root() + "/.trace"; }
     std::string traced() const { return file_bytes(file()); }
+    // The lines without the times, which each of them must have.
+    std::string traced_without_times() const {
+        static const std::regex whole(
+            R"((VemraPKI\w+ slot=(-|\d+) size=(-|\d+) length=(-|\d+) result=-?\d+) microseconds=\d+)");
+        std::istringstream lines(traced());
+        std::string kept;
+        std::smatch parts;
+        for (std::string line; std::getline(lines, line);) {
+            EXPECT_TRUE(std::regex_match(line, parts, whole)) << line;
+            kept += parts.str(1) + "\n";
+        }
+        return kept;
+    }
 
-    static constexpr const char* password_canary = "canary-of-a-password";
+private:
+    void give_certificate() const {
+        using namespace vemra::softtoken;
+        token_database database(directory("one") + "/token.db");
+        key_table keys(database.connection());
+        made_certificate made = make_certificate("First", 30);
+        keys.add_certificate(keys.add_keypair(public_key_of(made.der), made.private_key), made.der);
+    }
 };
 
-TEST_F(softtoken_trace, tells_function_slot_size_result_and_time_of_each_call) {
+TEST_F(softtoken_trace, tells_function_slot_size_length_and_result_of_each_call) {
+    std::string slot_calls =
+        "VemraPKICryptoGetAllDevices slot=- size=- length=- result=1\n"
+        "VemraPKICryptoGetDevice slot=- size=- length=- result=1\n"
+        "VemraPKICryptoVerifyPwd slot=- size=- length=- result=1\n"
+        "VemraPKICryptoCreateData slot=8130 size=16 length=- result=1\n"
+        "VemraPKICryptoWriteData slot=8130 size=16 length=- result=1\n"
+        "VemraPKICryptoGetDataLength slot=8130 size=- length=16 result=1\n"
+        "VemraPKICryptoReadData slot=8130 size=99 length=16 result=1\n"
+        "VemraPKICryptoReadData slot=8130 size=15 length=- result=-110\n"
+        "VemraPKICryptoDeleteData slot=8130 size=- length=- result=1\n"
+        "VemraPKICryptoGetDataLength slot=8130 size=- length=- result=-7\n";
     device_owner device = device_at();
-    log_in(device.get(), password_canary);
-    fill_slot(device.get(), 8130, slot_canary);
-    slot_bytes(device.get(), 8131);
-    const std::regex line(R"(VemraPKI\w+ slot=(-|\d+) size=(-|\d+) result=-?\d+ microseconds=\d+)");
-    std::istringstream lines(traced());
-    std::string names;
-    for (std::string text; std::getline(lines, text);) {
-        EXPECT_TRUE(std::regex_match(text, line)) << text;
-        names += text.substr(0, text.find(" microseconds")) + "\n";
-    }
-    EXPECT_EQ(names,
-              "VemraPKICryptoGetAllDevices slot=- size=- result=1\n"
-              "VemraPKICryptoGetDevice slot=- size=- result=1\n"
-              "VemraPKICryptoVerifyPwd slot=- size=- result=1\n"
-              "VemraPKICryptoCreateData slot=8130 size=16 result=1\n"
-              "VemraPKICryptoWriteData slot=8130 size=16 result=1\n"
-              "VemraPKICryptoGetDataLength slot=8131 size=- result=-7\n");
+    use_slots(device.get());
+    EXPECT_EQ(traced_without_times(), slot_calls);
+}
+
+TEST_F(softtoken_trace, tells_of_every_function_but_those_for_errors_and_memory) {
+    std::set<std::string> expected = every_function();
+    for (const char* untraced : {"CryptoFreeMemory", "GetLastError", "GetErrorMsg"})
+        ASSERT_EQ(expected.erase(std::string("VemraPKI") + untraced), 1U);
+    device_owner device = device_at();
+    use_slots(device.get());
+    use_identity(device.get());
+    use_keys(device.get());
+    use_hash(device.get());
+    VemraPKICryptoFreeDevice(device.release());
+    EXPECT_STREQ(VemraPKIGetErrorMsg(VemraPKIGetLastError()), "no such data slot");
+    std::istringstream lines(traced_without_times());
+    std::set<std::string> names;
+    for (std::string text; std::getline(lines, text);)
+        names.insert(text.substr(0, text.find(' ')));
+    EXPECT_EQ(names, expected);
+}
+
+TEST_F(softtoken_trace, tells_the_lengths_of_certificates_and_hashes) {
+    device_owner device = device_at();
+    std::string der = std::to_string(use_keys(device.get()));
+    use_hash(device.get());
+    for (const std::string& part : {"CertGetCertEncode slot=- size=- length=" + der + " result=1\n",
+                                    "CertNewCert slot=- size=" + der + " length=- result=1\n",
+                                    std::string("HashUpdate slot=- size=16 length=- result=1\n"),
+                                    std::string("HashFinal slot=- size=- length=32 result=1\n")})
+        EXPECT_TRUE(has(traced_without_times(), part)) << traced();
 }
 
 TEST_F(softtoken_trace, has_neither_passwords_nor_bytes_of_slots) {
@@ -59,12 +168,10 @@ TEST_F(softtoken_trace, has_neither_passwords_nor_bytes_of_slots) {
     log_in(device.get(), password_canary);
     fill_slot(device.get(), 8130, slot_canary);
     EXPECT_EQ(slot_bytes(device.get(), 8130), slot_canary);
-    auto* hash = VemraPKICryptoNewHash(device.get(), 0x7000);
-    VemraPKICryptoHashUpdate(hash, slot_canary, 16);
-    VemraPKICryptoFreeHash(hash);
-    EXPECT_TRUE(has(traced(), "VerifyPwd slot=- size=- result=-106"));
-    EXPECT_TRUE(has(traced(), "ReadData slot=8130 size=16 result=1"));
-    EXPECT_TRUE(has(traced(), "HashUpdate slot=- size=16 result=1"));
+    use_hash(device.get());
+    EXPECT_TRUE(has(traced(), "VerifyPwd slot=- size=- length=- result=-106"));
+    EXPECT_TRUE(has(traced(), "ReadData slot=8130 size=16 length=16 result=1"));
+    EXPECT_TRUE(has(traced(), "HashUpdate slot=- size=16 length=- result=1"));
     EXPECT_FALSE(has(traced(), "canary")) << traced();
 }
 
@@ -101,7 +208,8 @@ TEST_F(softtoken_trace, lines_of_several_processes_are_whole) {
 TEST_F(softtoken_trace, call_that_ends_the_process_is_told) {
     setenv("VEMRA_SOFTTOKEN_FAULTS", "GetType die=after", 1);
     EXPECT_FALSE(in_child([] { return VemraPKICryptoGetType(device_at().get()) == 1; }));
-    EXPECT_TRUE(has(traced(), "VemraPKICryptoGetType slot=- size=- result=killed microseconds="));
+    EXPECT_TRUE(
+        has(traced(), "VemraPKICryptoGetType slot=- size=- length=- result=killed microseconds="));
 }
 
 TEST_F(softtoken_trace, is_private_to_the_user) {
