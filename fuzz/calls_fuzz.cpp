@@ -1,5 +1,6 @@
 // Sequences of exported calls, with the fault schedule drawn from the input, on one to four
-// devices: compared with the model, and where a fault struck, with what a failure may leave.
+// devices: compared with the model, and where a fault struck, with what a failure or a lie may
+// leave.
 
 #include <array>
 
@@ -37,7 +38,9 @@ constexpr std::array<faulty_function, 16> functions{{{"", false},
 fault _fault(unsigned char kind, const faulty_function& function) {
     const bool is_named = function.name[0] != '\0';
     fault result;
-    if (kind % 4 == 1 && function.may_work_but_fail) {
+    if (kind / 8 % 4 == 1) {
+        result = fault::claiming_success();
+    } else if (kind % 4 == 1 && function.may_work_but_fail) {
         result = fault::working_but_failing(result.code);
     } else if (kind % 4 == 2 && is_named) {
         result = fault::throwing_runtime_error();
@@ -69,14 +72,30 @@ std::optional<text_lines> _unheard(const std::function<void()>& work) {
     return std::nullopt;
 }
 
-std::string _perform(random_use& both, choices& input) {
-    const step one = _step(input);
-    const unsigned char chance = input.byte();
-    if (chance % 4 != 3) return both.perform(one);
-    const faulty_function& function = functions[chance / 4 % functions.size()];
-    const int nth = input.byte() % 24 + 1;
-    return both.perform_under_fault(one, {function.name, nth, _fault(input.byte(), function)});
-}
+/** Draws when a fault begins, and for a lasting one how many steps more it stays. */
+class fault_schedule {
+public:
+    explicit fault_schedule(random_use& both) : both_(both) {}
+
+    void before_step(choices& input) {
+        const unsigned char chance = input.byte();
+        if (steps_left_ != 0 || chance % 4 != 3) return;
+        const faulty_function& function = functions[chance / 4 % functions.size()];
+        const int nth = input.byte() % 24 + 1;
+        const unsigned char kind = input.byte();
+        const fault what = _fault(kind, function);
+        steps_left_ = what.is_lasting ? 1 + kind / 32 : 1;
+        both_.begin_fault({function.name, nth, what});
+    }
+    std::string after_step() {
+        if (steps_left_ == 0 || --steps_left_ != 0) return {};
+        return both_.end_fault();
+    }
+
+private:
+    random_use& both_;
+    int steps_left_ = 0;
+};
 
 }  // namespace
 
@@ -84,10 +103,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     choices input(data, size);
     {
         random_use both(_devices(input), "S", _unheard);
+        fault_schedule faults(both);
         for (int steps = 0; steps < 40 && !input.is_used_up(); ++steps) {
-            const std::string difference = _perform(both, input);
+            const step one = _step(input);
+            faults.before_step(input);
+            std::string difference = both.perform(one);
+            claim(difference.empty(), difference);
+            difference = faults.after_step();
             claim(difference.empty(), difference);
         }
+        const std::string difference = both.end();
+        claim(difference.empty(), difference);
     }
     forget_everything();
     return 0;

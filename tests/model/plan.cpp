@@ -62,7 +62,7 @@ std::string to_text(const plan& use) {
         "erase", "free_stamp", "free_set",  "unplug", "replug"};
     std::ostringstream text;
     text << "plan{{";
-    for (const unsigned char device : use.devices)
+    for (const unsigned char& device : use.devices)
         text << (&device == use.devices.data() ? "" : ", ") << int{device};
     text << "}, {";
     for (const step& one : use.steps) {

@@ -50,9 +50,11 @@ random_use::random_use(const std::vector<unsigned char>& devices, const std::str
             record[0] = static_cast<char>(record.size());
             device.slots[mapping_slot] = record;
         }
-        add_to_fake(model_.add_device(device));
         for (const auto& slot : device.slots)
             contents_[i].insert(slot.second);
+        // Of other programs.
+        device.slots.insert({{0, "the first"}, {8126, "a neighbour"}, {9000, "far away"}});
+        add_to_fake(model_.add_device(device));
     }
 }
 
@@ -68,7 +70,16 @@ random_use::~random_use() {
 }
 
 std::string random_use::perform(const step& one) {
+    if (fault_) {
+        before_ = model_;
+        if (has_struck_) schedule_fault();
+    }
     has_struck_ = false;
+    const std::string difference = carry_out(one);
+    return difference.empty() ? compare_records() : difference;
+}
+
+std::string random_use::carry_out(const step& one) {
     switch (one.what) {
         case step::list:
             return list(one);
@@ -93,25 +104,38 @@ std::string random_use::perform(const step& one) {
     }
 }
 
-std::string random_use::perform_under_fault(const step& one, const step_fault& scheduled) {
-    before_ = model_;
-    if (scheduled.function.empty()) {
-        fake_.fail_call(scheduled.nth, scheduled.what);
-    } else {
-        fake_.fail_function(scheduled.function, scheduled.nth, scheduled.what);
-    }
-    is_under_fault_ = true;
-    const std::string difference = perform(one);
-    is_under_fault_ = false;
+void random_use::begin_fault(const step_fault& scheduled) {
+    fault_ = scheduled;
+    has_struck_ = false;
+    schedule_fault();
+}
+
+// Anew once it has struck: a lasting one from the next call on, a transient one no more.
+void random_use::schedule_fault() {
     fake_.clear_faults();
-    if (!difference.empty() || !has_struck_) return difference;
+    if (has_struck_ && !fault_->what.is_lasting) return;
+    fake_.fail_function(fault_->function, has_struck_ ? 1 : fault_->nth, fault_->what);
+}
+
+std::string random_use::end_fault() {
+    fake_.clear_faults();
+    fault_.reset();
+    if (are_objects_counted_) return {};
 
     // What a struck list made known is known to the model after a whole one.
-    are_objects_counted_ = false;
     const std::string listing = perform({step::list, 0, 0, 0, 0});
     are_objects_counted_ = true;
     extra_objects_ = fake_.live_devices() - static_cast<int>(model_.live_objects().size());
     return listing.empty() ? listing : "after the fault: " + listing;
+}
+
+std::string random_use::end() {
+    std::string difference = end_fault();
+    while (difference.empty() && !records_.empty())
+        difference = perform({step::free_stamp, 0, 0, 0, 0});
+    while (difference.empty() && !sets_.empty())
+        difference = perform({step::free_set, 0, 0, 0, 0});
+    return difference;
 }
 
 std::string random_use::list(const step& one) {
@@ -277,10 +301,11 @@ std::string random_use::free_stamp(const step& one) {
     if (records_.empty()) return {};
     const auto position = records_.begin() + one.pick % static_cast<long>(records_.size());
     const held_record held = *position;
+    std::string difference = read(held);
+    if (!difference.empty()) return difference;
     records_.erase(position);
     char* name = held.record->name;
-    const std::string difference =
-        compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
+    difference = compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
     expected wanted("VemraAppStampFreeStamp");
     wanted.input("`handle`", "PTR");
     if (!held.stamp.bytes.empty()) wanted.debug("Free stamp data.");
@@ -310,16 +335,18 @@ std::string random_use::free_set(const step& one) {
 std::string random_use::unplug(const step& one) {
     const unsigned int device = device_of(one);
     if (!model_.devices[device].is_plugged) return {};
+    // What a struck list made known of the device must be known to the model before it is gone.
+    const std::string difference = end_fault();
     fake_.unplug_device(model_.devices[device].label);
     model_.unplug(device);
-    return {};
+    return difference;
 }
 
 std::string random_use::replug(const step& one) {
     const unsigned int device = device_of(one);
     if (model_.devices[device].is_plugged) return {};
     model_.replug(device);
-    add_to_fake(device);
+    fake_.replug_device(model_.devices[device].label);
     return {};
 }
 

@@ -13,7 +13,7 @@
 #include "support/fake_device_library.h"
 #include "vemra_app_stamp.h"
 
-/** A fault of the device library during one step. */
+/** A fault of the device library. */
 struct step_fault {
     std::string function;  // Empty: any.
     int nth;
@@ -21,8 +21,10 @@ struct step_fault {
 };
 
 /**
- * Uses the library step by step beside the model, over the fake device library, and compares. Each
- * step tells how the two disagree, and nothing when they agree.
+ * Uses the library step by step beside the model, over the fake device library, and compares: what
+ * is returned and printed, all slots of all devices, pulled out or not, the library's handles, and
+ * every record that is still held. Each step tells how the two disagree, and nothing when they
+ * agree.
  */
 class random_use {
 public:
@@ -32,18 +34,24 @@ public:
     /** Uuids stay known as long as the process lives: `serials` tells one use from another. */
     random_use(const std::vector<unsigned char>& devices, const std::string& serials,
                listener listen);
-    /** Frees all sets and records. */
+    /** Frees what end() has not freed. */
     ~random_use();
     random_use(const random_use&) = delete;
     random_use& operator=(const random_use&) = delete;
 
     std::string perform(const step& one);
     /**
-     * The same with a fault in it. When it strikes, the status must be a documented one, no slot
-     * but the named one and the mapping may have changed, these hold what a failure may leave, no
-     * handle or buffer is lost, and listing works afterwards.
+     * From here to end_fault() or to the next unplugging the steps are made under a fault. Where it
+     * strikes, the status must be a documented one and the last status, no slot but the named one
+     * and the mapping may have changed, these hold what a failure may leave, and no handle or
+     * buffer is lost. A device that claims to have done what it has not may also leave what a call
+     * makes of a slot that reads as empty, and the status may be 1 all the same.
      */
-    std::string perform_under_fault(const step& one, const step_fault& scheduled);
+    void begin_fault(const step_fault& scheduled);
+    /** Afterwards listing works again. */
+    std::string end_fault();
+    /** Frees all records and sets, after a last look at each. */
+    std::string end();
 
 private:
     struct held_set {
@@ -55,6 +63,7 @@ private:
         model_stamp stamp;
     };
 
+    std::string carry_out(const step& one);
     std::string list(const step& one);
     std::string take(const step& one);
     std::string read(const held_record& held);
@@ -71,14 +80,17 @@ private:
     std::string compare(const expected& wanted, const std::function<int()>& call);
     std::string compare_call(const expected& wanted, const std::function<int()>& call);
     std::string compare_devices() const;
+    std::string compare_records() const;
     std::string compare_handles() const;
     std::string judge_struck_call(const expected& wanted, std::optional<int> status) const;
     std::string judge_slot(unsigned int device, int id, const std::optional<std::string>& is,
                            bool is_done, bool is_foreseen) const;
+    std::vector<model_change> possible_changes(unsigned int device, int id) const;
+    bool may_lie_about_slots() const;
     void adopt_devices();
+    void schedule_fault();
 
     void add_to_fake(unsigned int device);
-    std::map<int, std::string> slots_in_fake(unsigned int device) const;
     std::string uuid_for(const step& one) const;
     unsigned int device_of(const step& one) const;
 
@@ -89,11 +101,14 @@ private:
     std::vector<held_record> records_;
     /** Device objects alive that the model does not know of: a struck list may have made some. */
     int extra_objects_ = 0;
+    /** Not between a fault that strikes and the list that follows it. */
     bool are_objects_counted_ = true;
 
-    bool is_under_fault_ = false;
+    std::optional<step_fault> fault_;
     bool has_struck_ = false;
+    /* As they were before the step, or the call, that the fault may strike. */
     stamp_model before_;
+    int live_before_ = 0;
     /** What each device's slots have held: a restore may bring back an older failure's backup. */
     std::vector<std::set<std::string>> contents_;
 };

@@ -14,7 +14,7 @@ std::string _difference(const plan& use, const std::string& serials) {
         const std::string difference = both.perform(one);
         if (!difference.empty()) return difference;
     }
-    return {};
+    return both.end();
 }
 
 }  // namespace
@@ -45,4 +45,10 @@ TEST(random_use_regression, a_name_that_names_a_slot_takes_over_that_slot) {
                     {step::append, 0, 0, 0, 1},
                     {step::list, 0, 0, 0, 0}}};
     EXPECT_EQ(_difference(use, "taken over"), "");
+}
+
+TEST(random_use_regression, a_use_is_printed_as_the_text_that_makes_it) {
+    const plan use{{2, 30}, {{step::list, 0, 1, 2, 3}, {step::free_set, 4, 5, 6, 7}}};
+    EXPECT_EQ(to_text(use),
+              "plan{{2, 30}, {{step::list, 0, 1, 2, 3}, {step::free_set, 4, 5, 6, 7}}}");
 }

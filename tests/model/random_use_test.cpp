@@ -55,6 +55,8 @@ TEST(random_use, agrees_with_the_model_in_status_lines_slots_and_handles) {
             const std::string difference = both.perform(one);
             if (!difference.empty()) RC_FAIL(difference + "\n" + to_text(use));
         }
+        const std::string difference = both.end();
+        if (!difference.empty()) RC_FAIL(difference + "\nat the end of " + to_text(use));
     });
     EXPECT_TRUE(holds);
 }

@@ -100,6 +100,16 @@ reference_mapping::mapping _read_mapping(const model_device& device, expected& t
     return reading.stamps;
 }
 
+std::string _record_of_one(int slot, const std::string& name) {
+    return reference_mapping::write({{static_cast<unsigned int>(slot), name}});
+}
+
+std::string _record_without(const model_device& device, int slot) {
+    reference_mapping::mapping stamps = reference_mapping::read(_slot(device, mapping_slot)).stamps;
+    stamps.erase(static_cast<unsigned int>(slot));
+    return reference_mapping::write(stamps);
+}
+
 }  // namespace
 
 unsigned int stamp_model::add_device(const model_device& device) {
@@ -123,7 +133,7 @@ void stamp_model::replug(unsigned int device) {
 
 expected stamp_model::list(const list_filter& filter,
                            std::optional<std::vector<model_stamp>>& found) {
-    change.reset();
+    forget_change();
     expected trace("VemraAppStampGetAllStamps");
     trace.input("`type`            ", std::to_string(filter.type))
         .input("`device_sn`       ", filter.serial.value_or("(null)"))
@@ -166,7 +176,7 @@ void stamp_model::list_device(unsigned int number, expected& trace,
 
 expected stamp_model::append(const std::string& serial, int type, const char* password,
                              const stamp_to_store& stamp) {
-    change.reset();
+    forget_change();
     expected trace("VemraAppStampAppendStamp");
     trace.input("`device_sn`       ", serial)
         .input("`device_sn_length`", std::to_string(serial.size()))
@@ -186,6 +196,7 @@ expected stamp_model::append(const std::string& serial, int type, const char* pa
     if (stamp.type != 1) return trace.returns(-4);
     reference_mapping::mapping stamps = _read_mapping(device, trace);
     const std::optional<int> chosen = _lowest_free_slot(stamps);
+    misread_changes = {{*match, first_slot, stamp.bytes, _record_of_one(first_slot, stamp.name)}};
     if (!chosen) {
         return trace
             .error(
@@ -205,7 +216,7 @@ expected stamp_model::append(const std::string& serial, int type, const char* pa
 
 expected stamp_model::update(const std::string& uuid, const char* password,
                              const stamp_to_store& stamp) {
-    change.reset();
+    forget_change();
     expected trace("VemraAppStampUpdateStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
@@ -230,6 +241,8 @@ expected stamp_model::update(const std::string& uuid, const char* password,
     reference_mapping::mapping stamps = _read_mapping(device, trace);
     stamps[static_cast<unsigned int>(place.slot)] = stamp.name;
     change = {place.device, place.slot, stamp.bytes, reference_mapping::write(stamps)};
+    misread_changes = {
+        {place.device, place.slot, stamp.bytes, _record_of_one(place.slot, stamp.name)}};
     failure failed = _write(device, place.slot, stamp.bytes);
     if (!failed) failed = _write(device, mapping_slot, change->record);
     if (failed) return trace.error("Unable to update stamp, because: " + *failed + ".").returns(0);
@@ -237,7 +250,7 @@ expected stamp_model::update(const std::string& uuid, const char* password,
 }
 
 expected stamp_model::remove(const std::string& uuid, const char* password) {
-    change.reset();
+    forget_change();
     expected trace("VemraAppStampDeleteStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
@@ -258,10 +271,11 @@ expected stamp_model::remove(const std::string& uuid, const char* password) {
             .returns(0);
     }
     change = {place.device, place.slot, {}, _slot(device, mapping_slot)};
+    misread_changes = {{place.device, place.slot, {}, reference_mapping::write({})},
+                       {place.device, place.slot, {}, _record_without(device, place.slot)}};
     if (!_is_sealed(_slot(device, place.slot))) {
-        reference_mapping::mapping stamps = _read_mapping(device, trace);
-        stamps.erase(static_cast<unsigned int>(place.slot));
-        change->record = reference_mapping::write(stamps);
+        _read_mapping(device, trace);
+        change->record = _record_without(device, place.slot);
         const failure failed = _write(device, mapping_slot, change->record);
         if (failed) {
             return trace.error("Unable to delete stamp info from 8127, because: " + *failed + ".")
@@ -274,7 +288,7 @@ expected stamp_model::remove(const std::string& uuid, const char* password) {
 }
 
 expected stamp_model::ask_owner(const std::string& uuid, std::optional<model_device>& owner) {
-    change.reset();
+    forget_change();
     expected trace("VemraAppStampGetStampOwnDevice");
     trace.input("`handle`                 ", "PTR")
         .input("`output_device_sn`       ", "PTR")
@@ -289,6 +303,11 @@ expected stamp_model::ask_owner(const std::string& uuid, std::optional<model_dev
     }
     owner = devices[place.device];
     return trace.returns(1);
+}
+
+void stamp_model::forget_change() {
+    change.reset();
+    misread_changes.clear();
 }
 
 std::set<unsigned long> stamp_model::live_objects() const {

@@ -87,6 +87,8 @@ public:
     std::map<std::string, model_place> known;
     /** What the last write or removal was about, if it came so far. */
     std::optional<model_change> change;
+    /** What it becomes where a device claims to have read a slot and gives nothing. */
+    std::vector<model_change> misread_changes;
     /** Device objects that known uuids keep alive. */
     std::set<unsigned long> live_objects() const;
 
@@ -94,6 +96,7 @@ public:
     static std::string uuid_of(const model_device& device, int slot);
 
 private:
+    void forget_change();
     bool is_reachable(const model_place& place) const;
     void list_device(unsigned int number, expected& trace, std::vector<model_stamp>& found);
 

@@ -16,9 +16,28 @@ struct script_scope {
     fake_state& state = the_state();
 };
 
+using device_ptr = std::shared_ptr<fake_device>;
+using device_list = std::vector<device_ptr>;
+
+device_ptr _find(const device_list& devices, const std::string& label) {
+    const auto found = std::find_if(devices.begin(), devices.end(), [&](const device_ptr& device) {
+        return !device->is_null && device->label == label;
+    });
+    return found == devices.end() ? nullptr : *found;
+}
+
+/** Takes a device out of a list. */
+device_ptr _take(device_list& devices, const std::string& label) {
+    device_ptr device = _find(devices, label);
+    if (device == nullptr) throw std::invalid_argument("the fake has no device " + label);
+    devices.erase(std::find(devices.begin(), devices.end(), device));
+    return device;
+}
+
+/** A plugged device, else one that was pulled out. */
 fake_device& _device(const fake_state& state, const std::string& label) {
-    for (const auto& device : state.devices) {
-        if (!device->is_null && device->label == label) return *device;
+    for (const device_list* devices : {&state.devices, &state.pulled_devices}) {
+        if (const device_ptr device = _find(*devices, label)) return *device;
     }
     throw std::invalid_argument("the fake has no device " + label);
 }
@@ -60,11 +79,14 @@ void _forget_answers(fake_state& state) {
     state.device_count_answer.reset();
 }
 
+// The handles of this generation stand behind all older ones.
 template <typename Handles>
 int _live(const fake_state& state, const Handles& handles) {
-    return static_cast<int>(std::count_if(handles.begin(), handles.end(), [&](const auto& handle) {
-        return handle.is_live && handle.generation == state.generation;
-    }));
+    const auto end = std::find_if(handles.rbegin(), handles.rend(), [&](const auto& handle) {
+        return handle.generation != state.generation;
+    });
+    return static_cast<int>(
+        std::count_if(handles.rbegin(), end, [](const auto& handle) { return handle.is_live; }));
 }
 
 }  // namespace
@@ -98,6 +120,7 @@ fake_device_library::fake_device_library() {
     ++scope.state.generation;
     scope.state.last_error = 0;
     scope.state.devices.clear();
+    scope.state.pulled_devices.clear();
     scope.state.double_frees = 0;
     scope.state.misuses.clear();
     scope.state.calls.clear();
@@ -127,12 +150,20 @@ void fake_device_library::add_null_device() {
 
 void fake_device_library::unplug_device(const std::string& label) {
     const script_scope scope;
-    fake_device& device = _device(scope.state, label);
-    device.is_plugged = false;
-    auto& all = scope.state.devices;
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [&](const auto& item) { return item.get() == &device; }),
-              all.end());
+    const device_ptr device = _take(scope.state.devices, label);
+    device->is_plugged = false;
+    auto& pulled = scope.state.pulled_devices;
+    pulled.insert(pulled.begin(), device);
+}
+
+void fake_device_library::replug_device(const std::string& label) {
+    const script_scope scope;
+    // A new object: handles hold the one that was pulled out.
+    auto device = std::make_shared<fake_device>(*_take(scope.state.pulled_devices, label));
+    device->is_plugged = true;
+    device->is_logged_in = false;
+    device->retries = device->most_retries;
+    scope.state.devices.push_back(std::move(device));
 }
 
 void fake_device_library::set_password(const std::string& label, const std::string& password,
@@ -187,6 +218,11 @@ std::optional<std::string> fake_device_library::slot(int id) const {
 std::optional<std::string> fake_device_library::slot(const std::string& label, int id) const {
     const script_scope scope;
     return _slot(scope.state, label, id);
+}
+
+std::map<int, std::string> fake_device_library::slots(const std::string& label) const {
+    const script_scope scope;
+    return _device(scope.state, label).slots;
 }
 
 std::vector<std::string> fake_device_library::calls() const {

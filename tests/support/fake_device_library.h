@@ -1,6 +1,7 @@
 #ifndef SUPPORT_FAKE_DEVICE_LIBRARY_H
 #define SUPPORT_FAKE_DEVICE_LIBRARY_H
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -60,8 +61,14 @@ public:
     void add_device(const std::string& serial, int type = 1, const std::string& label = {});
     /** An entry of the list whose handle is null. */
     void add_null_device();
-    /** Its handles stay, and answer every call with `removed`; it is no longer listed. */
+    /**
+     * Its handles stay, and answer every call with `removed`. It is no longer listed, but the
+     * questions of this class still reach it.
+     */
     void unplug_device(const std::string& label);
+    /** It comes back behind the others with its slots, logged out; handles from before stay dead.
+     */
+    void replug_device(const std::string& label);
     void set_password(const std::string& label, const std::string& password, int retries);
     int retries(const std::string& label) const;
     /** Creating, writing and deleting then need a verified password. */
@@ -77,6 +84,7 @@ public:
     /** The bytes of a slot, none when it does not exist. */
     std::optional<std::string> slot(int id) const;
     std::optional<std::string> slot(const std::string& label, int id) const;
+    std::map<int, std::string> slots(const std::string& label) const;
 
     /*
      * The log: one line per call, for example

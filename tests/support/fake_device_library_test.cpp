@@ -153,6 +153,41 @@ TEST_F(fake_device, answers_removed_when_it_is_unplugged) {
     EXPECT_EQ(VemraPKICryptoGetAllDevices(-1, 0), nullptr);
 }
 
+TEST_F(fake_device, keeps_its_slots_while_unplugged_and_is_another_one_when_it_comes_back) {
+    const std::map<int, std::string> slots{{0, "first"}, {8130, ""}};
+    for (const auto& [id, bytes] : slots)
+        fake.fill_slot(id, bytes);
+    fake.unplug_device("SN-1");
+    EXPECT_EQ(fake.slots("SN-1"), slots);
+
+    fake.replug_device("SN-1");
+    EXPECT_EQ(fake.slots("SN-1"), slots);
+    int length = 0;
+    EXPECT_EQ(VemraPKICryptoGetDataLength(device, 8130, &length), fake.removed);
+    EXPECT_EQ(VemraPKICryptoDeleteData(device, 8130), fake.removed);
+    EXPECT_EQ(fake.slots("SN-1"), slots);
+    EXPECT_NE(VemraPKICryptoGetAllDevices(-1, 0), nullptr);
+}
+
+TEST_F(fake_device, comes_back_logged_out) {
+    int retries = 0;
+    EXPECT_EQ(VemraPKICryptoVerifyPwd(device, 1, "12345678", &retries), 1);
+    fake.unplug_device("SN-1");
+    EXPECT_TRUE(fake.is_logged_in("SN-1"));
+    fake.replug_device("SN-1");
+    EXPECT_FALSE(fake.is_logged_in("SN-1"));
+}
+
+TEST_F(fake_device, comes_back_with_all_its_attempts) {
+    int retries = 0;
+    fake.set_password("SN-1", "12345678", 3);
+    EXPECT_EQ(VemraPKICryptoVerifyPwd(device, 1, "wrong", &retries), fake.wrong_password);
+    fake.unplug_device("SN-1");
+    EXPECT_EQ(fake.retries("SN-1"), 2);
+    fake.replug_device("SN-1");
+    EXPECT_EQ(fake.retries("SN-1"), 3);
+}
+
 TEST_F(fake_device, digests_other_input_to_other_bytes) {
     std::string digests[2];
     for (int i = 0; i < 2; ++i) {

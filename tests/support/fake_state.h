@@ -79,6 +79,8 @@ struct fake_state {
     int generation = 0;
     int last_error = 0;
     std::vector<std::shared_ptr<fake_device>> devices;
+    /** No longer listed, the last one that was pulled out first. */
+    std::vector<std::shared_ptr<fake_device>> pulled_devices;
     VEMRA_PKI_DEVICE_LIST_st list;
 
     std::deque<VEMRA_PKI_DEVICE_HANDLE_st> device_handles;
