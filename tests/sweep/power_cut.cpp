@@ -4,47 +4,22 @@
 
 namespace {
 
-using stamps = std::vector<seen_stamp>;
-
-auto _append(const std::string& data) {
-    return [=](stamp_library& library, const token& device, const stamps&) {
-        library.append(device.serial, device.type, nullptr, {"new", data});
-    };
-}
-
-auto _update(std::size_t index, const std::string& data) {
-    return [=](stamp_library& library, const token&, const stamps& listed) {
-        library.update(listed.at(index).uuid, nullptr, {"renamed", data});
-    };
-}
-
-auto _remove(std::size_t index) {
-    return [=](stamp_library& library, const token&, const stamps& listed) {
-        library.remove(listed.at(index).uuid, nullptr);
-    };
-}
-
-const std::map<unsigned int, std::string> one_stamp{{8130, "hello"}};
-const std::map<unsigned int, std::string> three_stamps{
-    {8130, "first"}, {8131, "second"}, {8132, "third"}};
-const std::map<unsigned int, std::string> four_stamps{
-    {8130, "first"}, {8131, "second"}, {8132, "third"}, {8133, "fourth"}};
-
-/** A token in the model with the case's slots, listed once. */
+/** The case's token in the model, listed once. */
 struct model_token {
     model_token(const cut_case& one, const token& device) : library(devices) {
         auto attached = std::make_shared<model_device>();
         attached->label = "T";
         attached->serial = device.serial;
         attached->type = device.type;
-        attached->slots = slots_of(one);
+        attached->slots = listed_slots(one.state);
         devices.attached.push_back(attached);
         listed = library.list().stamps;
+        attached->slots = slots_of(one.state);
     }
 
     model_devices devices;
     model_library library;
-    stamps listed;
+    std::vector<seen_stamp> listed;
 };
 
 bool _changes(const std::string& call) {
@@ -90,14 +65,21 @@ std::string _last_change(const std::vector<std::string>& calls, const cut_point&
 
 }  // namespace
 
-std::map<int, std::string> slots_of(const cut_case& one) {
-    std::map<int, std::string> slots = one.orphans;
+std::map<int, std::string> listed_slots(const token_state& state) {
+    std::map<int, std::string> slots = state.orphans;
     std::map<unsigned int, std::string> names;
-    for (const auto& [slot, bytes] : one.stamps) {
+    for (const auto& [slot, bytes] : state.stamps) {
         names[slot] = "A" + std::to_string(names.size() + 1);
         if (!bytes.empty()) slots[static_cast<int>(slot)] = bytes;
     }
     if (!names.empty()) slots[8127] = model_record(names);
+    return slots;
+}
+
+std::map<int, std::string> slots_of(const token_state& state) {
+    std::map<int, std::string> slots = listed_slots(state);
+    for (const int slot : state.lost)
+        slots.erase(slot);
     return slots;
 }
 
@@ -138,90 +120,4 @@ cut_outcome model_outcome(const cut_case& one, const token& device, const cut_po
     outcome.append_status = appended.status;
     outcome.slots_after_append = next.devices.attached.front()->slots;
     return outcome;
-}
-
-const std::vector<cut_case>& all_cut_cases() {
-    static const std::vector<cut_case> all{
-        {"append_first",
-         "Append to a token without stamps",
-         {},
-         {},
-         8130,
-         "picture",
-         _append("picture")},
-        {"append_beside_one",
-         "Append beside one stamp",
-         one_stamp,
-         {},
-         8131,
-         "picture",
-         _append("picture")},
-        {"append_beside_four",
-         "Append the fifth stamp",
-         four_stamps,
-         {},
-         8134,
-         "picture",
-         _append("picture")},
-        {"append_over_orphan",
-         "Append where bytes without an entry lie",
-         {{8131, "kept"}},
-         {{8130, "an orphan"}},
-         8130,
-         "picture",
-         _append("picture")},
-        {"update_same_size",
-         "Update with as many bytes",
-         one_stamp,
-         {},
-         8130,
-         "HELLO",
-         _update(0, "HELLO")},
-        {"update_smaller", "Update with fewer bytes", one_stamp, {}, 8130, "hi", _update(0, "hi")},
-        {"update_larger",
-         "Update with more bytes, beside two stamps",
-         three_stamps,
-         {},
-         8131,
-         "much longer",
-         _update(1, "much longer")},
-        {"update_again",
-         "Update under a name as long, beside two stamps",
-         {{8130, "first"}, {8131, "second"}, {8132, "third"}},
-         {},
-         8131,
-         "2nd try",
-         [](stamp_library& library, const token&, const stamps& listed) {
-             library.update(listed.at(1).uuid, nullptr, {"B2", "2nd try"});
-         }},
-        {"update_absent_slot",
-         "Update a stamp whose slot is absent",
-         {{8130, ""}},
-         {},
-         8130,
-         "back",
-         _update(0, "back")},
-        {"update_sealed",
-         "Update a sealed slot",
-         {{8130, "VemraSeal"}},
-         {},
-         8130,
-         "plain",
-         _update(0, "plain")},
-        {"delete_only", "Delete the only stamp", one_stamp, {}, 8130, "", _remove(0)},
-        {"delete_one_of_three",
-         "Delete one of three stamps",
-         three_stamps,
-         {},
-         8131,
-         "",
-         _remove(1)},
-        {"delete_sealed",
-         "Delete a sealed slot",
-         {{8130, "VemraSeal"}, {8131, "plain"}},
-         {},
-         8130,
-         "",
-         _remove(0)}};
-    return all;
 }

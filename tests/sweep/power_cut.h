@@ -3,20 +3,31 @@
 
 #include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "sweep/model_library.h"
 #include "sweep/tokens.h"
 
+struct token_state {
+    /** Stamps by slot; their names are A1, A2, .. One without bytes has no slot. */
+    std::map<unsigned int, std::string> stamps = {};
+    /** Further slots. */
+    std::map<int, std::string> orphans = {};
+    /** Slots that are lost between the list of the stamps and the operation. */
+    std::set<int> lost = {};
+};
+
+/** The slots of the token while its stamps are listed, and when the operation begins. */
+std::map<int, std::string> listed_slots(const token_state& state);
+std::map<int, std::string> slots_of(const token_state& state);
+
 /** One writing operation on a token in one state. */
 struct cut_case {
     std::string name;
     std::string title;
-    /** Stamps on the token by slot; their names are A1, A2, .. */
-    std::map<unsigned int, std::string> stamps;
-    /** Further slots. */
-    std::map<int, std::string> orphans;
+    token_state state;
     /** The slot that the operation means, and the bytes that it brings; none for a deletion. */
     int slot;
     std::string new_data;
@@ -25,9 +36,6 @@ struct cut_case {
 };
 
 const std::vector<cut_case>& all_cut_cases();
-
-/** The slots of the case's token. */
-std::map<int, std::string> slots_of(const cut_case& one);
 
 /** Where the process ends: at the nth device call, torn when bytes of a write arrive before. */
 struct cut_point {

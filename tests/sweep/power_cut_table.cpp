@@ -1,5 +1,7 @@
 #include "sweep/power_cut_table.h"
 
+#include <iterator>
+
 #include "sweep/model_record.h"
 
 namespace {
@@ -31,7 +33,7 @@ std::string _slot_in_words(const std::map<int, std::string>& slots, int slot,
 std::string _record_in_words(const cut_case& one, const std::map<int, std::string>& slots) {
     const auto found = slots.find(8127);
     if (found == slots.end()) return "absent";
-    if (found->second == _value(slots_of(one), 8127)) return "old record";
+    if (found->second == _value(slots_of(one.state), 8127)) return "old record";
     if (_is_zero(found->second)) return "zero bytes";
     std::vector<std::string> complaints;
     const auto entries = model_mapping(found->second, complaints);
@@ -39,7 +41,7 @@ std::string _record_in_words(const cut_case& one, const std::map<int, std::strin
 }
 
 std::string _stamp_in_words(const cut_case& one, const seen_stamp& stamp) {
-    const std::map<int, std::string> before = slots_of(one);
+    const std::map<int, std::string> before = slots_of(one.state);
     for (const auto& [slot, bytes] : before) {
         if (slot != one.slot && bytes == stamp.data) return "`" + stamp.name + "` whole";
     }
@@ -57,12 +59,35 @@ std::string _list_in_words(const cut_case& one, const found_state& found) {
     return text;
 }
 
+/** What lies in a slot before the later append takes it. */
+std::string _victim_in_words(const cut_case& one, const found_state& found, int slot) {
+    const std::string bytes = _value(found.slots, slot);
+    if (slot == one.slot) {
+        return _bytes_in_words(bytes, _value(slots_of(one.state), slot), one.new_data);
+    }
+    const auto stamp = one.state.stamps.find(static_cast<unsigned int>(slot));
+    if (stamp == one.state.stamps.end()) return "an orphan";
+    return "`A" + std::to_string(std::distance(one.state.stamps.begin(), stamp) + 1) + "`";
+}
+
+std::string _append_in_words(const cut_case& one, const found_state& found) {
+    if (found.append_status != 1) return "none, status " + std::to_string(found.append_status);
+    for (const auto& [slot, bytes] : found.slots_after_append) {
+        if (bytes != later_stamp().data) continue;
+        const std::string taken = std::to_string(slot);
+        if (found.slots.count(slot) == 0) return taken;
+        return taken + ", over " + _victim_in_words(one, found, slot);
+    }
+    return "none";
+}
+
 }  // namespace
 
 std::string table_cells(const cut_case& one, const found_state& found) {
     return _record_in_words(one, found.slots) + " | " +
-           _slot_in_words(found.slots, one.slot, _value(slots_of(one), one.slot), one.new_data) +
-           " | " + _list_in_words(one, found);
+           _slot_in_words(found.slots, one.slot, _value(slots_of(one.state), one.slot),
+                          one.new_data) +
+           " | " + _list_in_words(one, found) + " | " + _append_in_words(one, found);
 }
 
 void power_cut_table::add(const cut_point& cut, const std::string& last_change,
@@ -75,9 +100,10 @@ void power_cut_table::add(const cut_point& cut, const std::string& last_change,
 }
 
 std::string power_cut_table::text() const {
-    std::string text = section_begin(one_).substr(1) +
-                       "\n| Last change | Points | Slot 8127 | Slot " + std::to_string(one_.slot) +
-                       " | A new process lists |\n|---|---|---|---|---|\n";
+    std::string text =
+        section_begin(one_).substr(1) + "\n| Last change | Points | Slot 8127 | Slot " +
+        std::to_string(one_.slot) +
+        " | A new process lists | A later append takes |\n|---|---|---|---|---|---|\n";
     for (const row& each : rows_) {
         std::string arrived;
         for (const int bytes : each.arrived)

@@ -8,10 +8,12 @@
 
 /** What was found on the token after one cut. */
 struct found_state {
-    std::string last_change;
     std::map<int, std::string> slots;
     std::vector<seen_stamp> listed;
     std::vector<std::string> complaints;
+    /** The status and the slots of an append after that. */
+    int append_status;
+    std::map<int, std::string> slots_after_append;
 };
 
 /** The cells of one state. */

@@ -55,3 +55,9 @@ void fill_raw_slots(const std::map<int, std::string>& slots) {
         _require(VemraPKICryptoWriteData(device.handle(), slot, bytes.data(), length), "write");
     }
 }
+
+void erase_raw_slots(const std::set<int>& slots) {
+    const open_device device(0);
+    for (const int slot : slots)
+        _require(VemraPKICryptoDeleteData(device.handle(), slot), "delete");
+}

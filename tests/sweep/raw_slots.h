@@ -2,6 +2,7 @@
 #define SWEEP_RAW_SLOTS_H
 
 #include <map>
+#include <set>
 #include <string>
 
 /* The slots of an attached device, asked of the device library itself. */
@@ -10,5 +11,7 @@
 std::map<int, std::string> raw_slots(int device = 0);
 /** Creates and fills slots of the first device. */
 void fill_raw_slots(const std::map<int, std::string>& slots);
+/** Deletes slots of the first device. */
+void erase_raw_slots(const std::set<int>& slots);
 
 #endif
