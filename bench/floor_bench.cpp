@@ -26,10 +26,7 @@ struct result_files {
 
 void _report(const char* operation, std::size_t size, const std::vector<bench::sample_pair>& pairs,
              result_files& files) {
-    for (const bench::sample_pair& pair : pairs) {
-        files.samples << operation << '\t' << size << '\t' << pair.library << '\t' << pair.floor
-                      << '\n';
-    }
+    bench::write_samples(files.samples, operation, std::to_string(size), pairs);
     const double ratio = bench::median_ratio(pairs);
     const bench::sample_pair typical = bench::medians(pairs);
     files.ratios << operation << '\t' << size << '\t' << ratio << '\t' << typical.library << '\t'

@@ -4,7 +4,8 @@
 //     growth_bench FOLDER
 //
 // FOLDER receives growth.rows with the rows of the tables: what grows, how much of it, microseconds
-// of the library, of the floor, for one unit against the first row. Tab-separated.
+// of the library, of the floor, for one unit against the first row; and growth.samples with all
+// samples. Tab-separated.
 
 #include <fstream>
 
@@ -25,7 +26,7 @@ constexpr int enumerations = 100000;
 class growth_table {
 public:
     growth_table(std::FILE* table, const std::string& folder)
-        : table_(table), rows_(folder + "/growth.rows") {}
+        : table_(table), rows_(folder + "/growth.rows"), samples_(folder + "/growth.samples") {}
 
     void begin(const char* what, const char* unit) {
         what_ = what;
@@ -34,7 +35,10 @@ public:
                      (std::string("per ") + unit).c_str(), "of first");
     }
 
-    void row(const std::string& amount, double units, const bench::sample_pair& time) {
+    void row(const std::string& amount, double units,
+             const std::vector<bench::sample_pair>& pairs) {
+        const bench::sample_pair time = bench::medians(pairs);
+        bench::write_samples(samples_, what_, amount, pairs);
         const double each = time.library / units;
         if (first_ == 0) first_ = each;
         std::fprintf(table_, "%26s %12.1f %12.1f %9.2f %12.2f %9.2f\n", amount.c_str(),
@@ -48,19 +52,22 @@ public:
         rows_ << what << '\t' << amount << '\t' << value << '\n';
     }
 
+    bool is_written() const { return rows_.good() && samples_.good(); }
+
 private:
     std::FILE* table_;
     std::ofstream rows_;
+    std::ofstream samples_;
     std::string what_;
     double first_ = 0;
 };
 
-// Lists and takes all stamps that there are: medians.
-bench::sample_pair _time_of_listing() {
+// Lists and takes all stamps that there are.
+std::vector<bench::sample_pair> _times_of_listing() {
     const auto library = bench::make_library_program();
     const auto floor = bench::make_floor_program();
-    return bench::medians(bench::sample_in_turn(bench::timed_listing(*library),
-                                                bench::timed_listing(*floor), seconds, pairs));
+    return bench::sample_in_turn(bench::timed_listing(*library), bench::timed_listing(*floor),
+                                 seconds, pairs);
 }
 
 void _grow_devices(growth_table& table) {
@@ -69,7 +76,7 @@ void _grow_devices(growth_table& table) {
     table.begin("devices, 5 x 4 KiB each", "device");
     for (const int devices : {1, 4, 16, 64}) {
         memory_device_attach(devices);
-        table.row(std::to_string(devices), devices, _time_of_listing());
+        table.row(std::to_string(devices), devices, _times_of_listing());
     }
 }
 
@@ -78,7 +85,7 @@ void _grow_stamps(growth_table& table) {
     table.begin("size of each of 5 stamps", "KiB");
     for (std::size_t size = 1U << 10; size <= 16U << 20; size *= 4) {
         bench::fill_devices(1, size);
-        table.row(bench::size_text(size), static_cast<double>(size) / 1024, _time_of_listing());
+        table.row(bench::size_text(size), static_cast<double>(size) / 1024, _times_of_listing());
     }
 }
 
@@ -86,14 +93,14 @@ void _grow_stamps(growth_table& table) {
 void _grow_known_uuids(growth_table& table) {
     bench::fill_devices(1, 1024);
     table.begin("known uuids", "listing of 5");
-    table.row("few", 1, _time_of_listing());
+    table.row("few", 1, _times_of_listing());
     const auto library = bench::make_library_program();
     const long before = bench::resident_kib();
     for (int number = 2; number <= known_uuids / bench::stamps_per_device; ++number) {
         memory_device_rename_first(number);
         library->list_and_take();
     }
-    table.row(std::to_string(known_uuids), 1, _time_of_listing());
+    table.row(std::to_string(known_uuids), 1, _times_of_listing());
     table.note("uuids take", std::to_string(known_uuids), bench::resident_kib() - before, "KiB");
 }
 
@@ -117,5 +124,6 @@ int main(int argc, char** argv) {
     _grow_stamps(table);
     _grow_known_uuids(table);
     _enumerate_unchanged(table);
+    bench::require(table.is_written(), "cannot write the results");
     return 0;
 }

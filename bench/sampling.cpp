@@ -49,6 +49,12 @@ double median_ratio(const std::vector<sample_pair>& pairs) {
     return median(ratios);
 }
 
+void write_samples(std::ostream& file, const std::string& what, const std::string& amount,
+                   const std::vector<sample_pair>& pairs) {
+    for (const sample_pair& pair : pairs)
+        file << what << '\t' << amount << '\t' << pair.library << '\t' << pair.floor << '\n';
+}
+
 std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_run& floor,
                                         double seconds, std::size_t least_pairs) {
     const int times = std::max(_times_in_a_sample(library), _times_in_a_sample(floor));

@@ -3,6 +3,8 @@
 
 #include <chrono>
 #include <functional>
+#include <ostream>
+#include <string>
 #include <vector>
 
 namespace bench {
@@ -25,6 +27,10 @@ double median_ratio(const std::vector<sample_pair>& pairs);
 
 /** Does something `count` times and tells the microseconds that one time took. */
 using timed_run = std::function<double(int count)>;
+
+/** A line for each pair: what was measured, how much of it, microseconds of both. Tab-separated. */
+void write_samples(std::ostream& file, const std::string& what, const std::string& amount,
+                   const std::vector<sample_pair>& pairs);
 
 /**
  * Takes samples of both in turn, each long enough to be timed well, for about `seconds` but at

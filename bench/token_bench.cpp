@@ -7,7 +7,7 @@
 //
 // FOLDER receives token.rows: operation, bytes in a stamp, microseconds, for reading warm also
 // those of the floor and the ratio; and the memory gained by enumerating unchanged tokens.
-// Tab-separated.
+// token.samples receives all samples. Tab-separated.
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -33,8 +33,12 @@ constexpr int report_descriptor = STDIN_FILENO;
 struct results {
     std::FILE* table;
     std::ofstream rows;
+    std::ofstream samples;
 
-    void add(const char* operation, std::size_t size, double time) {
+    void add(const char* operation, std::size_t size, const std::vector<double>& times) {
+        const double time = bench::median(times);
+        for (const double each : times)
+            samples << operation << '\t' << size << '\t' << each << '\n';
         std::fprintf(table, "%-26s %8s %12.1f\n", operation, bench::size_text(size).c_str(), time);
         rows << operation << '\t' << size << '\t' << time << '\n';
     }
@@ -43,6 +47,7 @@ struct results {
              const std::vector<bench::sample_pair>& pairs) {
         const bench::sample_pair typical = bench::medians(pairs);
         const double ratio = bench::median_ratio(pairs);
+        bench::write_samples(samples, operation, std::to_string(size), pairs);
         std::fprintf(table, "%-26s %8s %12.1f %12.1f %7.3f\n", operation,
                      bench::size_text(size).c_str(), typical.library, typical.floor, ratio);
         rows << operation << '\t' << size << '\t' << typical.library << '\t' << typical.floor
@@ -51,13 +56,13 @@ struct results {
 };
 
 template <typename Work>
-double _median_time(const Work& work) {
+std::vector<double> _times(const Work& work) {
     work();
     std::vector<double> times;
     const double end = bench::now() + seconds_for_each * 1e6;
     while (times.size() < least_samples || bench::now() < end)
         times.push_back(work());
-    return bench::median(times);
+    return times;
 }
 
 template <typename Work>
@@ -117,13 +122,13 @@ void _measure(std::size_t size, results& found) {
               bench::sample_in_turn(bench::timed_listing(*library), bench::timed_listing(*floor),
                                     seconds_for_each, least_samples));
     std::vector<double> whole;
-    found.add("new process, to last byte", size, _median_time([&] {
+    found.add("new process, to last byte", size, _times([&] {
                   const process_time taken = _read_in_new_process();
                   whole.push_back(taken.to_end);
                   return taken.to_last_byte;
               }));
-    found.add("new process, to its end", size, bench::median(whole));
-    found.add("append, login off", size, _median_time([&] {
+    found.add("new process, to its end", size, whole);
+    found.add("append, login off", size, _times([&] {
                   library->remove();
                   return _time([&] { library->append(stored); });
               }));
@@ -158,7 +163,9 @@ int main(int argc, char** argv) {
         return 0;
     }
     bench::keep_memory();
-    results found{bench::hide_trace(), std::ofstream(std::string(argv[1]) + "/token.rows")};
+    const std::string base = std::string(argv[1]) + "/token";
+    results found{bench::hide_trace(), std::ofstream(base + ".rows"),
+                  std::ofstream(base + ".samples")};
     std::fprintf(found.table, "software token, %d devices with %d stamps; microseconds, medians\n",
                  devices, bench::stamps_per_device);
     std::fprintf(found.table, "%-26s %8s %12s %12s %7s\n", "operation", "size", "library", "floor",
@@ -166,6 +173,6 @@ int main(int argc, char** argv) {
     for (const std::size_t size : sizes)
         _measure(size, found);
     _enumerate_unchanged(found);
-    bench::require(found.rows.good(), "cannot write the results");
+    bench::require(found.rows.good() && found.samples.good(), "cannot write the results");
     return 0;
 }

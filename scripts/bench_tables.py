@@ -31,17 +31,17 @@ def table(head, rows):
 
 
 def ratio_table(rows):
-    """One line an operation: its ratios at all sizes, and its times at the smallest."""
+    """One line an operation: its ratios at all sizes, and its times at the two smallest."""
     operations = list(dict.fromkeys(row[0] for row in rows))
     sizes = sorted({int(row[1]) for row in rows})
     found = {(row[0], int(row[1])): row for row in rows}
     head = ["operation", *(SIZES[size] for size in sizes)]
     lines = []
     for operation in operations:
-        smallest = found[operation, sizes[0]]
+        small = [found[operation, size] for size in sizes[:2]]
         lines.append([operation, *(f"{float(found[operation, size][2]):.2f}" for size in sizes),
-                      f"{microseconds(smallest[3])} / {microseconds(smallest[4])}"])
-    return table([*head, f"µs at {SIZES[sizes[0]]}, library / floor"], lines)
+                      *(f"{microseconds(row[3])} / {microseconds(row[4])}" for row in small)])
+    return table([*head, *(f"µs at {SIZES[size]}, library / floor" for size in sizes[:2])], lines)
 
 
 def growth_table(rows):
