@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t size_on_many = 4U << 10;
 constexpr double seconds = 1;
-constexpr std::size_t pairs = 7;
+constexpr std::size_t least_pairs = 7;
 constexpr int known_uuids = 100000;
 constexpr int enumerations = 100000;
 
@@ -67,7 +67,7 @@ std::vector<bench::sample_pair> _times_of_listing() {
     const auto library = bench::make_library_program();
     const auto floor = bench::make_floor_program();
     return bench::sample_in_turn(bench::timed_listing(*library), bench::timed_listing(*floor),
-                                 seconds, pairs);
+                                 seconds, least_pairs);
 }
 
 void _grow_devices(growth_table& table) {
