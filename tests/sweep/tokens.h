@@ -4,11 +4,13 @@
 #include <string>
 #include <vector>
 
-/** An attached device that needs no password. */
+/** An attached device that needs no password for a change. */
 struct token {
     std::string serial;
     int type;
 };
+
+constexpr const char* token_password = "12345678";
 
 /** Makes this many devices, in place of all earlier ones, and attaches them. */
 std::vector<token> make_tokens(int count);

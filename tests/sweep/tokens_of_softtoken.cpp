@@ -78,7 +78,7 @@ std::vector<token> make_tokens(int count) {
     for (const auto& old : std::filesystem::directory_iterator(_directory()))
         std::filesystem::remove_all(old);
     const std::filesystem::path password = _directory() / ".password";
-    std::ofstream(password) << "12345678\n";
+    std::ofstream(password) << token_password << '\n';
 
     std::vector<token> result;
     for (int i = 0; i < count; ++i) {
