@@ -29,11 +29,12 @@ void _release_record(VEMRA_APP_STAMP_RECORD* record) {
 
 }  // namespace
 
-void live_library::forget_first() {
-    if (first_ == nullptr) return;
+void live_library::forget_taken() {
+    if (taken_.empty()) return;
     const stdout_capture unseen;
-    _release_record(first_);
-    first_ = nullptr;
+    for (VEMRA_APP_STAMP_RECORD* record : taken_)
+        if (record != nullptr) _release_record(record);
+    taken_.clear();
 }
 
 void live_library::take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, seen_call& seen) {
@@ -44,6 +45,7 @@ void live_library::take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, seen
         const counted_scope counted;
         VemraAppStampGetStamp(set, index, &uuid, &uuid_size, &record);
     }
+    taken_.push_back(record);
     if (record == nullptr) {
         seen.stamps.push_back({"not taken", {}, {}});
         return;
@@ -53,11 +55,6 @@ void live_library::take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, seen
                            std::string(record->name, record->name_length),
                            std::string(data == nullptr ? "" : data, record->data_length)});
     VemraAppStampFreeMemory(uuid);
-    if (index == 0) {
-        first_ = record;
-    } else {
-        _release_record(record);
-    }
 }
 
 void live_library::take_all(VEMRA_APP_STAMP_SET_HANDLE set, seen_call& seen) {
@@ -70,11 +67,13 @@ void live_library::take_all(VEMRA_APP_STAMP_SET_HANDLE set, seen_call& seen) {
     VemraAppStampFreeStamps(set);
 }
 
-seen_call live_library::list() {
-    forget_first();
+seen_call live_library::list_wanted(const wanted_stamps& wanted) {
+    forget_taken();
+    const char* serial = wanted.serial.empty() ? nullptr : wanted.serial.c_str();
+    const auto length = static_cast<unsigned int>(wanted.serial.size());
     VEMRA_APP_STAMP_SET_HANDLE set = nullptr;
     seen_call seen = watched_call([&] {
-        set = VemraAppStampGetAllStamps(VEMRA_APP_STAMP_TYPE_ANY, nullptr, 0, -1);
+        set = VemraAppStampGetAllStamps(wanted.type, serial, length, wanted.device_type);
         return 0;
     });
     if (!seen.escaped) seen.status = seen.last_status;
@@ -82,12 +81,12 @@ seen_call live_library::list() {
     return seen;
 }
 
-seen_call live_library::own_device() {
+seen_call live_library::own_device(std::size_t index) {
     char* serial = nullptr;
     unsigned int length = 0;
     int type = 0;
     seen_call seen = watched_call(
-        [&] { return VemraAppStampGetStampOwnDevice(first_, &serial, &length, &type); });
+        [&] { return VemraAppStampGetStampOwnDevice(taken_.at(index), &serial, &length, &type); });
     if (serial != nullptr) {
         const stdout_capture unseen;
         seen.owner_serial = std::string(serial, length);

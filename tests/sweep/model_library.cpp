@@ -11,6 +11,7 @@ namespace {
 constexpr int mapping_slot = 8127;
 constexpr int first_slot = 8130;
 constexpr int last_slot = 8134;
+constexpr int reserved_type = 0;
 
 std::string _shown(const char* text) {
     return text == nullptr ? "(null)" : text;
@@ -135,13 +136,16 @@ void model_library::list_entry(const handle_ptr& handle, int slot, const std::st
     known_.emplace(uuid, place{handle, slot, name.size() > short_text});
 }
 
-void model_library::list_device(const handle_ptr& handle) {
+void model_library::list_device(const handle_ptr& handle, const wanted_stamps& wanted) {
     if (handle->device() == nullptr) {
         error("Bad device pointer.");
         return;
     }
-    object(*handle).type_of();
+    const int type = object(*handle).type_of();
     const std::string serial = object(*handle).serial_of();
+    if (!wanted.serial.empty() && wanted.serial != serial) return;
+    if (wanted.device_type != -1 && wanted.device_type != type) return;
+    if (wanted.type == reserved_type) return;
     if (object(*handle).length(mapping_slot) == 0) {
         debug("No image stamp in device: " + serial + ".");
         return;
@@ -152,25 +156,28 @@ void model_library::list_device(const handle_ptr& handle) {
 
 // A stamp that could not be remembered can be listed, but not be taken.
 void model_library::take_all() {
-    for (seen_stamp& stamp : stamps)
-        if (known_.count(stamp.uuid) == 0) stamp = {"not taken", {}, {}};
-    const auto first = stamps.empty() ? known_.end() : known_.find(stamps.front().uuid);
-    if (first != known_.end()) first_owner_ = first->second.owner;
+    owners_.clear();
+    for (seen_stamp& stamp : stamps) {
+        const auto found = known_.find(stamp.uuid);
+        if (found == known_.end()) stamp = {"not taken", {}, {}};
+        owners_.push_back(found == known_.end() ? nullptr : found->second.owner);
+    }
 }
 
-seen_call model_library::list() {
+seen_call model_library::list_wanted(const wanted_stamps& wanted) {
     return call("VemraAppStampGetAllStamps", [&] {
-        verbose("Input `type`            : -1");
-        verbose("Input `device_sn`       : (null)");
-        verbose("Input `device_sn_length`: 0");
-        verbose("Input `device_type`     : -1");
+        verbose("Input `type`            : " + std::to_string(wanted.type));
+        verbose("Input `device_sn`       : " + (wanted.serial.empty() ? "(null)" : wanted.serial));
+        verbose("Input `device_sn_length`: " + std::to_string(wanted.serial.size()));
+        verbose("Input `device_type`     : " + std::to_string(wanted.device_type));
         handles found;
         if (!enumerate(found, "Unable to load devices")) return 0;
         if (!devices_.memory.has_memory()) return -3;
+        // The serial number that is wanted is copied, outside of any guard.
         devices_.memory.step();
         for (const handle_ptr& handle : found) {
             try {
-                list_device(handle);
+                list_device(handle, wanted);
                 devices_.memory.step();
             } catch (const device_failure& failure) {
                 error(failure.text);
@@ -181,7 +188,7 @@ seen_call model_library::list() {
     });
 }
 
-seen_call model_library::own_device() {
+seen_call model_library::own_device(std::size_t index) {
     std::string serial;
     int type = 0;
     seen_call seen = call("VemraAppStampGetStampOwnDevice", [&] {
@@ -190,8 +197,8 @@ seen_call model_library::own_device() {
         verbose("Input `output_device_sn_length`: PTR");
         verbose("Input `output_device_type`     : PTR");
         try {
-            const std::string asked = object(*first_owner_).serial_of();
-            type = object(*first_owner_).type_of();
+            const std::string asked = object(*owners_.at(index)).serial_of();
+            type = object(*owners_.at(index)).type_of();
             serial = asked;
         } catch (const device_failure& failure) {
             error("Unable to get device info from this stamp, because: " + failure.text + ".");

@@ -18,8 +18,8 @@ public:
     explicit model_library(model_devices& devices)
         : model_frame(devices.memory), devices_(devices) {}
 
-    seen_call list() override;
-    seen_call own_device() override;
+    seen_call list_wanted(const wanted_stamps& wanted) override;
+    seen_call own_device(std::size_t index) override;
     seen_call append(const std::string& serial, int type, const char* password,
                      const new_stamp& stamp) override;
     seen_call update(const std::string& uuid, const char* password,
@@ -46,7 +46,7 @@ private:
     bool enumerate(handles& found, const std::string& complaint);
     handles all_handles();
     void take_all();
-    void list_device(const handle_ptr& handle);
+    void list_device(const handle_ptr& handle, const wanted_stamps& wanted);
     void list_entry(const handle_ptr& handle, int slot, const std::string& name);
     std::string uuid_of(model_handle& handle, int slot);
     void verify(model_handle& handle, const char* password);
@@ -60,7 +60,8 @@ private:
 
     model_devices& devices_;
     std::map<std::string, place> known_;
-    handle_ptr first_owner_;
+    /** Of the stamps of the last list. */
+    handles owners_;
     model_holdings holdings_{*this, devices_.memory};
 };
 

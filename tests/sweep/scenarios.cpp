@@ -1,3 +1,5 @@
+#include <stdexcept>
+
 #include "sweep/stage.h"
 
 namespace {
@@ -6,8 +8,22 @@ seen_call _list(stamp_library& library, const stage&) {
     return library.list();
 }
 
-seen_call _own_device(stamp_library& library, const stage&) {
-    return library.own_device();
+seen_call _list_of_device(stamp_library& library, const stage& on) {
+    return library.list_wanted({-1, on.device().serial, on.device().type});
+}
+
+// The copy of a short serial number needs no memory.
+seen_call _list_of_long_serial(stamp_library& library, const stage&) {
+    return library.list_wanted({-1, "a serial number that no device has", -1});
+}
+
+seen_call _list_of_no_images(stamp_library& library, const stage&) {
+    return library.list_wanted({0, {}, -1});
+}
+
+// The stamp of B comes first.
+auto _own_device(std::size_t index) {
+    return [=](stamp_library& library, const stage&) { return library.own_device(index); };
 }
 
 auto _append(const std::string& data, const char* password = nullptr) {
@@ -19,6 +35,13 @@ auto _append(const std::string& data, const char* password = nullptr) {
 auto _update(std::size_t index, const std::string& data, const char* password = nullptr) {
     return [=](stamp_library& library, const stage& on) {
         return library.update(on.uuid(index), password, {"renamed", data});
+    };
+}
+
+// The record keeps its length, and is written in place.
+auto _update_under_its_name(std::size_t index, const std::string& data) {
+    return [=](stamp_library& library, const stage& on) {
+        return library.update(on.uuid(index), nullptr, {"A" + std::to_string(index + 1), data});
     };
 }
 
@@ -66,6 +89,12 @@ void _orphaned_bytes(stage& on) {
     on.know_all();
 }
 
+void _sealed_orphan(stage& on) {
+    on.store_stamps({{8131, "kept"}});
+    on.fill({{8130, "VemraSeal"}});
+    on.know_all();
+}
+
 void _sealed_slot(stage& on) {
     on.store_stamps({{8130, "VemraSeal"}, {8131, "plain"}});
     on.know_all();
@@ -100,49 +129,58 @@ std::vector<scenario> _reading() {
             {"list_a_stamp_without_slot", _mapped_but_absent, _list},
             {"list_a_sealed_slot", _sealed_slot, _list},
             {"list_beside_orphans", _orphaned_bytes, _list},
-            {"own_device", _one_stamp, _own_device}};
+            {"list_by_serial_and_type", _one_stamp, _list_of_device},
+            {"list_by_long_serial", _one_stamp, _list_of_long_serial},
+            {"list_without_images", _one_stamp, _list_of_no_images},
+            {"own_device_of_a_bystander", _one_stamp, _own_device(0)},
+            {"own_device_of_a_stamp_without_slot", _mapped_but_absent, _own_device(1)}};
 }
 
 std::vector<scenario> _appending() {
-    return {{"append_without_mapping", _nothing, _append("picture")},
-            {"append_to_one_stamp", _one_stamp, _append("picture")},
-            {"append_to_five_stamps", _five_stamps, _append("picture")},
-            {"append_over_smaller_orphan", _orphaned_bytes, _append("a larger picture")},
-            {"append_over_equal_orphan", _orphaned_bytes, _append("orbits")},
-            {"append_over_larger_orphan", _orphaned_bytes, _append("tiny")},
-            {"append_beside_sealed", _sealed_slot, _append("VemraSeal")},
-            {"append_with_password", _one_stamp_with_login, _append("picture", "12345678")},
-            {"append_with_wrong_password", _one_stamp_with_login, _append("picture", "wrong")}};
+    return {
+        {"append_without_mapping", _nothing, _append("picture"), free_slot},
+        {"append_to_one_stamp", _one_stamp, _append("picture"), free_slot},
+        {"append_to_five_stamps", _five_stamps, _append("picture"), free_slot},
+        {"append_over_smaller_orphan", _orphaned_bytes, _append("a larger picture"), free_slot},
+        {"append_over_equal_orphan", _orphaned_bytes, _append("orbits"), free_slot},
+        {"append_over_larger_orphan", _orphaned_bytes, _append("tiny"), free_slot},
+        {"append_over_sealed_orphan", _sealed_orphan, _append("picture"), free_slot},
+        {"append_beside_sealed", _sealed_slot, _append(std::string("VemraSeal\0", 10)), free_slot},
+        {"append_with_password", _one_stamp_with_login, _append("picture", "12345678"), free_slot},
+        {"append_with_wrong_password", _one_stamp_with_login, _append("picture", "wrong"),
+         free_slot}};
 }
 
 std::vector<scenario> _updating() {
-    return {{"update_same_size", _one_stamp, _update(0, "HELLO")},
-            {"update_smaller", _one_stamp, _update(0, "hi")},
-            {"update_larger", _one_stamp, _update(0, "good afternoon to all of you")},
-            {"update_large_by_large", _large_stamp, _update(0, std::string(5000, 'y'))},
-            {"update_third_of_five", _five_stamps, _update(2, "3rd")},
-            {"update_beside_orphans", _orphaned_bytes, _update(0, "replaced")},
-            {"update_sealed", _sealed_slot, _update(0, "no longer sealed")},
-            {"update_to_sealed", _sealed_slot, _update(1, "VemraSeal")},
-            {"update_absent_slot", _mapped_but_absent, _update(0, "back again")},
-            {"update_empty_slot", _empty_mapped_slot, _update(0, "filled")},
-            {"update_without_mapping", _lost_mapping, _update(0, "HELLO")},
-            {"update_with_password", _one_stamp_with_login, _update(0, "hi", "12345678")},
-            {"update_with_wrong_password", _one_stamp_with_login, _update(0, "hi", "wrong")}};
+    return {{"update_same_size", _one_stamp, _update(0, "HELLO"), 8130},
+            {"update_smaller", _one_stamp, _update(0, "hi"), 8130},
+            {"update_larger", _one_stamp, _update(0, "good afternoon to all of you"), 8130},
+            {"update_in_place", _one_stamp, _update_under_its_name(0, "HELLO"), 8130},
+            {"update_third_of_five_in_place", _five_stamps, _update_under_its_name(2, "3rd"), 8132},
+            {"update_large_by_large", _large_stamp, _update(0, std::string(5000, 'y')), 8130},
+            {"update_third_of_five", _five_stamps, _update(2, "3rd"), 8132},
+            {"update_beside_orphans", _orphaned_bytes, _update(0, "replaced"), 8131},
+            {"update_sealed", _sealed_slot, _update(0, "no longer sealed"), 8130},
+            {"update_to_sealed", _sealed_slot, _update(1, "VemraSeal"), 8131},
+            {"update_absent_slot", _mapped_but_absent, _update(0, "back again"), 8130},
+            {"update_empty_slot", _empty_mapped_slot, _update(0, "filled"), 8130},
+            {"update_without_mapping", _lost_mapping, _update(0, "HELLO"), 8130},
+            {"update_with_password", _one_stamp_with_login, _update(0, "hi", "12345678"), 8130},
+            {"update_with_wrong_password", _one_stamp_with_login, _update(0, "hi", "wrong"), 8130}};
 }
 
 std::vector<scenario> _removing() {
-    return {{"delete_only_stamp", _one_stamp, _remove(0)},
-            {"delete_third_of_five", _five_stamps, _remove(2)},
-            {"delete_large_fourth_of_five", _five_stamps, _remove(3)},
-            {"delete_sealed", _sealed_slot, _remove(0)},
-            {"delete_sealed_with_zero", _sealed_slot_with_zero, _remove(0)},
-            {"delete_beside_sealed", _sealed_slot, _remove(1)},
-            {"delete_beside_orphans", _orphaned_bytes, _remove(0)},
-            {"delete_absent_slot", _mapped_but_absent, _remove(0)},
-            {"delete_without_mapping", _lost_mapping, _remove(0)},
-            {"delete_with_password", _one_stamp_with_login, _remove(0, "12345678")},
-            {"delete_with_wrong_password", _one_stamp_with_login, _remove(0, "wrong")}};
+    return {{"delete_only_stamp", _one_stamp, _remove(0), 8130},
+            {"delete_third_of_five", _five_stamps, _remove(2), 8132},
+            {"delete_large_fourth_of_five", _five_stamps, _remove(3), 8133},
+            {"delete_sealed", _sealed_slot, _remove(0), 8130},
+            {"delete_sealed_with_zero", _sealed_slot_with_zero, _remove(0), 8130},
+            {"delete_beside_sealed", _sealed_slot, _remove(1), 8131},
+            {"delete_beside_orphans", _orphaned_bytes, _remove(0), 8131},
+            {"delete_absent_slot", _mapped_but_absent, _remove(0), 8130},
+            {"delete_without_mapping", _lost_mapping, _remove(0), 8130},
+            {"delete_with_password", _one_stamp_with_login, _remove(0, "12345678"), 8130},
+            {"delete_with_wrong_password", _one_stamp_with_login, _remove(0, "wrong"), 8130}};
 }
 
 }  // namespace
@@ -155,6 +193,12 @@ const std::vector<scenario>& all_scenarios() {
         return result;
     }();
     return all;
+}
+
+const scenario& scenario_named(const std::string& name) {
+    for (const scenario& one : all_scenarios())
+        if (one.name == name) return one;
+    throw std::invalid_argument("no scenario " + name);
 }
 
 std::ostream& operator<<(std::ostream& out, const scenario& one) {

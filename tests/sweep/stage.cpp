@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "support/allocation_faults.h"
+#include "sweep/bystanders.h"
 #include "sweep/model_record.h"
 
 namespace {
@@ -138,7 +139,7 @@ std::vector<std::map<int, std::string>> stage::fake_slots() const {
     std::vector<std::map<int, std::string>> result;
     for (const auto& device : devices.attached) {
         std::map<int, std::string>& slots = result.emplace_back();
-        for (int slot = mapping_slot - 1; slot < 8140; ++slot) {
+        for (int slot = lowest_watched_slot; slot <= highest_watched_slot; ++slot) {
             const std::optional<std::string> bytes = fake.slot(device->label, slot);
             if (bytes) slots[slot] = *bytes;
         }
@@ -146,8 +147,22 @@ std::vector<std::map<int, std::string>> stage::fake_slots() const {
     return result;
 }
 
+void stage::go_on(const scenario& one) {
+    const auto list = [](stamp_library& library) { return library.list(); };
+    const auto act = [&](stamp_library& library) { return one.act(library, *this); };
+    const auto compare_alone = [&](int own_slot, const auto& work) {
+        disturb({});
+        const bystanders others(*this, own_slot);
+        EXPECT_EQ(others.losses_untold_by(compare(work)), std::set<std::string>{});
+    };
+    compare_alone(no_slot, list);
+    compare_alone(one.own_slot, act);
+    compare_alone(no_slot, list);
+    compare_memory();
+}
+
 void stage::compare_memory() {
-    live.forget_first();
+    live.forget_taken();
     live.let_go();
     EXPECT_EQ(allocation_faults::live_blocks() - blocks_before_, model.kept_blocks());
 }

@@ -9,6 +9,8 @@
 #include "sweep/live_library.h"
 #include "sweep/model_library.h"
 
+struct scenario;
+
 /**
  * The same devices twice: in the fake, for the shared object, and in the model. Serial numbers
  * and types are new for every stage, because the process remembers uuids for ever, also those that
@@ -44,6 +46,10 @@ public:
     seen_call compare(const std::function<seen_call(stamp_library&)>& act);
 
     void expect_same(const seen_call& seen, const seen_call& due);
+    /** Lists, does the same once more and lists, undisturbed, from what was left; harms nobody. */
+    void go_on(const scenario& one);
+    static constexpr int lowest_watched_slot = 8126;
+    static constexpr int highest_watched_slot = 8139;
     /** Slots of B and of A in the fake, by number. */
     std::vector<std::map<int, std::string>> fake_slots() const;
     /** Compares what the library still owns, once nothing of what it gave out is left. */
@@ -66,17 +72,24 @@ private:
     long blocks_before_;
 };
 
+constexpr int no_slot = 0;
+/** The lowest one without an entry in the record of A. */
+constexpr int free_slot = -1;
+
 /** One operation on devices in one state. */
 struct scenario {
     std::string name;
     std::function<void(stage&)> arrange;
     std::function<seen_call(stamp_library&, const stage&)> act;
+    /** The slot of A that the operation is meant for. */
+    int own_slot = no_slot;
 };
 
 std::ostream& operator<<(std::ostream& out, const scenario& one);
 
 /** All operations that reach a device, in every state that matters to them. */
 const std::vector<scenario>& all_scenarios();
+const scenario& scenario_named(const std::string& name);
 /** All functions that reach none. */
 const std::vector<scenario>& plain_scenarios();
 

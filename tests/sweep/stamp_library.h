@@ -1,6 +1,7 @@
 #ifndef SWEEP_STAMP_LIBRARY_H
 #define SWEEP_STAMP_LIBRARY_H
 
+#include <cstddef>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -40,6 +41,14 @@ struct new_stamp {
     std::string data;
 };
 
+/** Which stamps a list is meant to hold; all of them unless told otherwise. */
+struct wanted_stamps {
+    int type = -1;
+    /** Empty: of every device. */
+    std::string serial;
+    int device_type = -1;
+};
+
 /** The exported functions that reach no device. */
 enum class plain_function {
     get_version,
@@ -66,10 +75,11 @@ class stamp_library {
 public:
     virtual ~stamp_library() = default;
 
-    /** Lists all stamps and takes them out of the set. */
-    virtual seen_call list() = 0;
-    /** Asks for the owner of the first stamp of the last list. */
-    virtual seen_call own_device() = 0;
+    /** Lists stamps and takes them out of the set. */
+    virtual seen_call list_wanted(const wanted_stamps& wanted) = 0;
+    seen_call list() { return list_wanted({}); }
+    /** Asks for the owner of a stamp of the last list. */
+    virtual seen_call own_device(std::size_t index) = 0;
     virtual seen_call append(const std::string& serial, int type, const char* password,
                              const new_stamp& stamp) = 0;
     virtual seen_call update(const std::string& uuid, const char* password,
