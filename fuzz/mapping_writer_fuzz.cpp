@@ -1,5 +1,5 @@
-// The mapping writer writes what a second, independent writer writes, and the reader reads it back
-// as long as every name can survive.
+// The mapping writer writes what a second, independent writer writes. The reader reads it back as
+// long as every name can survive, and what a second reader makes of it in any case.
 
 #include <algorithm>
 
@@ -20,6 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const auto* bytes = reinterpret_cast<const unsigned char*>(record.data());
     const auto back = vemra::app::stamp::_parse_stamp_info_mapping(bytes, record.size());
+    claim(back == reference_mapping::read(record).stamps, "both readers read the same back");
     const bool all_survive = std::all_of(stamps.begin(), stamps.end(), [](const auto& stamp) {
         return reference_mapping::survives(stamp.second);
     });

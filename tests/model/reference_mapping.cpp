@@ -61,12 +61,22 @@ std::size_t _byte(const std::string& record, std::size_t position) {
 
 reading read(const std::string& record) {
     reading result;
-    if (record.size() < header_length) return result;
+    if (record.empty()) return result;
+    const std::string present_bytes = "only " + std::to_string(record.size()) + " bytes present";
+    if (record.size() < header_length) {
+        result.reports = {"Bad stamp info header: " + present_bytes + ", skip it."};
+        return result;
+    }
     std::size_t total = 0;
     for (std::size_t position = 4; position > 0; --position) {
         total = total * 256 + _byte(record, position - 1);
     }
-    if (total < header_length) return result;
+    const std::string promised = "Bad stamp info header: total length " + std::to_string(total);
+    if (total < header_length) {
+        result.reports = {promised + ", skip it."};
+        return result;
+    }
+    if (total > record.size()) result.reports = {promised + ", " + present_bytes + "."};
 
     // What the header promises beyond the record's end is not there.
     const std::string_view present(record);
@@ -74,7 +84,9 @@ reading read(const std::string& record) {
     for (const std::string& entry : _pieces(body, "||")) {
         const std::vector<std::string> fields = _pieces(entry, "&");
         if (fields.size() < 2) {
-            result.bad_entries.push_back(entry);
+            // Printed as far as its first zero byte.
+            result.reports.push_back("Bad stamp info: " + std::string(entry.c_str()) +
+                                     ", skip it.");
         } else {
             result.stamps[_slot(fields[1])] = fields[0];
         }

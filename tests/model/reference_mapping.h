@@ -15,8 +15,8 @@ using mapping = std::map<unsigned int, std::string>;
 
 struct reading {
     mapping stamps;
-    /** Entries that are reported and skipped, in order. */
-    std::vector<std::string> bad_entries;
+    /** What is reported of a bad header and of entries that are skipped: messages, in order. */
+    std::vector<std::string> reports;
 };
 
 reading read(const std::string& record);

@@ -14,8 +14,8 @@ mapping _stamps(const std::string& body) {
     return read(_record(body)).stamps;
 }
 
-std::vector<std::string> _bad_entries(const std::string& body) {
-    return read(_record(body)).bad_entries;
+std::vector<std::string> _reports(const std::string& record) {
+    return read(record).reports;
 }
 
 }  // namespace
@@ -27,10 +27,25 @@ TEST(reference_mapping, reads_entries_in_any_order) {
 }
 
 TEST(reference_mapping, reports_entries_without_two_fields) {
-    EXPECT_EQ(_bad_entries("8130"), std::vector<std::string>{"8130"});
-    EXPECT_EQ(_bad_entries("&8130"), std::vector<std::string>{"&8130"});
-    EXPECT_EQ(_bad_entries("A&8130|x"), std::vector<std::string>{""});
-    EXPECT_EQ(_bad_entries("A&8130||||B&8131"), std::vector<std::string>{});
+    const auto of = [](const std::string& entry) {
+        return std::vector<std::string>{"Bad stamp info: " + entry + ", skip it."};
+    };
+    EXPECT_EQ(_reports(_record("8130")), of("8130"));
+    EXPECT_EQ(_reports(_record("&8130")), of("&8130"));
+    EXPECT_EQ(_reports(_record("A&8130|x")), of(""));
+    EXPECT_EQ(_reports(_record({'8', '\0', '1'})), of("8"));
+    EXPECT_EQ(_reports(_record("A&8130||||B&8131")), std::vector<std::string>{});
+}
+
+TEST(reference_mapping, reports_headers_that_are_short_or_lie) {
+    const auto of = [](const std::string& fault) {
+        return std::vector<std::string>{"Bad stamp info header: " + fault};
+    };
+    EXPECT_EQ(_reports(""), std::vector<std::string>{});
+    EXPECT_EQ(_reports("\x05"), of("only 1 bytes present, skip it."));
+    EXPECT_EQ(_reports(std::string("\x04\0\0\0\x01", 5)), of("total length 4, skip it."));
+    EXPECT_EQ(_reports(std::string("\x05\x01\0\0\x01", 5)),
+              of("total length 261, only 5 bytes present."));
 }
 
 TEST(reference_mapping, keeps_the_quirks_of_fields_and_digits) {

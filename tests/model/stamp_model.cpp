@@ -93,10 +93,8 @@ std::string _slot(const model_device& device, int id) {
 
 reference_mapping::mapping _read_mapping(const model_device& device, expected& trace) {
     const reference_mapping::reading reading = reference_mapping::read(_slot(device, mapping_slot));
-    for (const std::string& entry : reading.bad_entries) {
-        trace.error_of("_parse_stamp_info_mapping", "stamp_info_mapping.cpp",
-                       "Bad stamp info: " + entry + ", skip it.");
-    }
+    for (const std::string& report : reading.reports)
+        trace.error_of("_parse_stamp_info_mapping", "stamp_info_mapping.cpp", report);
     return reading.stamps;
 }
 
