@@ -1,11 +1,13 @@
 // Arguments of the exported functions: handles that are null or live, texts that are terminated,
 // numbers of any value. Each call returns the status that its first bad argument has, or a
-// documented one when no argument is bad.
+// documented one when no argument is bad. A call that fails writes no output and no slot.
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
 #include <initializer_list>
+#include <map>
 
 #include "fresh_start.h"
 #include "fuzz_support.h"
@@ -13,6 +15,8 @@
 #include "vemra_app_stamp.h"
 
 namespace {
+
+using device_slots = std::map<int, std::string>;
 
 /** One device with two stamps, and one of each live handle. */
 struct world {
@@ -45,6 +49,35 @@ template <typename Pointer>
 Pointer _or_null(choices& input, Pointer pointer) {
     return input.byte() % 4 == 0 ? nullptr : pointer;
 }
+
+/** An output, perhaps not asked for, that holds something before the call. */
+template <typename Value>
+class output {
+public:
+    output(choices& input, Value before)
+        : value(before), place(_or_null(input, &value)), before_(before) {}
+    output(const output&) = delete;
+    output& operator=(const output&) = delete;
+
+    bool is_asked_for() const { return place != nullptr; }
+    bool is_untouched() const { return value == before_; }
+
+    Value value;
+    Value* const place;
+
+private:
+    const Value before_;
+};
+
+template <typename... Values>
+void _claim_untouched_unless_done(int status, const output<Values>&... outputs) {
+    claim(status == 1 || (outputs.is_untouched() && ...), "a call that fails writes no output");
+}
+
+/* Addresses that no call makes. */
+unsigned char some_byte;
+char some_text;
+VEMRA_APP_STAMP_RECORD some_record;
 
 void _claim_status(int status, std::initializer_list<int> allowed, const char* function) {
     bool is_allowed = false;
@@ -87,13 +120,18 @@ void _environment(choices& input, world&) {
     VEMRA_APP_STAMP_ENV_HANDLE handle = _initialize(_or_null(input, &config));
     claim(handle == _initialize(nullptr), "there is one environment");
 
-    VEMRA_APP_STAMP_CONFIG told{};
+    VEMRA_APP_STAMP_CONFIG told{7, 7, &some_text};
     VEMRA_APP_STAMP_CONFIG* output = _or_null(input, &told);
     VEMRA_APP_STAMP_ENV_HANDLE given = _or_null(input, handle);
     const int status = VemraAppStampEnvGetConfiguration(given, output);
     _claim_status(status, {given == nullptr ? -1 : output == nullptr ? -2 : 1}, "Configuration");
-    claim(told.log_level == 0, "initialising leaves the level alone");
-    _free(told.log_directory);
+    claim(told.log_level == (status == 1 ? 0 : 7), "initialising leaves the level alone");
+    if (told.log_directory == &some_text) {
+        claim(told.log_directory_length == 7, "a directory that is not told has no length");
+    } else {
+        claim(status == 1, "a call that fails tells no directory");
+        _free(told.log_directory);
+    }
     _claim_status(VemraAppStampEnvUninitialize(given), {given == nullptr ? -1 : 1}, "Uninit");
 }
 
@@ -109,92 +147,94 @@ void _enumeration(choices& input, world&) {
     claim((set != nullptr) == is_known_type, "a known type gives a set");
     _claim_status(VemraAppStampGetLastError(), {is_known_type ? 1 : -4}, "GetAllStamps");
 
-    unsigned int count = 77;
-    unsigned int* output = _or_null(input, &count);
-    _claim_status(VemraAppStampGetStampCount(set, output),
-                  {set == nullptr      ? -1
-                   : output == nullptr ? -2
-                                       : 1},
-                  "GetStampCount");
-    claim(count == 77 || count <= 5, "there are no more stamps than slots");
+    output<unsigned int> count(input, 77);
+    const int status = VemraAppStampGetStampCount(set, count.place);
+    _claim_status(status, {set == nullptr ? -1 : !count.is_asked_for() ? -2 : 1}, "GetStampCount");
+    _claim_untouched_unless_done(status, count);
+    claim(status != 1 || count.value <= 5, "there are no more stamps than slots");
     _claim_status(VemraAppStampFreeStamps(set), {set == nullptr ? -1 : 1}, "FreeStamps");
 }
 
 void _taking(choices& input, world& all) {
     VEMRA_APP_STAMP_SET_HANDLE set = _or_null(input, all.set);
     const auto index = static_cast<unsigned int>(input.yes() ? input.byte() % 3 : input.number());
-    unsigned char* uuid = nullptr;
-    unsigned int uuid_size = 0;
-    VEMRA_APP_STAMP_RECORD* record = nullptr;
-    unsigned char** output_uuid = _or_null(input, &uuid);
-    unsigned int* output_size = _or_null(input, &uuid_size);
-    VEMRA_APP_STAMP_RECORD** output = _or_null(input, &record);
-    const bool has_outputs = output_uuid != nullptr && output_size != nullptr && output != nullptr;
-    const int status = VemraAppStampGetStamp(set, index, output_uuid, output_size, output);
+    output<unsigned char*> uuid(input, &some_byte);
+    output<unsigned int> uuid_size(input, 77);
+    output<VEMRA_APP_STAMP_RECORD*> taken(input, &some_record);
+    const bool has_outputs =
+        uuid.is_asked_for() && uuid_size.is_asked_for() && taken.is_asked_for();
+    const int status = VemraAppStampGetStamp(set, index, uuid.place, uuid_size.place, taken.place);
     _claim_status(status,
                   {set == nullptr ? -1
                    : index >= 2   ? -5
                    : has_outputs  ? 1
                                   : -2},
                   "GetStamp");
-    claim((record != nullptr) == (status == 1), "a record is there when it is said so");
+    _claim_untouched_unless_done(status, uuid, uuid_size, taken);
+    VEMRA_APP_STAMP_RECORD* record = status == 1 ? taken.value : nullptr;
     if (record != nullptr) {
-        _free(uuid);
+        claim(index != 0 || std::equal(uuid.value, uuid.value + uuid_size.value, all.uuid),
+              "a uuid stays what it was");
+        _free(uuid.value);
         _free(record->name);
     }
     _claim_status(VemraAppStampFreeStamp(record), {record == nullptr ? -1 : 1}, "FreeStamp");
 }
 
+int _status_of_reading(const VEMRA_APP_STAMP_RECORD* record, bool has_outputs) {
+    return record == nullptr ? -1 : has_outputs ? 1 : -2;
+}
+
 void _reading(choices& input, world& all) {
     const VEMRA_APP_STAMP_RECORD* record = _or_null(input, all.record);
-    int type = 0;
-    int* output_type = _or_null(input, &type);
-    _claim_status(VemraAppStampGetStampType(record, output_type),
-                  {record == nullptr        ? -1
-                   : output_type == nullptr ? -2
-                                            : 1},
-                  "GetStampType");
+    output<int> type(input, 77);
+    int status = VemraAppStampGetStampType(record, type.place);
+    _claim_status(status, {_status_of_reading(record, type.is_asked_for())}, "GetStampType");
+    _claim_untouched_unless_done(status, type);
+    claim(status != 1 || type.value == 1, "a record keeps its type");
 
-    unsigned char* bytes = nullptr;
-    unsigned long long size = 0;
-    unsigned char** output_bytes = _or_null(input, &bytes);
-    unsigned long long* output_size = _or_null(input, &size);
-    const bool has_both = output_bytes != nullptr && output_size != nullptr;
-    _claim_status(VemraAppStampGetStampData(record, output_bytes, output_size),
-                  {record == nullptr ? -1
-                   : has_both        ? 1
-                                     : -2},
+    output<unsigned char*> bytes(input, &some_byte);
+    output<unsigned long long> size(input, 77);
+    status = VemraAppStampGetStampData(record, bytes.place, size.place);
+    _claim_status(status, {_status_of_reading(record, bytes.is_asked_for() && size.is_asked_for())},
                   "GetStampData");
-    _free(bytes);
+    _claim_untouched_unless_done(status, bytes, size);
+    if (status == 1) {
+        claim(std::string(bytes.value, bytes.value + size.value) == "hello",
+              "a record keeps its bytes");
+        _free(bytes.value);
+    }
 
-    char* name = nullptr;
-    unsigned int length = 0;
-    char** output_name = _or_null(input, &name);
-    unsigned int* output_length = _or_null(input, &length);
-    const bool has_name = output_name != nullptr && output_length != nullptr;
-    _claim_status(VemraAppStampGetStampName(record, output_name, output_length),
-                  {record == nullptr ? -1
-                   : has_name        ? 1
-                                     : -2},
+    output<char*> name(input, &some_text);
+    output<unsigned int> length(input, 77);
+    status = VemraAppStampGetStampName(record, name.place, length.place);
+    _claim_status(status,
+                  {_status_of_reading(record, name.is_asked_for() && length.is_asked_for())},
                   "GetStampName");
-    _free(name);
+    _claim_untouched_unless_done(status, name, length);
+    if (status == 1) {
+        claim(std::string("A") == name.value && length.value == 1, "a record keeps its name");
+        _free(name.value);
+    }
 }
 
 void _owner(choices& input, world& all) {
     VEMRA_APP_STAMP_RECORD empty{};
     const VEMRA_APP_STAMP_RECORD* record = _or_null(input, input.yes() ? all.record : &empty);
-    char* serial = nullptr;
-    unsigned int length = 0;
-    int type = 0;
-    char** output = _or_null(input, &serial);
-    unsigned int* output_length = _or_null(input, &length);
-    int* output_type = _or_null(input, &type);
-    const bool has_outputs =
-        output != nullptr && output_length != nullptr && output_type != nullptr;
+    output<char*> serial(input, &some_text);
+    output<unsigned int> length(input, 77);
+    output<int> type(input, 77);
+    const bool has_outputs = serial.is_asked_for() && length.is_asked_for() && type.is_asked_for();
     const int wanted = record == nullptr ? -1 : !has_outputs ? -2 : record == &empty ? -1 : 1;
-    _claim_status(VemraAppStampGetStampOwnDevice(record, output, output_length, output_type),
-                  {wanted}, "GetStampOwnDevice");
-    _free(serial);
+    const int status =
+        VemraAppStampGetStampOwnDevice(record, serial.place, length.place, type.place);
+    _claim_status(status, {wanted}, "GetStampOwnDevice");
+    _claim_untouched_unless_done(status, serial, length, type);
+    if (status == 1) {
+        claim(std::string("S") == serial.value && length.value == 1 && type.value == 3,
+              "the owner is the device");
+        _free(serial.value);
+    }
 }
 
 /** A caller's record with its bytes and name. */
@@ -219,7 +259,11 @@ struct callers_record {
     VEMRA_APP_STAMP_RECORD record{};
 };
 
-void _appending(choices& input, world&) {
+void _claim_unchanged_unless_done(int status, const world& all, const device_slots& before) {
+    claim(status == 1 || all.fake.slots("S") == before, "a call that fails writes no slot");
+}
+
+void _appending(choices& input, world& all) {
     const std::string serial = input.yes() ? "S" : input.text();
     const char* given = _or_null(input, serial.c_str());
     const auto length = static_cast<unsigned int>(input.byte() % (serial.size() + 1));
@@ -227,8 +271,10 @@ void _appending(choices& input, world&) {
     const std::string password = input.yes() ? "12345678" : input.text();
     const callers_record callers(input);
     const VEMRA_APP_STAMP_RECORD* stamp = _or_null(input, &callers.record);
+    const device_slots before = all.fake.slots("S");
     const int status =
         VemraAppStampAppendStamp(given, length, type, _or_null(input, password.c_str()), stamp);
+    _claim_unchanged_unless_done(status, all, before);
     if (given == nullptr || length == 0 || type == -1 || stamp == nullptr) {
         _claim_status(status, {-2}, "AppendStamp");
     } else if (!callers.is_good()) {
@@ -253,14 +299,17 @@ void _changing(choices& input, world& all) {
     const std::string password = input.yes() ? "12345678" : input.text();
     const char* given = _or_null(input, password.c_str());
     const bool is_uuid = uuid != nullptr && size != 0;
+    const device_slots before = all.fake.slots("S");
     if (input.yes()) {
         const int status = VemraAppStampDeleteStamp(uuid, size, given);
+        _claim_unchanged_unless_done(status, all, before);
         _claim_status(status, {is_uuid && is_known ? 1 : 0}, "DeleteStamp");
         return;
     }
     const callers_record callers(input);
     const VEMRA_APP_STAMP_RECORD* stamp = _or_null(input, &callers.record);
     const int status = VemraAppStampUpdateStamp(uuid, size, given, stamp);
+    _claim_unchanged_unless_done(status, all, before);
     if (!is_uuid) {
         _claim_status(status, {0}, "UpdateStamp");
     } else if (stamp == nullptr) {
