@@ -378,8 +378,10 @@ TEST_F(append_failure, a_write_that_throws_is_0_with_its_text) {
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(append_failure, without_memory_for_the_mapping_it_reads_as_empty) {
-    add_device_with("A&8130");
+TEST_F(append_failure, without_memory_for_the_mapping_the_stamp_in_8130_is_overwritten) {
+    add_device_with("A&8130||B&8131");
+    fake.fill_slot(8130, "bytes of A");
+    fake.fill_slot(8131, "bytes of B");
     // The device is the first block, the bytes of 8127 are the second.
     const stdout_capture unseen;
     allocation_faults::fail_nothrow(2);
@@ -388,6 +390,8 @@ TEST_F(append_failure, without_memory_for_the_mapping_it_reads_as_empty) {
     allocation_faults::stop();
     EXPECT_EQ(appended, 1);
     EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130"));
+    EXPECT_EQ(fake.slot(8130), "hello");
+    EXPECT_EQ(fake.slot(8131), "bytes of B");
 }
 
 }  // namespace
