@@ -1,3 +1,4 @@
+#include <array>
 #include <chrono>
 
 #include "token_fixture.h"
@@ -30,6 +31,36 @@ TEST_F(softtoken_profile, slow_profile_makes_calls_take_their_time) {
     auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(110));
+}
+
+TEST_F(softtoken_profile, bytes_take_their_time_when_made_read_and_written) {
+    ASSERT_EQ(run_tool("profile one --bytes-per-second 50").status, 0);
+    auto takes_100_ms = [](const std::function<int()>& call) {
+        auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(call(), 1);
+        return std::chrono::steady_clock::now() - start >= std::chrono::milliseconds(100);
+    };
+    std::array<unsigned char, 5> buffer{};
+    int length = 0;
+    EXPECT_TRUE(takes_100_ms([&] { return create_slot(device(), 8131, 5); }));
+    EXPECT_TRUE(takes_100_ms([&] { return write_slot(device(), 8131, "other"); }));
+    EXPECT_TRUE(takes_100_ms(
+        [&] { return VemraPKICryptoReadData(device(), 8131, buffer.data(), 5, &length); }));
+}
+
+TEST_F(softtoken_profile, capacity_of_a_running_token_is_that_of_all_slots_together) {
+    constexpr int full = -111;
+    ASSERT_EQ(run_tool("profile one --capacity 12").status, 0);
+    EXPECT_EQ(create_slot(device(), 8131, 8), full);
+    EXPECT_EQ(create_slot(device(), 8131, 7), 1);
+    EXPECT_EQ(create_slot(device(), 8132, 1), full);
+    ASSERT_EQ(run_tool("profile one --capacity 13").status, 0);
+    EXPECT_EQ(create_slot(device(), 8132, 1), 1);
+    ASSERT_EQ(run_tool("profile one --capacity 4").status, 0);
+    EXPECT_EQ(create_slot(device(), 8133, 1), full);
+    EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+    EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
+    EXPECT_EQ(VemraPKICryptoDeleteData(device(), 8130), 1);
 }
 
 TEST_F(softtoken_profile, attempts_and_login_scope_of_a_running_token_change_too) {

@@ -1,10 +1,13 @@
 /*
  * Works on the first device's stamps through the stamp library; the outcome goes to standard error,
- * since the library's trace has standard output.
+ * since the library's trace has standard output, and after what the library said of it.
  *
  *   stamp_client append SERIAL TYPE PASSWORD NAME LENGTH LETTER   "append: STATUS"
- *   stamp_client list [TIMES]                                     "list: NAME LENGTH LETTER ..."
+ *   stamp_client list [TIMES]                                     "list: NAME BYTES ..."
+ *
+ * Bytes are told in runs: 400 times an a and one b are 400*a+1*b.
  */
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,6 +16,11 @@
 #include "vemra_app_stamp.h"
 
 namespace {
+
+void _tell(const std::string& outcome) {
+    std::fflush(stdout);
+    std::fprintf(stderr, "%s\n", outcome.c_str());
+}
 
 int _append(char** words) {
     std::string bytes(std::strtoul(words[4], nullptr, 10), words[5][0]);
@@ -25,8 +33,17 @@ int _append(char** words) {
     int status =
         VemraAppStampAppendStamp(words[0], static_cast<unsigned int>(std::strlen(words[0])),
                                  std::atoi(words[1]), words[2], &record);
-    std::fprintf(stderr, "append: %d\n", status);
+    _tell("append: " + std::to_string(status));
     return 0;
+}
+
+std::string _runs(const std::string& bytes) {
+    std::string text;
+    for (std::size_t start = 0, end = 0; start < bytes.size(); start = end) {
+        end = std::min(bytes.find_first_not_of(bytes[start], start), bytes.size());
+        text += (start == 0 ? "" : "+") + std::to_string(end - start) + "*" + bytes[start];
+    }
+    return text;
 }
 
 std::string _describe(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
@@ -34,9 +51,8 @@ std::string _describe(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
     unsigned int uuid_size = 0;
     VEMRA_APP_STAMP_RECORD* record = nullptr;
     if (VemraAppStampGetStamp(set, index, &uuid, &uuid_size, &record) != 1) return " failed";
-    std::string text = " " + std::string(record->name, record->name_length) + " " +
-                       std::to_string(record->data_length) + " ";
-    text += record->data_length == 0 ? '-' : static_cast<char>(record->data[0]);
+    std::string bytes(reinterpret_cast<const char*>(record->data), record->data_length);
+    std::string text = " " + std::string(record->name, record->name_length) + " " + _runs(bytes);
     VemraAppStampFreeMemory(uuid);
     VemraAppStampFreeMemory(record->name);
     VemraAppStampFreeStamp(record);
@@ -52,7 +68,7 @@ void _list() {
             text += _describe(set, index);
     }
     if (set != nullptr) VemraAppStampFreeStamps(set);
-    std::fprintf(stderr, "%s\n", text.c_str());
+    _tell(text);
 }
 
 }  // namespace
