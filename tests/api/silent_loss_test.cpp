@@ -118,4 +118,23 @@ TEST_F(silent_loss, of_the_uuid_by_a_listing_that_cannot_read_the_serial) {
     EXPECT_NE(told, known);
 }
 
+TEST_F(silent_loss, of_the_uuid_by_a_digest_that_leaves_a_part_out) {
+    fake.fail_function("VemraPKICryptoHashUpdate", 1, fault::claiming_success());
+    std::string told;
+    expect_silence([&] { told = uuid_of(0); });
+    EXPECT_EQ(told.size(), known.size());
+    EXPECT_NE(told, known);
+}
+
+TEST_F(silent_loss, of_a_device_asked_for_by_a_serial_that_cannot_be_read) {
+    fake.fail_function("VemraPKICryptoGetSerialNumber", 1);
+    unsigned int count = 99;
+    expect_silence([&] {
+        VEMRA_APP_STAMP_SET_HANDLE set = VemraAppStampGetAllStamps(-1, "SN-1", 4, -1);
+        VemraAppStampGetStampCount(set, &count);
+        VemraAppStampFreeStamps(set);
+    });
+    EXPECT_EQ(count, 0U);
+}
+
 }  // namespace
