@@ -10,6 +10,7 @@ import pathlib
 import re
 import subprocess
 import sys
+import tempfile
 
 source, stamp_library, device_library, stamp_tool, softtoken_tool = sys.argv[1:]
 faults = []
@@ -68,20 +69,103 @@ def exit_codes():
             [int(code) for code in re.findall(r"^(\d+)\t", page, re.MULTILINE)], true)
 
 
+def man_page():
+    text = (pathlib.Path(source) / "docs/man/vemra-softtoken.1").read_text(encoding="utf-8")
+    return text.replace("\\-", "-")
+
+
 def recipes():
-    listed = [tuple(re.split(r"  +", line)[:2])
+    listed = [tuple(re.split(r"  +", line))
               for line in output_of(softtoken_tool, "fault", "recipes").splitlines()]
-    names = [name for name, _ in listed]
+    names = [name for name, *_ in listed]
     compare("softtoken/README.md, recipes",
-            [(row[0], row[1].strip("`")) for row in rows_of("softtoken/README.md", "## Faults")
-             if row[0] in names], listed)
+            [(row[0], row[1].strip("`"), row[2])
+             for row in rows_of("softtoken/README.md", "## Faults") if row[0] in names], listed)
+    section = man_page().split(".SH RECIPES\n")[1].split(".SH")[0]
+    compare("docs/man/vemra-softtoken.1, recipes",
+            re.findall(r'^\.BR ([a-z-]+) ": (.*)"\n(.*)$', section, re.MULTILINE),
+            [(name, text, meaning.capitalize() + ".") for name, text, meaning in listed])
+
+
+def size(number):
+    """A number of bytes in its largest whole unit."""
+    units = ["", " KiB", " MiB", " GiB"]
+    power = max(power for power in range(len(units)) if number % 1024 ** power == 0)
+    return f"{number // 1024 ** power}{units[power]}"
+
+
+def profile(name):
+    """The row of a table for a new token with a named profile."""
+    subprocess.run([softtoken_tool, "create", name, "--profile", name, "--password-cost", "1",
+                    "--password-fd", "0"], input="secret\n", text=True, check=True,
+                   stdout=subprocess.DEVNULL)
+    info = dict(re.findall(r"^([a-z ]+): +(.*)$", output_of(softtoken_tool, "info", name),
+                           re.MULTILINE))
+    last_of = {key: info[key].split()[-1] for key in ["attempts left", "slots", "login scope"]}
+    capacity, slot = map(int, re.findall(r"\d+", info["bytes"])[1:])
+    call, *speed = map(int, re.findall(r"\d+", info["speed"]))
+    return (name, size(capacity), size(slot), last_of["slots"],
+            f"{call // 1000} ms" if call else "no time", size(speed[0]) if speed else "at once",
+            last_of["login scope"], last_of["attempts left"])
+
+
+def profiles():
+    names = re.search(r"--profile TEXT:\{(.*)\}", output_of(softtoken_tool, "create", "--help"))
+    true = [profile(name) for name in names[1].split(",")]
+    told = rows_of("softtoken/README.md", "## Profiles")
+    compare("softtoken/README.md, profiles",
+            [(row[0].split("`")[0], *row[1:]) for row in told], true)
+    table = re.search(r"\.SH PROFILES\n\.TS\n.*\nProfile.*\n((?:.*\n)*?)\.TE", man_page())
+    compare("docs/man/vemra-softtoken.1, profiles",
+            [tuple(line.split("\t")) for line in table[1].splitlines()], true)
+
+
+def can_fail(token, function):
+    command = [softtoken_tool, "fault", "add", token, f"{function} null"]
+    return subprocess.run(command, capture_output=True, check=False).returncode == 0
+
+
+def functions_of_faults():
+    functions = (pathlib.Path(source) / "device_library/functions.txt").read_text().split()
+    names = [re.sub("^VemraPKI(Crypto)?", "", function) for function in functions]
+    told = re.search(r"ask something of it:\n((?:.*\n)*?)\.hy", man_page())[1]
+    compare("docs/man/vemra-softtoken.1, functions that can fail", re.findall(r"\w+", told),
+            [name for name in names if can_fail("generous", name)])
+
+
+def words_of_faults():
+    form = output_of(softtoken_tool, "fault", "add", "--help").split("FUNCTION [")[1]
+    words = set(re.findall(r"[a-z]+=[a-z]*|\b(?:null|unplug|lasting)\b", form.split("Options")[0]))
+    for document, told in [
+            ("softtoken/README.md", (pathlib.Path(source) / "softtoken/README.md").read_text()),
+            ("docs/man/vemra-softtoken.1", man_page().split(".SH FAULTS")[1].split(".SH")[0])]:
+        compare(f"{document}, words of a fault", [word for word in words if word in told], words)
+
+
+def trace_columns(library, file):
+    """The first device call of this process opens the trace."""
+    os.environ["VEMRA_SOFTTOKEN_TRACE"] = file
+    library.VemraPKICryptoGetAllDevices(-1, 0)
+    true = re.findall(r"\w+=", pathlib.Path(file).read_text())
+    readme = (pathlib.Path(source) / "softtoken/README.md").read_text()
+    compare("softtoken/README.md, trace",
+            re.findall(r"\w+=", re.search(r"^    VemraPKI.*slot=.*", readme, re.MULTILINE)[0]), true)
+    section = man_page().split(".B VEMRA_SOFTTOKEN_TRACE")[1].split(".SH")[0]
+    compare("docs/man/vemra-softtoken.1, trace", re.findall(r"\w+=", section), true)
 
 
 # The stamp library finds the device library loaded already; its trace has no place here.
 os.dup2(os.open(os.devnull, os.O_WRONLY), 1)
-token_error_codes(ctypes.CDLL(device_library, mode=ctypes.RTLD_GLOBAL))
+device_functions = ctypes.CDLL(device_library, mode=ctypes.RTLD_GLOBAL)
+token_error_codes(device_functions)
 status_codes(ctypes.CDLL(stamp_library))
 exit_codes()
 recipes()
+with tempfile.TemporaryDirectory() as directory:
+    os.environ["VEMRA_SOFTTOKEN_DIR"] = directory
+    profiles()
+    functions_of_faults()
+    trace_columns(device_functions, f"{directory}/.trace")
+words_of_faults()
 print("\n".join(faults), file=sys.stderr)
 sys.exit(bool(faults))

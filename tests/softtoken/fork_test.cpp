@@ -94,3 +94,12 @@ TEST(softtoken_fork_with_faults, child_finds_the_faults_of_the_environment_free)
     busy.join();
     EXPECT_TRUE(all_worked);
 }
+
+TEST(softtoken_fork_with_faults, child_counts_on_from_its_parent) {
+    setenv("VEMRA_SOFTTOKEN_FAULTS", "GetType call=2 return=5", 1);
+    device_owner pseudo(VemraPKICryptoGetPseudoDevice(), VemraPKICryptoFreeDevice);
+    EXPECT_EQ(VemraPKICryptoGetType(pseudo.get()), 0);
+    EXPECT_TRUE(in_child([&] { return VemraPKICryptoGetType(pseudo.get()) == 5; }));
+    EXPECT_EQ(VemraPKICryptoGetType(pseudo.get()), 5);
+    EXPECT_TRUE(in_child([&] { return VemraPKICryptoGetType(pseudo.get()) == 0; }));
+}
