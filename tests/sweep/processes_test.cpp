@@ -83,10 +83,8 @@ bool _read_all(const std::vector<token>& tokens) {
 /** Reads until it is told to end; a step is a list with all resting stamps. */
 worker::work _reading(const std::vector<token>& tokens) {
     return [&tokens](worker_life& life) {
-        do {
-            while (!_read_all(tokens) && !::testing::Test::HasFailure()) {
-            }
-        } while (life.goes_on_after_step());
+        while (life.goes_on())
+            if (_read_all(tokens)) life.step();
     };
 }
 
@@ -132,13 +130,14 @@ TEST(processes, one_writer_per_token_and_many_readers_lose_nothing) {
     for (int i = 0; i < reader_count; ++i)
         readers.emplace_back(_reading(tokens));
     for (const token& device : tokens) {
-        writers.emplace_back([&device](worker_life&) {
-            for (int round = 0; round < rounds && !::testing::Test::HasFailure(); ++round)
+        writers.emplace_back([&device](worker_life& life) {
+            for (int round = 0; round < rounds && life.goes_on(); ++round)
                 _write_round(device, round);
         });
     }
     for (worker& writer : writers)
         writer.await_end();
+    ASSERT_FALSE(HasFailure());
     for (worker& reader : readers) {
         reader.await_step();
         reader.finish();
@@ -156,6 +155,7 @@ void _kill_at_random(std::list<worker>& workers) {
         chosen.kill_in_work();
         chosen.restart();
     }
+    ASSERT_FALSE(::testing::Test::HasFailure());
     for (worker& each : workers) {
         each.await_step();
         each.finish();
@@ -173,10 +173,10 @@ TEST(processes, killed_at_random_lose_no_bytes_and_only_records_that_they_were_w
         workers.emplace_back([&, i](worker_life& life) {
             if (life.kills() > 0 && _clear_up(device, i)) ++*lost_records;
             _expect_on(device, {resting});
-            int round = 0;
-            do {
-                _write_round(device, round++);
-            } while (life.goes_on_after_step());
+            for (int round = 0; life.goes_on(); ++round) {
+                _write_round(device, round);
+                life.step();
+            }
         });
     }
     _kill_at_random(workers);
@@ -204,12 +204,11 @@ int _write_anything(const token& device, unsigned int number) {
 /** Writes until it is told to end; a step is an operation that is told success. */
 void _write_beside_others(const token& device, unsigned int seed, worker_life& life) {
     std::minstd_rand random(seed);
-    for (;;) {
+    while (life.goes_on()) {
         const auto number = static_cast<unsigned int>(random());
         const int status = _in_time([&] { return _write_anything(device, number); });
         EXPECT_TRUE(status == 1 || status == 0 || status == -7) << status;
-        if (::testing::Test::HasFailure()) return;
-        if (status == 1 && !life.goes_on_after_step()) return;
+        if (status == 1) life.step();
     }
 }
 

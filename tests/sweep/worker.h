@@ -35,8 +35,10 @@ class worker_life {
 public:
     /** How many processes of this worker were killed before it. */
     int kills() const { return kills_; }
-    /** Tells that a step is done. False when the work is to end: it was told so, or has failed. */
-    bool goes_on_after_step();
+    /** Tells that a step is done. */
+    void step() { ++steps_; }
+    /** False when the work is to end: it was told so, or has failed. */
+    bool goes_on() const;
 
 private:
     friend class worker;
