@@ -16,7 +16,7 @@ protected:
     }
 
     /** A call whose success is told without an error line. */
-    void expect_silence(const std::function<void()>& call) {
+    static void expect_silence(const std::function<void()>& call) {
         const stdout_capture captured;
         call();
         allocation_faults::stop();

@@ -144,7 +144,7 @@ round_end _round(const scenario& one, const kind_of_fault& kind, int nth) {
     on.disturb(plan);
     const bystanders others(on, one.own_slot);
     const seen_call seen = on.compare([&](stamp_library& library) { return one.act(library, on); });
-    const round_end end{on.has_struck(), _outcome(seen), others.losses_untold_by(seen)};
+    round_end end{on.has_struck(), _outcome(seen), others.losses_untold_by(seen)};
     for (const std::string& lost : end.lost)
         EXPECT_TRUE(_is_listed(lost, kind, nth, on.fake.calls())) << lost;
     on.compare_memory();
