@@ -192,9 +192,11 @@ TEST(processes, killed_at_random_lose_no_bytes_and_only_records_that_they_were_w
     RecordProperty("lost_records", lost_records->load());
 }
 
-/** One operation of any kind; what it does to others' stamps is theirs to suffer. */
+/** One operation of any kind, on whole stamps; what it does to others' is theirs to suffer. */
 int _write_anything(const token& device, unsigned int number) {
     const std::vector<seen_stamp> stamps = listed_stamps(device);
+    for (const seen_stamp& stamp : stamps)
+        EXPECT_TRUE(is_whole_or_between(stamp.data)) << stamp.data;
     const new_stamp version = stamp_version(static_cast<int>(number % 26));
     if (stamps.empty() || number % 3 == 0) return append_stamp(device, version);
     const std::string& uuid = stamps[number % stamps.size()].uuid;
