@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,6 +48,8 @@ void worker::restart() {
     std::fflush(nullptr);
     process_ = fork();
     if (process_ != 0) return;
+    // Nobody tells it to end when the test is killed.
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
     discard_trace();
     task_(*life_);
     _exit(::testing::Test::HasFailure() ? 1 : 0);
