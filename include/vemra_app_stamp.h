@@ -48,7 +48,8 @@
  * One writer. Concurrent writers to one device, threads or processes, can lose each other's
  *   changes: reading the mapping and writing it back is not one step. A writer that reads while
  *   another replaces the mapping may even take the device for empty, drop all its entries and
- *   overwrite a stamp that neither of them named. Let one writer at a time work on a device.
+ *   overwrite a stamp that neither of them named; the other may fail and leave no mapping at all.
+ *   Let one writer at a time work on a device.
  *
  * Releasing. Sets are given back with VemraAppStampFreeStamps, records with
  *   VemraAppStampFreeStamp, every other buffer with VemraAppStampFreeMemory. VemraAppStampFreeStamp
