@@ -293,8 +293,8 @@ def report(arguments, rows, explanations):
            "result, written by `scripts/mutate --report docs/mutation.md`. The reasons are kept in\n"
            "`docs/mutation_explained.txt`. Changes that do not build are not counted, and those that are none "
            "by construction\nare not made: a dropped `va_end`, which the compilers turn into nothing, two exchanged "
-           "returns whose\nconditions exclude each other, and two exchanged assignments that neither name what the "
-           "other sets nor call\nanything that could fail or be seen.\n")
+           "returns whose\nconditions exclude each other, and two exchanged assignments or copies that neither name what "
+           "the other sets nor\ncall anything that could fail or be seen.\n")
     waiting = sum(row["waiting"] for row in rows.values())
     yield (f"At most {arguments.per_rule} of each rule, tried at commit " + ", ".join(commits) + "; " +
            (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))

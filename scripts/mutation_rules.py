@@ -139,8 +139,9 @@ silent_call = re.compile(r"\b(data|empty|size|release|_new_text|_public_type|sta
 
 
 def only_set_different_things(first, second):
-    """Two assignments of which neither names what the other sets, and which call nothing on the way that
-    could fail or be seen. Their order is free."""
+    """Two assignments or copies of which neither names what the other sets, and which call nothing on the
+    way that could fail or be seen. Their order is free."""
+    first, second = (re.sub(r"MEMCPY_S\(([\w.*>-]+), (.*)\);", r"\1 = \2;", line) for line in (first, second))
     one, other = (re.fullmatch(r"\s*([\w.*>-]+) = (.*);", line) for line in (first, second))
     if not one or not other:
         return False
