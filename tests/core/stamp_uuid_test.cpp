@@ -190,6 +190,13 @@ TEST_F(stamp_uuid, of_a_null_digest_without_a_length_is_empty) {
     EXPECT_EQ(captured.text(), "");
 }
 
+TEST_F(stamp_uuid, of_a_digest_without_a_length_is_empty_and_releases_it) {
+    fake.answer_digest(1, "digest", 0);
+    EXPECT_TRUE(uuid_of(8130).empty());
+    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory(digest)"),
+              calls_t{"VemraPKICryptoFreeMemory(digest)"});
+}
+
 TEST_F(stamp_uuid, of_a_digest_with_a_negative_length_is_a_length_error_that_releases_it) {
     fake.answer_digest(1, "digest", -1);
     try {
