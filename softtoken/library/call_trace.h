@@ -1,7 +1,7 @@
 /** The trace of every device call, in the file that VEMRA_SOFTTOKEN_TRACE names. */
 #pragma once
 
-#include "library/call.h"
+#include "library/call_facts.h"
 
 namespace vemra::softtoken::call_trace {
 

@@ -18,16 +18,16 @@ constexpr int sha256_algorithm = 0x7000;
 }  // namespace
 
 VEMRA_PKI_HASH_HANDLE_st* VemraPKICryptoNewHash(VEMRA_PKI_DEVICE_HANDLE_st* device, int algorithm) {
-    return pointer_call({__func__, token_of(device)}, [=] {
+    return pointer_call({__func__}, token_of(device), [=](running_call& call) {
         token* stored = required(device).token;
-        if (stored != nullptr) stored->require_attached();
+        if (stored != nullptr) stored->require_attached(call);
         if (algorithm != sha256_algorithm) throw failure(error_code::unknown_algorithm);
         return new VEMRA_PKI_HASH_HANDLE_st;
     });
 }
 
 int VemraPKICryptoHashUpdate(VEMRA_PKI_HASH_HANDLE_st* hash, const void* data, int len) {
-    return status_call({__func__, nullptr, -1, len}, [=] {
+    return status_call({__func__, -1, len}, nullptr, [=](running_call&) {
         digest& running = required(hash).running;
         require_argument(len >= 0 && (data != nullptr || len == 0));
         running.update(data, static_cast<std::size_t>(len));
@@ -35,12 +35,12 @@ int VemraPKICryptoHashUpdate(VEMRA_PKI_HASH_HANDLE_st* hash, const void* data, i
 }
 
 int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out, int* len) {
-    return status_call({__func__}, [=] {
+    return status_call({__func__}, nullptr, [=](running_call& call) {
         digest& running = required(hash).running;
         require_argument(out != nullptr && len != nullptr);
         std::string bytes = running.finish();
         *out = copy_for_caller<unsigned char>(bytes);
-        *len = call_frame::current().tell_length(static_cast<int>(bytes.size()));
+        *len = call.tell_length(static_cast<int>(bytes.size()));
     });
 }
 

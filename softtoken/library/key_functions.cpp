@@ -28,38 +28,40 @@ std::string _encoded(const std::string& der, int format) {
 }  // namespace
 
 VEMRA_PrivKey_Handle_st* VemraPKICryptoDupKeypair(VEMRA_PrivKey_Handle_st* keypair) {
-    return pointer_call({__func__, token_of(keypair)},
-                        [=] { return new VEMRA_PrivKey_Handle_st(required(keypair)); });
+    return pointer_call({__func__}, token_of(keypair), [=](running_call&) {
+        return new VEMRA_PrivKey_Handle_st(required(keypair));
+    });
 }
 
 int VemraPKICryptoFreeKeypair(VEMRA_PrivKey_Handle_st* keypair) {
-    return release_call({__func__, token_of(keypair)}, [=] { delete &required(keypair); });
+    return release_call({__func__}, [=] { delete &required(keypair); });
 }
 
 int VemraPKICryptoGetCertificateCount(VEMRA_PrivKey_Handle_st* keypair) {
-    return number_call({__func__, token_of(keypair)}, [=] {
-        return required(keypair).token->certificate_count(keypair->keypair);
+    return number_call({__func__}, token_of(keypair), [=](running_call& call) {
+        return required(keypair).token->certificate_count(call, keypair->keypair);
     });
 }
 
 int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VEMRA_CERT_st** out) {
-    return status_call({__func__, token_of(keypair)}, [=] {
+    return status_call({__func__}, token_of(keypair), [=](running_call& call) {
         token& stored = *required(keypair).token;
         require_argument(out != nullptr);
-        *out = new VEMRA_CERT_st{stored.certificate_at(keypair->keypair, index)};
+        *out = new VEMRA_CERT_st{stored.certificate_at(call, keypair->keypair, index)};
     });
 }
 
 VEMRA_CERT_st* VemraPKICertNewCert(const void* der, unsigned long len) {
     int shown = static_cast<int>(std::min<unsigned long>(len, std::numeric_limits<int>::max()));
-    return pointer_call({__func__, nullptr, -1, shown}, [=] {
+    return pointer_call({__func__, -1, shown}, nullptr, [=](running_call&) {
         require_argument(der != nullptr);
         return new VEMRA_CERT_st{certificate_from_der({static_cast<const char*>(der), len})};
     });
 }
 
 VEMRA_CERT_st* VemraPKICertDupCert(VEMRA_CERT_st* certificate) {
-    return pointer_call({__func__}, [=] { return new VEMRA_CERT_st(required(certificate)); });
+    return pointer_call({__func__}, nullptr,
+                        [=](running_call&) { return new VEMRA_CERT_st(required(certificate)); });
 }
 
 int VemraPKICertFreeCert(VEMRA_CERT_st* certificate) {
@@ -67,18 +69,18 @@ int VemraPKICertFreeCert(VEMRA_CERT_st* certificate) {
 }
 
 int VemraPKICertEqual(VEMRA_CERT_st* left, VEMRA_CERT_st* right) {
-    return number_call({__func__}, [=] {
+    return number_call({__func__}, nullptr, [=](running_call&) {
         return same_certificate(required(left).der, required(right).der) ? 1 : 0;
     });
 }
 
 int VemraPKICertGetCertEncode(VEMRA_CERT_st* certificate, int format, unsigned char** out,
                               int* len) {
-    return status_call({__func__}, [=] {
+    return status_call({__func__}, nullptr, [=](running_call& call) {
         const std::string& der = required(certificate).der;
         require_argument(out != nullptr && len != nullptr);
         std::string encoded = _encoded(der, format);
         *out = copy_for_caller<unsigned char>(encoded);
-        *len = call_frame::current().tell_length(static_cast<int>(encoded.size()));
+        *len = call.tell_length(static_cast<int>(encoded.size()));
     });
 }

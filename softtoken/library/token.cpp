@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <thread>
 
-#include "library/call.h"
 #include "store/failure.h"
 #include "store/password_check.h"
 
@@ -64,10 +63,10 @@ open_token& token::opened() {
 }
 
 // Opens the token, lets its faults fire and takes as long as the device that it stands for.
-open_token& token::start_call(int bytes) {
+open_token& token::start(running_call& call, int bytes) {
     open_token* open = &opened();
     if (!open->faults.empty()) {
-        fire_due_faults(*open);
+        fire_due_faults(call, *open);
         open = &opened();
     }
     std::int64_t microseconds = open->info.limits.duration(bytes);
@@ -75,13 +74,13 @@ open_token& token::start_call(int bytes) {
     return *open;
 }
 
-void token::fire_due_faults(open_token& open) {
-    const call_facts& facts = call_frame::current().facts();
+void token::fire_due_faults(running_call& call, open_token& open) {
+    const call_facts& facts = call.facts();
     for (const fault& due : open.faults.due(facts.function, facts.slot, true)) {
         // A transient fault is over before it does its work, which may be the end of the process.
         if (!due.lasting && !take_away(open, due)) continue;
         if (due.action == fault_action::unplug) pull_out(directory_);
-        call_frame::current().apply(due);
+        call.apply(due);
     }
 }
 
@@ -102,95 +101,99 @@ void token::unplug() {
 }
 
 template <typename Inspect>
-auto token::look(Inspect inspect) {
+auto token::look(running_call& call, Inspect inspect) {
     std::lock_guard<std::mutex> lock(mutex_);
-    return inspect(start_call(std::max(call_frame::current().facts().size, 0)));
+    return inspect(start(call, std::max(call.facts().size, 0)));
 }
 
-void token::require_attached() {
-    look([](open_token&) {});
+void token::require_attached(running_call& call) {
+    look(call, [](open_token&) {});
 }
 
-int token::type() {
-    return look([](open_token& open) { return open.info.type; });
+int token::type(running_call& call) {
+    return look(call, [](open_token& open) { return open.info.type; });
 }
 
-std::string token::serial_number() {
-    return look([](open_token& open) { return open.info.serial_number; });
+std::string token::serial_number(running_call& call) {
+    return look(call, [](open_token& open) { return open.info.serial_number; });
 }
 
-int token::slot_length(int id) {
-    return look([id](open_token& open) { return open.slots.existing_length(id); });
+int token::slot_length(running_call& call, int id) {
+    return look(call, [id](open_token& open) { return open.slots.existing_length(id); });
 }
 
-int token::read_slot(int id, unsigned char* buffer, int buffer_size) {
-    return look([&](open_token& open) { return open.slots.read(id, buffer, buffer_size); });
+int token::read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size) {
+    return look(call, [&](open_token& open) { return open.slots.read(id, buffer, buffer_size); });
 }
 
 login& token::login_of(const open_token& open, login& device_login) {
     return open.info.login == login_scope::handle ? device_login : process_login_;
 }
 
-void token::change_slots(login& device_login, const std::function<void(open_token&)>& change) {
+void token::change_slots(running_call& call, login& device_login,
+                         const std::function<void(open_token&)>& change) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = start_call(std::max(call_frame::current().facts().size, 0));
+    open_token& open = start(call, std::max(call.facts().size, 0));
     bool needs_login = open.info.login != login_scope::none;
     if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
     }
     transaction changing(open.database);
     change(open);
-    call_frame::current().before_commit();
+    call.before_commit();
     changing.commit();
-    call_frame::current().after_commit();
+    call.after_commit();
 }
 
-void token::create_slot(login& device_login, int id, const unsigned char* attributes, int size) {
-    change_slots(device_login, [&](open_token& open) {
+void token::create_slot(running_call& call, login& device_login, int id,
+                        const unsigned char* attributes, int size) {
+    change_slots(call, device_login, [&](open_token& open) {
         open.slots.create(id, attributes, size, open.info.limits);
     });
 }
 
-void token::write_slot(login& device_login, int id, const void* data, int length) {
-    change_slots(device_login, [&](open_token& open) {
-        int arriving = call_frame::current().torn_bytes();
+void token::write_slot(running_call& call, login& device_login, int id, const void* data,
+                       int length) {
+    change_slots(call, device_login, [&](open_token& open) {
+        int arriving = call.torn_bytes();
         if (arriving < 0) return open.slots.write(id, data, length);
         std::string torn = open.slots.torn(id, data, std::min(arriving, length));
         open.slots.write(id, torn.data(), length);
     });
 }
 
-void token::delete_slot(login& device_login, int id) {
-    change_slots(device_login, [&](open_token& open) { open.slots.remove(id); });
+void token::delete_slot(running_call& call, login& device_login, int id) {
+    change_slots(call, device_login, [&](open_token& open) { open.slots.remove(id); });
 }
 
-void token::verify_password(login& device_login, const char* password, int& retries) {
+void token::verify_password(running_call& call, login& device_login, const char* password,
+                            int& retries) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = start_call();
+    open_token& open = start(call);
     login& state = login_of(open, device_login);
     state.end();
     check_password(open.database, open.passwords, directory_, password, retries);
     state.begin(open.plugged);
 }
 
-int token::keypair_count() {
-    return look([](open_token& open) { return open.keys.keypair_count(); });
+int token::keypair_count(running_call& call) {
+    return look(call, [](open_token& open) { return open.keys.keypair_count(); });
 }
 
-std::int64_t token::keypair_at(int index) {
-    return look([index](open_token& open) {
+std::int64_t token::keypair_at(running_call& call, int index) {
+    return look(call, [index](open_token& open) {
         std::optional<std::int64_t> found = open.keys.keypair_at(index);
         if (!found) throw failure(error_code::no_such_index);
         return *found;
     });
 }
 
-int token::certificate_count(std::int64_t keypair) {
-    return look([keypair](open_token& open) { return open.keys.certificate_count(keypair); });
+int token::certificate_count(running_call& call, std::int64_t keypair) {
+    return look(call, [keypair](open_token& open) { return open.keys.certificate_count(keypair); });
 }
 
-std::string token::certificate_at(std::int64_t keypair, int index) {
-    return look([=](open_token& open) {
+std::string token::certificate_at(running_call& call, std::int64_t keypair, int index) {
+    return look(call, [=](open_token& open) {
         std::optional<std::string> found = open.keys.certificate_at(keypair, index);
         if (!found) throw failure(error_code::no_such_index);
         return *found;

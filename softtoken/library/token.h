@@ -8,6 +8,7 @@
 
 #include "library/login.h"
 #include "library/open_token.h"
+#include "library/running_call.h"
 
 namespace vemra::softtoken {
 
@@ -31,23 +32,25 @@ public:
 
     void unplug();
     /* Throws "removed" or returns. */
-    void require_attached();
-    int type();
-    std::string serial_number();
+    void require_attached(running_call& call);
+    int type(running_call& call);
+    std::string serial_number(running_call& call);
 
-    int slot_length(int id);
-    int read_slot(int id, unsigned char* buffer, int buffer_size);
-    void create_slot(login& device_login, int id, const unsigned char* attributes, int size);
-    void write_slot(login& device_login, int id, const void* data, int length);
-    void delete_slot(login& device_login, int id);
+    int slot_length(running_call& call, int id);
+    int read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size);
+    void create_slot(running_call& call, login& device_login, int id,
+                     const unsigned char* attributes, int size);
+    void write_slot(running_call& call, login& device_login, int id, const void* data, int length);
+    void delete_slot(running_call& call, login& device_login, int id);
 
     /* The retry count is the true one afterwards, whatever the outcome. */
-    void verify_password(login& device_login, const char* password, int& retries);
+    void verify_password(running_call& call, login& device_login, const char* password,
+                         int& retries);
 
-    int keypair_count();
-    std::int64_t keypair_at(int index);
-    int certificate_count(std::int64_t keypair);
-    std::string certificate_at(std::int64_t keypair, int index);
+    int keypair_count(running_call& call);
+    std::int64_t keypair_at(running_call& call, int index);
+    int certificate_count(running_call& call, std::int64_t keypair);
+    std::string certificate_at(running_call& call, std::int64_t keypair, int index);
 
     /* Waits for the running call, closes the database and keeps the token still until the fork. */
     void prepare_fork();
@@ -58,14 +61,15 @@ public:
 private:
     void close();
     open_token& opened();
-    open_token& start_call(int bytes = 0);
-    void fire_due_faults(open_token& open);
+    open_token& start(running_call& call, int bytes = 0);
+    void fire_due_faults(running_call& call, open_token& open);
     bool take_away(open_token& open, const fault& spent);
     login& login_of(const open_token& open, login& device_login);
-    void change_slots(login& device_login, const std::function<void(open_token&)>& change);
+    void change_slots(running_call& call, login& device_login,
+                      const std::function<void(open_token&)>& change);
 
     template <typename Inspect>
-    auto look(Inspect inspect);
+    auto look(running_call& call, Inspect inspect);
 
     std::mutex mutex_;
     std::string directory_;
