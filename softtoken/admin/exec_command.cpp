@@ -7,10 +7,10 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
-#include <sstream>
 
 #include "admin/arguments.h"
 #include "admin/loaded_library.h"
+#include "admin/program_file.h"
 
 namespace vemra::softtoken::admin {
 
@@ -21,22 +21,19 @@ std::filesystem::path _library_directory() {
     return (tool.parent_path() / SOFTTOKEN_FROM_BIN).lexically_normal();
 }
 
-bool _is_program(const std::string& path) {
-    struct stat status {};
-    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
-           access(path.c_str(), X_OK) == 0;
-}
-
-// Where execvp would find the command; empty when nowhere.
-std::string _find_program(const std::string& command) {
-    if (command.find('/') != std::string::npos) return _is_program(command) ? command : "";
-    const char* path = std::getenv("PATH");
-    std::istringstream directories(path == nullptr ? "/usr/bin:/bin" : path);
-    for (std::string directory; std::getline(directories, directory, ':');) {
-        std::string candidate = (directory.empty() ? "." : directory) + "/" + command;
-        if (_is_program(candidate)) return candidate;
+// The loader would take the directory for several, or for another one.
+void _require_searchable(const std::string& directory) {
+    const char* sign = nullptr;
+    if (directory.find(':') != std::string::npos) sign = "a colon";
+    if (directory.find(';') != std::string::npos) sign = "a semicolon";
+    for (const char* token :
+         {"$ORIGIN", "${ORIGIN}", "$PLATFORM", "${PLATFORM}", "$LIB", "${LIB}"}) {
+        if (directory.find(token) != std::string::npos) sign = token;
     }
-    return {};
+    if (sign == nullptr) return;
+    throw command_failure(exit_cannot_run,
+                          "the path of the software token, " + directory + ", has " + sign +
+                              ", which LD_LIBRARY_PATH cannot hold: move it to another directory");
 }
 
 void _prefer_directory(const std::string& directory) {
@@ -75,11 +72,12 @@ void _exec(const std::vector<std::string>& words) {
         throw command_failure(exit_cannot_run,
                               library.string() + " is missing: install the software token whole");
     }
-    std::string program = _find_program(words.front());
-    if (program.empty()) throw command_failure(exit_not_found, words.front() + ": no such program");
+    _require_searchable(directory);
+    std::string program = find_program(words.front());
     _prefer_directory(directory);
-    _refuse_privileged(program);
-    _refuse_other_library(program, library);
+    std::string file = loaded_file(program);
+    _refuse_privileged(file);
+    _refuse_other_library(file, library);
     std::vector<char*> arguments;
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));

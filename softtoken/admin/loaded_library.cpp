@@ -6,8 +6,8 @@
 
 #include <array>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
+#include <string_view>
 
 #include "admin/arguments.h"
 #include "admin/elf_file.h"
@@ -17,16 +17,6 @@ namespace vemra::softtoken::admin {
 namespace {
 
 constexpr const char* device_library_name = "libvemra_crypto.so.1";
-
-std::string _interpreter_of_script(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string line;
-    if (!std::getline(file, line) || line.rfind("#!", 0) != 0) return {};
-    std::istringstream words(line.substr(2));
-    std::string interpreter;
-    words >> interpreter;
-    return interpreter;
-}
 
 std::string _read_all(int descriptor) {
     std::string text;
@@ -59,14 +49,20 @@ std::string _list_libraries(const std::string& loader, const std::string& progra
     return text;
 }
 
-// "NAME => PATH (ADDRESS)" or "PATH (ADDRESS)".
+// "NAME => PATH (ADDRESS)" or "PATH (ADDRESS)", where blanks and arrows may be in the path too.
 std::string _path_in(const std::string& line) {
-    std::istringstream words(line);
-    std::string word;
-    std::string last;
-    while (words >> word && word.rfind("(0x", 0) != 0)
-        last = word;
-    return last;
+    constexpr std::string_view arrow = " => ";
+    std::size_t begin = line.find_first_not_of('\t');
+    std::size_t end = line.rfind(" (0x");
+    if (begin == std::string::npos || end == std::string::npos || end < begin) return {};
+    std::string path = line.substr(begin, end - begin);
+    std::error_code error;
+    for (std::size_t cut = 0; !std::filesystem::exists(path, error);) {
+        cut = path.find(arrow);
+        if (cut == std::string::npos) break;
+        path.erase(0, cut + arrow.size());
+    }
+    return path;
 }
 
 bool _is_other(const std::string& path, const std::string& wanted) {
@@ -81,13 +77,9 @@ bool _is_other(const std::string& path, const std::string& wanted) {
 
 std::optional<std::string> other_device_library(const std::string& program,
                                                 const std::string& wanted) {
-    std::string binary = program;
-    if (std::string interpreter = _interpreter_of_script(program); !interpreter.empty()) {
-        binary = interpreter;
-    }
-    elf_facts facts = read_elf(binary);
+    elf_facts facts = read_elf(program);
     if (facts.loader.empty()) return std::nullopt;
-    std::istringstream lines(_list_libraries(facts.loader, binary));
+    std::istringstream lines(_list_libraries(facts.loader, program));
     for (std::string line; std::getline(lines, line);) {
         std::string path = _path_in(line);
         if (_is_other(path, wanted)) return path;

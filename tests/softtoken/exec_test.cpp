@@ -1,6 +1,7 @@
 #include <sys/xattr.h>
 
 #include <filesystem>
+#include <utility>
 
 #include "token_fixture.h"
 
@@ -13,6 +14,30 @@ protected:
         device_owner device = device_at();
         log_in(device.get());
         fill_slot(device.get(), 8130, "bytes");
+    }
+
+    /* A script in the tokens' directory, where its name hides it. */
+    std::string script(const std::string& name, const std::string& first_line) const {
+        std::string path = root() + "/." + name;
+        write_file(path, first_line + "\n");
+        std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+        return path;
+    }
+    std::string copy_of(const std::string& program, const std::string& name) const {
+        std::string path = root() + "/." + name;
+        std::filesystem::copy_file(program, path);
+        return path;
+    }
+    /* The admin tool with its library in a directory of that name; the tool's path, quoted. */
+    std::string installed_in(const std::string& name) const {
+        std::filesystem::path tool = SOFTTOKEN_TOOL;
+        std::filesystem::path library = SOFTTOKEN_LIBRARY;
+        std::filesystem::path place = root() + "/." + name + "/bin";
+        std::filesystem::path to_library = library.lexically_relative(tool.parent_path());
+        std::filesystem::create_directories((place / to_library).parent_path());
+        std::filesystem::copy_file(tool, place / tool.filename());
+        std::filesystem::copy_file(library, place / to_library);
+        return "'" + (place / tool.filename()).string() + "'";
     }
 };
 
@@ -51,6 +76,85 @@ TEST_F(softtoken_exec, overrides_the_callers_library_path) {
         run("LD_LIBRARY_PATH=" + other + " " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "bytes\nfreed\n");
+}
+
+TEST_F(softtoken_exec, works_from_a_path_with_blanks_and_arrows) {
+    for (const char* name : {"with blank", "with => arrow", "with (0x1) address"}) {
+        program_result result = run(installed_in(name) + " exec -- " FREES_AT_EXIT);
+        EXPECT_EQ(result.status, 0) << name;
+        EXPECT_EQ(result.output, "bytes\nfreed\n");
+    }
+}
+
+TEST_F(softtoken_exec, names_what_a_library_path_cannot_hold) {
+    for (const auto& [name, sign] : {std::pair{"a:b", "a colon"}, std::pair{"a;b", "a semicolon"},
+                                     std::pair{"a$LIB", "$LIB"}}) {
+        program_result result = run(installed_in(name) + " exec -- true");
+        EXPECT_EQ(result.status, 126) << name;
+        EXPECT_NE(result.output.find("has " + std::string(sign) + ", which LD_LIBRARY_PATH"),
+                  std::string::npos)
+            << result.output;
+        EXPECT_NE(result.output.find(std::string("/.") + name + "/"), std::string::npos);
+    }
+}
+
+TEST_F(softtoken_exec, judges_a_script_by_its_last_interpreter) {
+    std::string direct = script("direct", "#!" USES_OTHER_LIBRARY);
+    std::string nested = script("nested", "#! \t" + direct + " word");
+    for (const std::string& each : {direct, nested, script("deep", "#!" + nested)}) {
+        program_result result = run_tool("exec -- " + each);
+        EXPECT_EQ(result.status, 125) << each;
+        EXPECT_NE(result.output.find("other/libvemra_crypto.so.1"), std::string::npos)
+            << result.output;
+    }
+}
+
+TEST_F(softtoken_exec, runs_a_script_whose_interpreter_is_a_script) {
+    std::string inner = script("inner", "#!/bin/sh\necho inner ran \"$1\"");
+    std::string outer = script("outer", "#!" + inner);
+    EXPECT_EQ(run_tool("exec -- " + outer).output, "inner ran " + outer + "\n");
+}
+
+TEST_F(softtoken_exec, refuses_a_script_whose_interpreter_has_another_users_rights) {
+    std::string interpreter = copy_of(FREES_AT_EXIT, "interpreter");
+    std::filesystem::permissions(interpreter, std::filesystem::perms::set_uid,
+                                 std::filesystem::perm_options::add);
+    program_result result = run_tool("exec -- " + script("script", "#!" + interpreter));
+    EXPECT_EQ(result.status, 125);
+    EXPECT_NE(result.output.find(interpreter + " runs with another user's rights"),
+              std::string::npos)
+        << result.output;
+}
+
+// The kernel gives a script nobody's rights but its user's.
+TEST_F(softtoken_exec, runs_a_script_with_the_mark_of_other_rights) {
+    std::string marked = script("marked", "#!/bin/sh\necho ran");
+    std::filesystem::permissions(marked, std::filesystem::perms::set_uid,
+                                 std::filesystem::perm_options::add);
+    EXPECT_EQ(run_tool("exec -- " + marked).output, "ran\n");
+}
+
+TEST_F(softtoken_exec, ends_as_the_shell_does_with_what_it_cannot_run) {
+    std::filesystem::create_directories(root() + "/.bin/folder");
+    write_file(root() + "/.bin/plain", "echo plain\n");
+    std::string path = "cd " + root() + "/.bin; PATH=" + root() + "/.bin:$PATH; export PATH; ";
+    for (const char* command : {"./missing", "missing", "./plain", "plain", "./folder", "folder",
+                                "./plain/beyond", "''"}) {
+        int expected = run(path + "bash -c '\"$0\"' " + command).status;
+        program_result result = run(path + SOFTTOKEN_TOOL " exec -- " + command);
+        EXPECT_EQ(result.status, expected) << command << ": " << result.output;
+        EXPECT_TRUE(expected == 126 || expected == 127) << command;
+    }
+}
+
+TEST_F(softtoken_exec, file_that_may_not_be_run_yields_to_one_that_may) {
+    std::filesystem::create_directories(root() + "/.first");
+    std::filesystem::create_directories(root() + "/.second");
+    write_file(root() + "/.first/word", "");
+    std::filesystem::copy_file("/bin/echo", root() + "/.second/word");
+    program_result result = run("PATH=" + root() + "/.first:" + root() +
+                                "/.second " SOFTTOKEN_TOOL " exec -- word spoken");
+    EXPECT_EQ(result.output, "spoken\n");
 }
 
 TEST_F(softtoken_exec, refuses_a_program_with_another_users_rights) {
