@@ -1,13 +1,10 @@
-#include <cerrno>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 
 #include "admin/arguments.h"
 #include "admin/file_input.h"
+#include "admin/file_output.h"
 #include "admin/token_folder.h"
-#include "store/durable_files.h"
 
 namespace vemra::softtoken::admin {
 
@@ -41,15 +38,7 @@ void _dump(const slot_options& options) {
     }
     std::string bytes(static_cast<std::size_t>(*length), '\0');
     token.slots.read(options.slot, reinterpret_cast<unsigned char*>(bytes.data()), *length);
-    std::ofstream file(options.file, std::ios::binary | std::ios::trunc);
-    if (!file) fail_with_errno(options.file);
-    file << bytes;
-    if (file.flush()) return;
-    int reason = errno;
-    // Half a slot must not be taken for a whole one.
-    if (std::filesystem::is_regular_file(options.file)) std::filesystem::remove(options.file);
-    errno = reason;
-    fail_with_errno(options.file);
+    write_private_file(options.file, bytes);
 }
 
 void _load(const slot_options& options) {

@@ -39,6 +39,23 @@ TEST_F(softtoken_raw_slots, missing_slot_is_named_and_no_file_is_made) {
     EXPECT_FALSE(std::filesystem::exists(file()));
 }
 
+TEST_F(softtoken_raw_slots, dumped_file_is_private_whatever_the_umask) {
+    ASSERT_EQ(run("umask 0; " SOFTTOKEN_TOOL " dump one 8130 " + file()).status, 0);
+    EXPECT_EQ(run("stat -c %a " + file()).output, "600\n");
+}
+
+TEST_F(softtoken_raw_slots, dump_over_a_file_that_others_could_read_makes_it_private) {
+    write_file(file(), "something longer than the slot's bytes");
+    std::filesystem::permissions(file(), std::filesystem::perms(0666));
+    ASSERT_EQ(run_tool("dump one 8130 " + file()).status, 0);
+    EXPECT_EQ(run("stat -c %a " + file()).output, "600\n");
+    EXPECT_EQ(file_bytes(file()), slot_bytes(device(), 8130));
+}
+
+TEST_F(softtoken_raw_slots, dump_to_a_pipe_arrives_whole) {
+    EXPECT_EQ(run_tool("dump one 8130 /dev/stdout | cat").output, slot_bytes(device(), 8130));
+}
+
 TEST_F(softtoken_raw_slots, dump_that_cannot_be_written_whole_leaves_no_file) {
     fill_slot(device(), 8131, std::string(8192, 's'));
     program_result result =
@@ -46,6 +63,15 @@ TEST_F(softtoken_raw_slots, dump_that_cannot_be_written_whole_leaves_no_file) {
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "vemra-softtoken: " + file() + ": File too large\n");
     EXPECT_FALSE(std::filesystem::exists(file()));
+}
+
+TEST_F(softtoken_raw_slots, dump_through_a_link_that_fails_leaves_the_link) {
+    fill_slot(device(), 8131, std::string(8192, 's'));
+    write_file(root() + "/target", "");
+    std::filesystem::create_symlink("target", file());
+    run("trap '' XFSZ; ulimit -f 4; " SOFTTOKEN_TOOL " dump one 8131 " + file());
+    EXPECT_TRUE(std::filesystem::is_symlink(file()));
+    EXPECT_EQ(file_bytes(root() + "/target"), "");
 }
 
 TEST_F(softtoken_raw_slots, dump_to_a_full_device_leaves_the_device) {
