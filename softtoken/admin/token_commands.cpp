@@ -6,6 +6,7 @@
 #include "admin/limit_options.h"
 #include "admin/password_input.h"
 #include "admin/token_folder.h"
+#include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/fault_file.h"
 #include "store/new_token.h"
@@ -154,13 +155,24 @@ void _info(const std::string& name) {
     std::printf("directory:      %s\n", token.directory.c_str());
 }
 
+// What a link leads to may be used from elsewhere and is left as it is.
+void _remove_link(const std::string& name, const std::filesystem::path& link) {
+    std::string target = std::filesystem::canonical(link);
+    std::filesystem::remove(link);
+    sync_directory(link.parent_path());
+    std::printf("%s: only the link was removed, the token is still in %s\n", name.c_str(),
+                target.c_str());
+}
+
 // Under a hidden name first, so that the token disappears at once and not file by file.
 void _remove(const std::string& name) {
     std::filesystem::path directory = directory_of(name);
+    if (std::filesystem::is_symlink(directory)) return _remove_link(name, directory);
     pull_out(directory);
     std::filesystem::path hidden = directory;
     hidden.replace_filename("." + name + "." + random_hex(8));
     std::filesystem::rename(directory, hidden);
+    sync_directory(directory.parent_path());
     std::filesystem::remove_all(hidden);
 }
 

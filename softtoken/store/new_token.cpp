@@ -145,7 +145,8 @@ void require_token_name(const std::string& name) {
 
 void require_free_name(const std::string& root, const std::string& name) {
     std::string place = root + "/" + name;
-    if (!std::filesystem::exists(place)) return;
+    // A link that leads nowhere takes a name too.
+    if (!std::filesystem::exists(std::filesystem::symlink_status(place))) return;
     throw failure(error_code::bad_argument,
                   place + " is there already: choose another name, or remove that token first");
 }

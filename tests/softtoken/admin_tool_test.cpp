@@ -178,6 +178,27 @@ TEST_F(softtoken_admin, removed_token_is_gone_whole) {
 }
 
 TEST_F(softtoken_admin, slots_are_listed_raw) {
+// The token that a link leads to may be in use under its own name.
+TEST_F(softtoken_admin, removing_a_link_says_so_and_leaves_the_token) {
+    create("one");
+    std::string elsewhere = root() + "/.elsewhere";
+    std::filesystem::rename(directory("one"), elsewhere);
+    std::filesystem::create_directory_symlink(elsewhere, directory("one"));
+    program_result result = run_tool("remove one");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output,
+              "one: only the link was removed, the token is still in " + elsewhere + "\n");
+    EXPECT_FALSE(std::filesystem::is_symlink(directory("one")));
+    EXPECT_EQ(run("ls " + elsewhere).output.substr(0, 9), "attached\n");
+}
+
+TEST_F(softtoken_admin, link_that_leads_nowhere_takes_a_name) {
+    std::filesystem::create_directory_symlink("nowhere", directory("one"));
+    program_result result = create("one");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("/one is there already"), std::string::npos) << result.output;
+}
+
     create("one");
     device_owner device = device_at();
     log_in(device.get());
