@@ -93,13 +93,21 @@ std::string certificate_from_der(std::string_view der) {
     return _encode(_parse(der).get(), i2d_X509);
 }
 
-std::string certificate_from_any(std::string_view bytes) {
+std::vector<std::string> certificates_from_any(std::string_view bytes) {
     if (bytes.size() > INT_MAX) throw failure(error_code::bad_certificate);
     _unqueued_errors scope;
     bio_owner input(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
     _require(input != nullptr);
-    x509_owner parsed(PEM_read_bio_X509(input.get(), nullptr, nullptr, nullptr));
-    return parsed == nullptr ? certificate_from_der(bytes) : _encode(parsed.get(), i2d_X509);
+    std::vector<std::string> found;
+    while (x509_owner parsed{PEM_read_bio_X509(input.get(), nullptr, nullptr, nullptr)}) {
+        found.push_back(_encode(parsed.get(), i2d_X509));
+    }
+    unsigned long reason = ERR_peek_last_error();
+    bool is_end =
+        ERR_GET_LIB(reason) == ERR_LIB_PEM && ERR_GET_REASON(reason) == PEM_R_NO_START_LINE;
+    if (found.empty() && is_end) return {certificate_from_der(bytes)};
+    if (!is_end) throw failure(error_code::bad_certificate);
+    return found;
 }
 
 std::string certificate_to_pem(const std::string& der) {

@@ -3,13 +3,18 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vemra::softtoken {
 
 /* The bytes of exactly one certificate; throws bad_certificate for anything else. */
 std::string certificate_from_der(std::string_view der);
-/* Takes DER or PEM text. */
-std::string certificate_from_any(std::string_view bytes);
+/*
+ * One certificate as DER, or all of those in PEM text, in their order: a chain is several. What
+ * else the text holds is passed over; throws bad_certificate when one of them is none, or there is
+ * none.
+ */
+std::vector<std::string> certificates_from_any(std::string_view bytes);
 
 std::string certificate_to_pem(const std::string& der);
 bool same_certificate(const std::string& left, const std::string& right);

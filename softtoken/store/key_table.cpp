@@ -49,4 +49,27 @@ void key_table::add_certificate(std::int64_t keypair, const std::string& der) {
     sqlite_query(statement).bind(1, keypair).bind_bytes(2, der.data(), der.size()).run();
 }
 
+std::vector<stored_certificate> key_table::certificates() {
+    sqlite_statement statement(connection_,
+                               "SELECT certificate.id, keypair.id, length(private_key) > 0, der"
+                               " FROM certificate JOIN keypair ON keypair.id = certificate.keypair"
+                               " ORDER BY certificate.id");
+    sqlite_query query(statement);
+    std::vector<stored_certificate> found;
+    while (query.step()) {
+        found.push_back({query.integer(0), query.integer(1), query.integer(2) != 0, query.text(3)});
+    }
+    return found;
+}
+
+void key_table::remove_certificate(const stored_certificate& removed) {
+    sqlite_statement remove(connection_, "DELETE FROM certificate WHERE id = ?1");
+    sqlite_query(remove).bind(1, removed.id).run();
+    if (removed.has_private_key) return;
+    sqlite_statement tidy(connection_,
+                          "DELETE FROM keypair WHERE id = ?1 AND NOT EXISTS"
+                          " (SELECT 1 FROM certificate WHERE keypair = ?1)");
+    sqlite_query(tidy).bind(1, removed.keypair).run();
+}
+
 }  // namespace vemra::softtoken

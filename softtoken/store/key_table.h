@@ -4,10 +4,18 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "store/token_database.h"
 
 namespace vemra::softtoken {
+
+struct stored_certificate {
+    std::int64_t id = 0;
+    std::int64_t keypair = 0;
+    bool has_private_key = false; /* its key pair lies on the token whole */
+    std::string der;
+};
 
 /* The caller holds a transaction around each change. */
 class key_table {
@@ -26,6 +34,11 @@ public:
     /* The private key (DER) is empty when it lies elsewhere. */
     std::int64_t add_keypair(const std::string& public_key, const std::string& private_key);
     void add_certificate(std::int64_t keypair, const std::string& der);
+
+    /* All certificates in the order in which they were stored. */
+    std::vector<stored_certificate> certificates();
+    /* A public key that no certificate is left for goes too, unless the private one lies here. */
+    void remove_certificate(const stored_certificate& removed);
 
 private:
     sqlite_connection& connection_;

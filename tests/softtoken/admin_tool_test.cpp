@@ -84,10 +84,11 @@ TEST_F(softtoken_admin, damaged_token_is_named_with_what_to_do) {
 
 TEST_F(softtoken_admin, every_command_explains_itself) {
     for (const char* command :
-         {"create",  "list",      "info",       "attach",      "detach",        "change-password",
-          "unlock",  "remove",    "slots",      "import-cert", "generate-cert", "profile",
-          "fault",   "fault add", "fault list", "fault clear", "fault recipes", "snapshot",
-          "restore", "dump",      "load",       "fsck",        "exec"}) {
+         {"create",          "list",       "info",        "attach",        "detach",
+          "change-password", "unlock",     "remove",      "slots",         "import-cert",
+          "generate-cert",   "profile",    "certs",       "remove-cert",   "fault",
+          "fault add",       "fault list", "fault clear", "fault recipes", "snapshot",
+          "restore",         "dump",       "load",        "fsck",          "exec"}) {
         program_result result = run_tool(std::string(command) + " --help");
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_NE(result.output.find("Usage: "), std::string::npos) << command;
@@ -177,7 +178,6 @@ TEST_F(softtoken_admin, removed_token_is_gone_whole) {
     EXPECT_EQ(serial_number_of(device.get()), "failed: -104");
 }
 
-TEST_F(softtoken_admin, slots_are_listed_raw) {
 // The token that a link leads to may be in use under its own name.
 TEST_F(softtoken_admin, removing_a_link_says_so_and_leaves_the_token) {
     create("one");
@@ -199,6 +199,7 @@ TEST_F(softtoken_admin, link_that_leads_nowhere_takes_a_name) {
     EXPECT_NE(result.output.find("/one is there already"), std::string::npos) << result.output;
 }
 
+TEST_F(softtoken_admin, slots_are_listed_raw) {
     create("one");
     device_owner device = device_at();
     log_in(device.get());
@@ -260,12 +261,104 @@ TEST_F(softtoken_admin, imported_certificate_may_be_der_or_pem) {
     write_file(root() + "/der", der);
     write_file(root() + "/pem", vemra::softtoken::certificate_to_pem(der));
     EXPECT_EQ(run_tool("import-cert one " + root() + "/der").output, "one: CN=Imported\n");
-    EXPECT_EQ(run_tool("import-cert one " + root() + "/pem").status, 0);
+    create("two");
+    EXPECT_EQ(run_tool("import-cert two " + root() + "/pem").output, "two: CN=Imported\n");
+}
+
+TEST_F(softtoken_admin, certificate_that_is_there_is_not_stored_twice) {
+    create("one");
+    std::string der = vemra::softtoken::make_certificate("Imported", 30).der;
+    write_file(root() + "/der", der);
+    write_file(root() + "/pem", vemra::softtoken::certificate_to_pem(der));
+    ASSERT_EQ(run_tool("import-cert one " + root() + "/der").status, 0);
+    program_result result = run_tool("import-cert one " + root() + "/pem");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "one: CN=Imported (was there already)\n");
     device_owner device = device_at();
-    ASSERT_EQ(VemraPKICryptoGetKeypairCount(device.get()), 1);
     auto* keypair = VemraPKICryptoGetKeypair(device.get(), 0);
-    EXPECT_EQ(VemraPKICryptoGetCertificateCount(keypair), 2);
+    EXPECT_EQ(VemraPKICryptoGetCertificateCount(keypair), 1);
     VemraPKICryptoFreeKeypair(keypair);
+}
+
+TEST_F(softtoken_admin, chain_is_imported_whole) {
+    create("one");
+    std::string chain = "Company, then its issuer\n";
+    for (const char* name : {"Company", "Issuer", "Company 2"}) {
+        chain +=
+            vemra::softtoken::certificate_to_pem(vemra::softtoken::make_certificate(name, 30).der);
+    }
+    write_file(root() + "/chain", chain + "that was all\n");
+    EXPECT_EQ(run_tool("import-cert one " + root() + "/chain").output,
+              "one: CN=Company\none: CN=Issuer\none: CN=Company 2\n");
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 3);
+}
+
+TEST_F(softtoken_admin, chain_with_a_damaged_certificate_is_refused_whole) {
+    create("one");
+    std::string pem =
+        vemra::softtoken::certificate_to_pem(vemra::softtoken::make_certificate("Sound", 30).der);
+    std::string damaged = pem;
+    damaged[damaged.size() / 2] = '!';
+    write_file(root() + "/chain", pem + damaged);
+    program_result result = run_tool("import-cert one " + root() + "/chain");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.output.find("or a damaged one"), std::string::npos) << result.output;
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 0);
+}
+
+TEST_F(softtoken_admin, certificates_are_listed_with_their_numbers) {
+    create("one");
+    write_file(root() + "/der", vemra::softtoken::make_certificate("Foreign", 30).der);
+    run_tool("generate-cert one --cn Own");
+    run_tool("import-cert one " + root() + "/der");
+    EXPECT_EQ(run_tool("certs one").output,
+              "NUMBER  PRIVATE KEY SUBJECT\n"
+              "     1  here        CN=Own\n"
+              "     2  elsewhere   CN=Foreign\n");
+}
+
+TEST_F(softtoken_admin, removed_certificate_takes_a_foreign_key_along_and_leaves_the_own) {
+    create("one");
+    write_file(root() + "/der", vemra::softtoken::make_certificate("Foreign", 30).der);
+    run_tool("generate-cert one --cn Own");
+    run_tool("import-cert one " + root() + "/der");
+    EXPECT_EQ(run_tool("remove-cert one 2").output, "one: CN=Foreign removed\n");
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 1);
+    EXPECT_EQ(run_tool("remove-cert one 1").output, "one: CN=Own removed, its key pair stays\n");
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 1);
+    EXPECT_EQ(run_tool("certs one").output, "NUMBER  PRIVATE KEY SUBJECT\n");
+}
+
+TEST_F(softtoken_admin, foreign_key_stays_while_another_certificate_is_of_it) {
+    create("one");
+    run_tool("generate-cert one --cn Own");
+    vemra::softtoken::token_database database(directory("one") + "/token.db");
+    database.connection().execute(
+        "UPDATE keypair SET private_key = x'';"
+        "INSERT INTO certificate (keypair, der) SELECT keypair, der FROM certificate");
+    EXPECT_EQ(run_tool("remove-cert one 2").status, 0);
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 1);
+    EXPECT_EQ(run_tool("remove-cert one 1").status, 0);
+    EXPECT_EQ(VemraPKICryptoGetKeypairCount(device_at().get()), 0);
+}
+
+TEST_F(softtoken_admin, damaged_certificate_can_be_seen_and_removed) {
+    create("one");
+    run_tool("generate-cert one --cn Own");
+    vemra::softtoken::token_database database(directory("one") + "/token.db");
+    database.connection().execute("UPDATE certificate SET der = 'nonsense'");
+    EXPECT_NE(run_tool("certs one").output.find("1  here        (not a certificate)\n"),
+              std::string::npos);
+    EXPECT_EQ(run_tool("remove-cert one 1").status, 0);
+    EXPECT_EQ(run_tool("fsck one").status, 0);
+}
+
+TEST_F(softtoken_admin, missing_certificate_is_named_with_what_to_do) {
+    create("one");
+    program_result result = run_tool("remove-cert one 1");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output,
+              "vemra-softtoken: no certificate 1: see \"vemra-softtoken certs one\"\n");
 }
 
 TEST_F(softtoken_admin, file_without_a_certificate_is_refused) {

@@ -107,7 +107,7 @@ TEST_F(softtoken_certificates, bytes_that_are_no_certificate_give_null) {
 TEST_F(softtoken_certificates, failures_leave_the_programs_openssl_errors_alone) {
     ERR_raise(ERR_LIB_USER, 77);
     EXPECT_EQ(certificate_from("no certificate"), nullptr);
-    EXPECT_THROW(vemra::softtoken::certificate_from_any("nor this"), vemra::softtoken::failure);
+    EXPECT_THROW(vemra::softtoken::certificates_from_any("nor this"), vemra::softtoken::failure);
     EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), 77);
     EXPECT_EQ(ERR_get_error(), 0U);
 }
@@ -127,7 +127,7 @@ TEST_F(softtoken_certificates, format_1_is_der_and_format_2_is_pem) {
     EXPECT_EQ(encoded(certificate.get(), 1), first_.der);
     std::string pem = encoded(certificate.get(), 2);
     EXPECT_EQ(pem.rfind("-----BEGIN CERTIFICATE-----\n", 0), 0U);
-    EXPECT_EQ(vemra::softtoken::certificate_from_any(pem), first_.der);
+    EXPECT_EQ(vemra::softtoken::certificates_from_any(pem).front(), first_.der);
     EXPECT_EQ(encoded(certificate.get(), 3), "failed: -117");
 }
 
