@@ -39,7 +39,7 @@ int __vsprintf_s(const char* file, unsigned long line, char* dest, std::size_t d
     _check(format != nullptr, "format != __null", file, line);
     const int sprintfed_size = std::vsnprintf(dest, dest_size, format, arguments);
     _check(sprintfed_size >= 1, "sprintfed_size > 0", file, line);
-    // Kept: a negative result counts as a huge size and violates this condition too.
+    // Kept(negative-size): a negative result counts as a huge size and violates this one too.
     _check(dest_size >= static_cast<std::size_t>(sprintfed_size),
            "dest_size >= (size_t)sprintfed_size", file, line);
     return sprintfed_size;

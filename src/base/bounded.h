@@ -21,9 +21,10 @@ void set_assert_hook(assert_hook_t hook);
 
 /*
  * Bounded copies and prints. `file` and `line` are the caller's, for the hook. Each tells the
- * hook of every condition that does not hold, in order, and then carries on regardless: the
- * sizes are checked, not enforced, unless a comment says otherwise. Null pointers are reported
- * and then used, except by __memcpy_s. Sizes are in bytes.
+ * hook of every condition that does not hold, in order. Sizes are in bytes.
+ *
+ * Kept(carries-on): then it carries on regardless. The sizes are checked, not enforced, unless a
+ * comment says otherwise; null pointers are reported and then used, except by __memcpy_s.
  */
 
 /** Copies `src_size` bytes. Copies nothing when `dest` or `src` is null. */

@@ -21,7 +21,7 @@ std::string format(const char* fmt, va_list arguments) {
                                                         std::free);
     if (buffer == nullptr) return "Unable to allocate memory to format the string.";
 
-    // Kept: the limit has no room for the NUL, so it takes the place of the last character.
+    // Kept(format-nul): the limit has no room for the NUL, so it takes the last character's place.
     std::vsnprintf(buffer.get(), size, fmt, arguments);
     return std::string(buffer.get(), size);
 }

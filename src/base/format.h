@@ -9,8 +9,8 @@ namespace qo::base {
 /**
  * Formats like printf into a string.
  *
- * Kept: the result has the right length, but its last character is a NUL; read as a C string it
- * ends one character short. All texts made with it show that.
+ * Kept(format-nul): the result has the right length, but its last character is a NUL; read as a C
+ * string it ends one character short. All texts made with it show that.
  *
  * Without memory for the text the result is "Unable to allocate memory to format the string.".
  *

@@ -16,12 +16,12 @@ std::list<std::string> _split(const std::string& text) {
     std::size_t start = 0;
     for (std::size_t k = text.find_first_of(separators); k != std::string::npos;
          k = text.find_first_of(separators, k + 1)) {
-        // Kept: a separator at the start of a component does not end it and stays part of it.
+        // Kept(path-split): a separator at the start of a component stays part of it.
         if (start >= k) continue;
         components.push_back(text.substr(start, k - start));
         start = k + 1;
     }
-    // Kept: a single last character is dropped.
+    // Kept(path-split): a single last character is dropped.
     if (text.size() - 1 > start) components.push_back(text.substr(start));
     return components;
 }

@@ -91,7 +91,7 @@ char* _new_text(const char* text, std::size_t length) {
     return buffer;
 }
 
-// Kept: the name is not released; callers who follow the header release it first.
+// Kept(name-stays): the name is not released; callers who follow the header release it first.
 void _free_record(VEMRA_APP_STAMP_RECORD* record) {
     delete[] record->data;
     delete _own_device_of(*record);
@@ -140,7 +140,8 @@ void _list_stamp(const char* function, const device_ptr& owner, unsigned int slo
     }
     stamps.push_back(stamp);
 
-    // Kept: an entry from an earlier enumeration stays, also when the device was plugged in anew.
+    // Kept(first-map-entry): an entry from an earlier enumeration stays, also when the device was
+    // plugged in anew.
     if (g_stamp_device_map.has(uuid)) return;
     std::shared_ptr<stamp_device_map::item> item(new (std::nothrow)
                                                      stamp_device_map::item(owner, id, name));
@@ -168,7 +169,7 @@ void _list_device(const char* function, const device_ptr& owner, const device_fi
     }
 }
 
-// Kept: faults inside the record are -1, its absence is -2.
+// Kept(bad-uuid): faults inside the record are -1, its absence is -2.
 int _check_record(const char* function, const VEMRA_APP_STAMP_RECORD* stamp) {
     if (stamp == nullptr) {
         LOG_ERROR_AS(function, "Bad stamp.");
@@ -193,7 +194,8 @@ int _check_record(const char* function, const VEMRA_APP_STAMP_RECORD* stamp) {
     return VEMRA_APP_STAMP_SUCCESS;
 }
 
-// Kept: the two queries are not guarded here; what they throw leaves the exported function.
+// Kept(unguarded-walk): the two queries are not guarded here; what they throw leaves the exported
+// function.
 device_ptr _find_device(const char* function, const device_list& devices, const std::string& serial,
                         int type) {
     for (const device_ptr& candidate : devices) {
@@ -208,7 +210,7 @@ device_ptr _find_device(const char* function, const device_list& devices, const 
     return nullptr;
 }
 
-// Kept: a wrong password is only logged. The device itself decides the writes that follow.
+// Kept(wrong-password): only logged. The device itself decides the writes that follow.
 void _verify_password(const char* function, const device& owner, const char* password) {
     if (password == nullptr) return;
     int retries = 0;
@@ -238,7 +240,8 @@ void _write_stamp(device& owner, int slot, const VEMRA_APP_STAMP_RECORD& stamp) 
     owner.set_data(slot, stamp.data, static_cast<int>(stamp.data_length));
 }
 
-// Kept: a greater slot ends the walk. It finds the lowest free slot because the mapping ascends.
+// Kept(walk-end): a greater slot ends the walk. It finds the lowest free slot because the mapping
+// ascends.
 bool _is_occupied(const stamp_info_mapping& mapping, int candidate) {
     for (const auto& entry : mapping) {
         if (entry.first == static_cast<unsigned int>(candidate)) return true;
@@ -330,7 +333,7 @@ int VemraAppStampEnvGetConfiguration(VEMRA_APP_STAMP_ENV_HANDLE handle,
     config->log_level = _environment_of(handle).get_log_level();
     const std::string directory = _environment_of(handle).get_log_directory();
     if (!directory.empty()) {
-        // Kept: without memory the buffer is null, the length true and the status 1.
+        // Kept(no-minus-3): without memory the buffer is null, the length true and the status 1.
         config->log_directory = _new_text(directory.data(), directory.size());
         config->log_directory_length = static_cast<int>(directory.size());
     }
@@ -437,7 +440,7 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
     LOG_VERBOSE("Input `output_stamp`    : %p", static_cast<void*>(output_stamp));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
-    // Kept: the index is tested before the outputs.
+    // Kept(index-first): the index is tested before the outputs.
     if (index >= _set_of(handle).size()) return _finish(VEMRA_APP_STAMP_OUT_OF_RANGE);
     if (output_uuid == nullptr || output_uuid_size == nullptr || output_stamp == nullptr) {
         return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
@@ -470,7 +473,7 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
     if (!data.empty()) {
         record->data = _new_buffer(data.size());
         if (record->data == nullptr) {
-            // Kept: on this path the record and its device are never released.
+            // Kept(stays-allocated): on this path the record and its device are never released.
             static_cast<void>(record.release());
             // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
             return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
@@ -488,7 +491,7 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
     record->name_length = static_cast<unsigned int>(name.size());
 
     *output_uuid = _new_buffer(uuid.size());
-    // Kept: on this path the name is never released.
+    // Kept(stays-allocated): on this path the name is never released.
     if (*output_uuid == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
     MEMCPY_S(*output_uuid, uuid.size(), uuid.data(), uuid.size());
     *output_uuid_size = static_cast<unsigned int>(uuid.size());
@@ -535,7 +538,7 @@ int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* handle, unsigned cha
     LOG_VERBOSE("Size of stamp: %lld bytes.", static_cast<long long>(length));
     LOG_VERBOSE("Data of stamp: %s.", hex::encode(handle->data, length, false).c_str());
     if (handle->data != nullptr && length != 0) {
-        // Kept: no -3 here. Without memory the bounded copy reports the null buffer, the caller
+        // Kept(no-minus-3): without memory the bounded copy reports the null buffer, the caller
         // gets it with the true size, and the status is 1.
         *output_bytes = _new_buffer(length);
         MEMCPY_S(*output_bytes, length, handle->data, length);
@@ -596,7 +599,7 @@ int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_RECORD* handle, char** 
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
 
-    // Kept: without memory the buffer is null, the length true and the status 1.
+    // Kept(no-minus-3): without memory the buffer is null, the length true and the status 1.
     *output_device_sn = serial.empty() ? nullptr : _new_text(serial.data(), serial.size());
     *output_device_sn_length = static_cast<unsigned int>(serial.size());
     *output_device_type = type;
@@ -656,6 +659,7 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
 
     (*mapping)[static_cast<unsigned int>(*slot)] = std::string(stamp->name, stamp->name_length);
     const std::string record = _encode_stamp_info_mapping(*mapping);
+    // Kept(no-rollback): what the first write stored stays when the second fails.
     try {
         _write_stamp(*owner, *slot, *stamp);
         _write_mapping(*owner, record);
@@ -675,7 +679,7 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
     LOG_VERBOSE("Input `stamp`    : %p", static_cast<const void*>(stamp));
 
     if (uuid_size == 0 || uuid == nullptr) {
-        // Kept: a bad uuid is a plain failure; only a missing record is -2.
+        // Kept(bad-uuid): a bad uuid is a plain failure; only a missing record is -2.
         LOG_ERROR("Bad uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
@@ -697,6 +701,7 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
     if (!mapping) return _finish(VEMRA_APP_STAMP_FAILURE);
     (*mapping)[static_cast<unsigned int>(slot)] = std::string(stamp->name, stamp->name_length);
     const std::string record = _encode_stamp_info_mapping(*mapping);
+    // Kept(no-rollback): what the first write stored stays when the second fails.
     try {
         _write_stamp(*owner, slot, *stamp);
         _write_mapping(*owner, record);
@@ -715,7 +720,7 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
     LOG_VERBOSE("Input `password` : %s", password);
 
     if (uuid_size == 0 || uuid == nullptr) {
-        // Kept: a bad uuid is a plain failure.
+        // Kept(bad-uuid): a bad uuid is a plain failure.
         LOG_ERROR("Bad uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }

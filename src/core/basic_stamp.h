@@ -42,8 +42,9 @@ public:
     /**
      * Tells whether a slot's bytes are the sealed format's: 1 if so, else 0.
      *
-     * Kept: the whole buffer is compared with the magic and its NUL, so only the 9 bytes of
-     * the magic alone, or the 10 with a zero byte, count as sealed. Longer buffers never do.
+     * Kept(sealed-bytes): the whole buffer is compared with the magic and its NUL, so only the 9
+     * bytes of the magic alone, or the 10 with a zero byte, count as sealed. Longer buffers never
+     * do.
      */
     static int detect_stamp_format(const unsigned char* data, const std::size_t& size);
 

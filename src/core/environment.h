@@ -7,8 +7,10 @@
 namespace vemra::app::stamp {
 
 /**
- * The process-wide settings: a log level and a log directory. They are reported to callers and
- * heeded by nothing. Operations lock; failing to lock throws std::system_error.
+ * The process-wide settings: a log level and a log directory. Operations lock; failing to lock
+ * throws std::system_error.
+ *
+ * Kept(idle-settings): they are reported to callers and heeded by nothing.
  */
 class environment : public qo::base::thread_safe_object {
 public:
@@ -19,8 +21,8 @@ public:
     void set_log_level(int level);
 
     /**
-     * Kept: the lock is released before the reference is returned. The caller reads the path
-     * unguarded and races with set_log_directory.
+     * Kept(unlocked-directory): the lock is released before the reference is returned. The caller
+     * reads the path unguarded and races with set_log_directory.
      */
     const qo::base::path& get_log_directory() const;
     void set_log_directory(const qo::base::path& directory);

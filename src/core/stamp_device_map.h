@@ -45,7 +45,8 @@ public:
      * The uuid of a place: the device library's digest over the device's serial number, its type
      * and the slot. Empty when the library fails, which is logged. Takes no lock of the map.
      *
-     * Kept: `name`, `data` and `size` are not hashed. A slot keeps its uuid when it is rewritten.
+     * Kept(uuid-of-place): `name`, `data` and `size` are not hashed. A slot keeps its uuid when it
+     * is rewritten.
      */
     static std::basic_string<unsigned char> generate_uuid(std::shared_ptr<crypto::device> device,
                                                           int data_id, const std::string& name,

@@ -27,8 +27,9 @@ std::vector<std::string_view> _split(std::string_view text, std::string_view sep
     }
     if (start < text.size()) parts.push_back(text.substr(start));
 
-    // Kept: a single byte of the separator this far from the end adds an empty part. For "&" that
-    // is a text that ends in one; for "||" it is a text that ends in a bar and another byte.
+    // Kept(lone-bar): a single byte of the separator this far from the end adds an empty part. For
+    // "&" that is a text that ends in one; for "||" it is a text that ends in a bar and another
+    // byte.
     const std::size_t last = text.find_last_of(separator);
     if (last != std::string_view::npos && last + separator.size() == text.size()) {
         parts.emplace_back();
@@ -36,7 +37,8 @@ std::vector<std::string_view> _split(std::string_view text, std::string_view sep
     return parts;
 }
 
-// Kept: no byte is rejected; each counts as its distance from "0", a leading "-" included.
+// Kept(slot-digits): no byte is rejected; each counts as its distance from "0", a leading "-"
+// included.
 unsigned int _slot_of(std::string_view digits) {
     const bool is_negative = !digits.empty() && digits.front() == '-';
     unsigned int slot = 0;

@@ -20,7 +20,8 @@ using stamp_info_mapping = std::map<unsigned int, std::string>;
  *     offset 4, 1 byte   version, 1
  *     offset 5, the rest NAME&SLOT entries, joined by "||"
  *
- * Names are written as they are: one that is empty or contains "&" or "||" does not come back.
+ * Kept(lossy-names): names are written as they are; one that is empty or contains "&" or "||" does
+ * not come back.
  */
 std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping);
 

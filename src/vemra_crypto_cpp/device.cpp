@@ -135,7 +135,7 @@ std::string device::private_get_data(int id) const {
     const int size = private_get_data_length(id);
     if (size == 0) return {};
 
-    // Kept: without memory the slot reads as empty.
+    // Kept(unread-is-empty): without memory the slot reads as empty.
     const auto capacity = static_cast<std::size_t>(size);
     auto* bytes = new (std::nothrow) unsigned char[capacity];
     if (bytes == nullptr) return {};
@@ -155,7 +155,8 @@ void device::private_delete_data(int id) {
     if (result != 1) throw exception(throw_site::device_file, throw_site::delete_data, result);
 }
 
-// Kept: a slot without data leaves an older backup, one that a failed restore kept, as it is.
+// Kept(backup-stays): a slot without data leaves an older backup, one that a failed restore kept,
+// as it is.
 void device::private_backup_data(int id) {
     if (private_has_data(id)) backup_ = private_get_data(id);
 }
@@ -163,6 +164,7 @@ void device::private_backup_data(int id) {
 int device::private_set_data(int id, const void* data, int len) {
     private_backup_data(id);
     // A slot is never resized: it is deleted and created anew.
+    // Kept(no-way-back): a failure between the two puts nothing back; the slot stays deleted.
     if (private_get_data_length(id) != len) private_delete_data(id);
     if (!private_has_data(id)) {
         const int created = VemraPKICryptoCreateData(get_handle(), id, data_attributes, len);
@@ -182,8 +184,8 @@ int device::private_set_data(int id, const void* data, int len) {
     return len;
 }
 
-// Kept: runs for a slot without previous content too, and then leaves a slot of size 0. When it
-// throws, that exception replaces the caller's, and the backup stays.
+// Kept(empty-slot-back): a slot that had no content is left with size 0.
+// Kept(restore-replaces): what it throws replaces the caller's exception, and the backup stays.
 void device::private_restore_data(int id) {
     const int size = static_cast<int>(backup_.size());
     if (!private_has_data(id)) {

@@ -44,7 +44,7 @@ public:
      * Appends the key pairs, loaded, in the library's order. Throws std::bad_weak_ptr if there is
      * one and no std::shared_ptr holds the device.
      *
-     * Kept: a second call appends them again.
+     * Kept(second-load): a second call appends them again.
      */
     void load() override;
     /** The lock is released before the reference is returned: the caller reads unguarded. */
@@ -58,7 +58,7 @@ public:
     /**
      * The bytes of a slot; empty when there is none.
      *
-     * Kept: empty, too, when there is no memory for them.
+     * Kept(unread-is-empty): empty, too, when there is no memory for them.
      */
     std::string get_data(int id) const;
 

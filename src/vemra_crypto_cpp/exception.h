@@ -10,7 +10,8 @@ namespace vemra::crypto {
  * A failure of the device library. what() reads "TEXT(CODE. (at FILE:LINE": the library's text
  * for the code, the code, and the throw site.
  *
- * Kept: both closing parentheses are lost, because qo::base::format ends each text in a NUL.
+ * Kept(format-nul): both closing parentheses are lost, because qo::base::format ends each text in
+ * a NUL.
  *
  * The constructors do not throw: if the message cannot be built, the process ends.
  */

@@ -28,7 +28,7 @@ public:
      * Appends the certificates in the library's order; one that cannot be fetched is left out.
      * Throws std::bad_weak_ptr if there is one and no std::shared_ptr holds the key pair.
      *
-     * Kept: a second call appends them again.
+     * Kept(second-load): a second call appends them again.
      */
     void load() override;
 

@@ -48,7 +48,7 @@ TEST(environment, keeps_a_copy_of_the_directory_that_is_set) {
     EXPECT_EQ(directory, "/tmp/logs");
 }
 
-// Kept: the caller of get_log_directory reads the path without a lock.
+// Kept(unlocked-directory): the caller of get_log_directory reads the path without a lock.
 TEST(environment, hands_out_its_directory_by_reference_and_unlocked) {
     const path& directory = environment::instance().get_log_directory();
     EXPECT_EQ(&directory, &environment::instance().get_log_directory());

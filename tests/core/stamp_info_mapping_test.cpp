@@ -183,7 +183,7 @@ TEST(stamp_info_mapping, skips_entries_of_fewer_than_two_parts) {
     });
 }
 
-// Kept: a bar and another byte at the end add an empty entry, which is then a bad one.
+// Kept(lone-bar): a bar and another byte at the end add an empty entry, which is then a bad one.
 TEST(stamp_info_mapping, adds_an_empty_entry_after_a_bar_and_another_byte) {
     expect_parsed({
         {"|x", {}, {"|x", ""}},

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """The tables of what is kept and of what is lost are complete: every row names a test, every test
-that they name exists, and every mark in the sources stands there.
+that they name exists, and the keys of what is kept are those of the marks in the sources.
 compatibility_test.py SOURCE_DIR"""
 
 import collections
@@ -11,8 +11,9 @@ import sys
 source = pathlib.Path(sys.argv[1])
 TEST = re.compile(r"TEST(?:_F|_P)?\(\s*(\w+),\s*(\w+)\s*\)")
 NAMED = re.compile(r"`([a-z_]+(?:DeathTest)?)\.([a-z_0-9]{12,})`")
-
-MARKED = re.compile(r"`(\w+\.(?:h|cpp))`(?: \((\d+)\))?")
+KEPT = re.compile(r"\| `([a-z0-9-]+)` \| (?:.*) \| (.*) \|")
+FILE = re.compile(r"`(\w+\.(?:h|cpp))`(?: \((\d+)\))?")
+MARK = re.compile(r"\bKept\b(?:\(([a-z0-9-]+)\):)?")
 
 document = (source / "docs/compatibility.md").read_text(encoding="utf-8")
 existing = {match for file in source.glob("tests/**/*.cpp")
@@ -32,15 +33,27 @@ def rows_of(header):
     return rows
 
 
+def marks_in(folder):
+    """How often each file is marked with each key; the key is empty in a mark of another form."""
+    return collections.Counter((key, file.name) for file in sorted(source.glob(f"{folder}/**/*"))
+                               if file.suffix in {".h", ".cpp"}
+                               for key in MARK.findall(file.read_text(encoding="utf-8")))
+
+
 told = collections.Counter()
-for row in rows_of("what"):
-    for file, number in MARKED.findall(row.rsplit("|", 2)[1]):
-        told[file] += int(number or 1)
-marked = collections.Counter()
-for file in [*source.glob("src/**/*.h"), *source.glob("src/**/*.cpp")]:
-    marked[file.name] += file.read_text(encoding="utf-8").count("Kept:")
-faults += [f"tells of {told[file]} marks in {file}, there are {marked[file]}"
-           for file in sorted({*told, *marked}) if told[file] != marked[file]]
+keys = []
+for row in rows_of("key | what"):
+    key, files = KEPT.fullmatch(row).groups()
+    keys.append(key)
+    faults += [] if FILE.search(files) else [f"names no file for {key}"]
+    told.update({(key, file): int(number or 1) for file, number in FILE.findall(files)})
+marked = marks_in("src")
+faults += [f"tells of {told[mark]} marks Kept({mark[0]}) in {mark[1]}, there are {marked[mark]}"
+           for mark in sorted({*told, *marked}) if told[mark] != marked[mark]]
+faults += [f"has no row Kept({key}) for the mark in {file}"
+           for key, file in marks_in("tests") if key not in keys]
+faults += [f"has {number} rows {key}"
+           for key, number in collections.Counter(keys).items() if number > 1]
 rows_of("what fails")
 
 for fault in faults:

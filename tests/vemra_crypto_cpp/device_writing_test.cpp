@@ -149,7 +149,7 @@ TEST_F(slot_writing, stops_when_the_old_slot_cannot_be_deleted) {
     EXPECT_EQ(fake.calls(), (calls_t{asks, asks, reads(4), asks, asks, deletes, tells(17)}));
 }
 
-// Kept: there is no way back from here; the slot stays deleted.
+// Kept(no-way-back): there is no way back from here; the slot stays deleted.
 TEST_F(slot_writing, leaves_the_slot_deleted_when_the_length_fails_after_the_delete) {
     fake.fill_slot(8130, "wxyz");
     fail("VemraPKICryptoGetDataLength", 5, 11);
@@ -334,7 +334,7 @@ TEST_F(slot_writing, forgets_the_backup_after_a_success) {
     EXPECT_EQ(fake.slot(8131), "");
 }
 
-// Kept: without memory the old content reads as empty, and empty is what is put back.
+// Kept(unread-is-empty): without memory the old content reads as empty, and empty is put back.
 TEST_F(slot_writing, restores_nothing_when_there_was_no_memory_for_the_old_content) {
     fake.fill_slot(8130, "wxyz");
     fail("VemraPKICryptoWriteData", 1);
