@@ -2,8 +2,8 @@
 
 Works in copies of the last commit under --work, one for each processor, never in the checkout. A run
 goes on where an earlier one over the same sources and tests stopped. Exits 1 while a rule has fewer
-than 95 % noticed, a survivor that docs/mutation_explained.txt does not explain, or mutants that were
-not tried.
+than 95 % noticed, a survivor that docs/measured/mutation_explained.txt does not explain, or mutants
+that were not tried.
 """
 
 import argparse
@@ -247,7 +247,7 @@ def try_mutants(arguments, mutants):
 def read_explanations():
     """By rule, file, changed line and what it became, as they are shown: why no test can notice it."""
     explanations = {}
-    path = root / "docs" / "mutation_explained.txt"
+    path = root / "docs/measured/mutation_explained.txt"
     for line in path.read_text().splitlines():
         if line.strip() and not line.startswith("#"):
             rule, file, old, new, reason = [part.strip() for part in line.split(" | ", 4)]
@@ -290,9 +290,9 @@ def report(arguments, rows, explanations):
     yield "# Mutation\n"
     yield ("`scripts/mutate` makes small wrong changes to `src/`, a fixed choice for each rule, one at a time, "
            "and runs\n" + ", ".join(f"`{name}`" for name in programs) + " over each.\nThis is its last "
-           "result, written by `scripts/mutate --report docs/mutation.md`. The reasons are kept in\n"
-           "`docs/mutation_explained.txt`. Changes that do not build are not counted, and those that are none "
-           "by construction\nare not made: a dropped `va_end`, which the compilers turn into nothing, two exchanged "
+           "result, written by `scripts/mutate --report docs/measured/mutation.md`. The reasons are kept in\n"
+           "`docs/measured/mutation_explained.txt`. Changes that do not build are not counted, and those that "
+           "are none\nby construction are not made: a dropped `va_end`, which the compilers turn into nothing, two exchanged "
            "returns whose\nconditions exclude each other, and two exchanged assignments or copies that neither name what "
            "the other sets nor\ncall anything that could fail or be seen.\n")
     waiting = sum(row["waiting"] for row in rows.values())

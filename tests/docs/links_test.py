@@ -20,7 +20,8 @@ BLOCK = re.compile(r"^```(\w*)\n(?:.*\n)*?```$", re.MULTILINE)
 KNOWN_BLOCKS = {"console", "sh", "c", "cmake"}
 
 faults = []
-documents = [*source.glob("*.md"), *source.glob("*/*.md")]
+documents = [document for pattern in ["*.md", "*/*.md", "docs/*/*.md", "tests/*/*.md"]
+             for document in sorted(source.glob(pattern))]
 for document in documents:
     text = document.read_text(encoding="utf-8")
     name = document.relative_to(source)
@@ -30,7 +31,7 @@ for document in documents:
                if not (source / path).exists()]
     faults += [f"{name} has a block of the kind \"{kind}\"" for kind in BLOCK.findall(text)
                if kind not in KNOWN_BLOCKS]
-if len(documents) < 8:
+if len(documents) < 12:
     faults.append(f"only {len(documents)} documents were found")
 print("\n".join(faults))
 sys.exit(bool(faults))

@@ -1,7 +1,7 @@
 // Ends the process before and after every device call of a writing operation, and inside every
 // write. The token's files are sound then. A new process lists the software token, and appends to
 // it once more; both must find what the model says. What is found is the table in
-// docs/power-cut.md.
+// docs/measured/power-cut.md.
 
 #include <gtest/gtest.h>
 #include <unistd.h>
