@@ -1,5 +1,4 @@
-#ifndef BENCH_FAST_HEX_H
-#define BENCH_FAST_HEX_H
+#pragma once
 
 #include <cstddef>
 
@@ -9,5 +8,3 @@ namespace bench {
 void fast_hex(const unsigned char* bytes, std::size_t count, char* digits);
 
 }  // namespace bench
-
-#endif

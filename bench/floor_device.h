@@ -1,5 +1,4 @@
-#ifndef BENCH_FLOOR_DEVICE_H
-#define BENCH_FLOOR_DEVICE_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -48,5 +47,3 @@ slot_names read_mapping(VEMRA_PKI_DEVICE_HANDLE_st* device);
 void write_mapping(VEMRA_PKI_DEVICE_HANDLE_st* device, const slot_names& names);
 
 }  // namespace bench
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef BENCH_MEMORY_DEVICE_H
-#define BENCH_MEMORY_DEVICE_H
+#pragma once
 
 #include <string>
 
@@ -17,5 +16,3 @@ __attribute__((visibility("default"))) void memory_device_rename_first(int numbe
 
 /** Notes every call with its slot and size in `calls`, until called with null. */
 __attribute__((visibility("default"))) void memory_device_note_calls(std::string* calls);
-
-#endif

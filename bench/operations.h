@@ -1,5 +1,4 @@
-#ifndef BENCH_OPERATIONS_H
-#define BENCH_OPERATIONS_H
+#pragma once
 
 #include <functional>
 #include <vector>
@@ -23,5 +22,3 @@ std::vector<operation> operations_on_stamps_of(std::size_t size);
 timed_run timed_listing(program& done_by);
 
 }  // namespace bench
-
-#endif

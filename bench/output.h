@@ -1,5 +1,4 @@
-#ifndef BENCH_OUTPUT_H
-#define BENCH_OUTPUT_H
+#pragma once
 
 #include <cstdio>
 #include <string>
@@ -25,5 +24,3 @@ long resident_kib();
 std::string size_text(std::size_t size);
 
 }  // namespace bench
-
-#endif

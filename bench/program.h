@@ -1,5 +1,4 @@
-#ifndef BENCH_PROGRAM_H
-#define BENCH_PROGRAM_H
+#pragma once
 
 #include <cstddef>
 #include <cstdio>
@@ -66,5 +65,3 @@ constexpr int device_type = 1;
 std::string serial_number(int device);
 
 }  // namespace bench
-
-#endif

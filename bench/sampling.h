@@ -1,5 +1,4 @@
-#ifndef BENCH_SAMPLING_H
-#define BENCH_SAMPLING_H
+#pragma once
 
 #include <chrono>
 #include <functional>
@@ -41,5 +40,3 @@ std::vector<sample_pair> sample_in_turn(const timed_run& library, const timed_ru
                                         double seconds, std::size_t least_pairs);
 
 }  // namespace bench
-
-#endif

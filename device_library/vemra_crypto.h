@@ -9,8 +9,7 @@
  * functions.txt beside this file lists the same names; the link-time stub is
  * made from it.
  */
-#ifndef VEMRA_CRYPTO_H
-#define VEMRA_CRYPTO_H
+#pragma once
 
 #ifdef __cplusplus
 extern "C" {
@@ -98,6 +97,4 @@ const char* VemraPKIGetErrorMsg(int code);
 
 #ifdef __cplusplus
 }
-#endif
-
 #endif

@@ -1,6 +1,5 @@
 /** One seal taken out of the library's list: its uuid, and a record with its bytes and name. */
-#ifndef FOUND_SEAL_H
-#define FOUND_SEAL_H
+#pragma once
 
 #include <vemra_app_stamp.h>
 
@@ -30,5 +29,3 @@ int find_seal(const char* uuid_start, struct found_seal* seal);
 
 /** Says on standard error what the library could not do, with its status. Returns 0. */
 int say_failure(const char* what, int status);
-
-#endif

@@ -4,8 +4,7 @@
  * The library prints its trace, device passwords included, on standard output. Nothing turns it
  * off, so the application gives it another standard output and keeps the real one for itself.
  */
-#ifndef OWN_OUTPUT_H
-#define OWN_OUTPUT_H
+#pragma once
 
 #include <stdio.h>
 
@@ -20,5 +19,3 @@
  * Returns a stream to the former standard output, or NULL with errno set.
  */
 FILE* keep_own_output(const char* trace_path);
-
-#endif

@@ -1,6 +1,5 @@
 /** What a seal is made of before it goes to a token: a name, bytes, and the token's password. */
-#ifndef SEAL_INPUT_H
-#define SEAL_INPUT_H
+#pragma once
 
 #include <stddef.h>
 
@@ -30,5 +29,3 @@ int write_new_file(const char* path, const unsigned char* bytes, size_t size);
  * Returns 1; or 0 when there is no line or it does not fit.
  */
 int read_password(char* buffer, size_t size);
-
-#endif

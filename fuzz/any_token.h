@@ -1,5 +1,4 @@
-#ifndef FUZZ_ANY_TOKEN_H
-#define FUZZ_ANY_TOKEN_H
+#pragma once
 
 #include <string>
 
@@ -22,5 +21,3 @@ std::string token_bytes(choices& input, char kind, const std::string& good);
 
 /** Lets the rows of a sound file hold any numbers, or bytes in their place. */
 void change_values(choices& input, const std::string& path);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FUZZ_FRESH_START_H
-#define FUZZ_FRESH_START_H
+#pragma once
 
 #include <algorithm>
 
@@ -21,5 +20,3 @@ inline void forget_everything() {
     state.hash_handles.clear();
     state.buffers.clear();
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef FUZZ_FUZZ_SUPPORT_H
-#define FUZZ_FUZZ_SUPPORT_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -26,5 +25,3 @@ private:
     const std::uint8_t* next_;
     std::size_t left_;
 };
-
-#endif

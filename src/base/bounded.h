@@ -1,5 +1,4 @@
-#ifndef BASE_BOUNDED_H
-#define BASE_BOUNDED_H
+#pragma once
 
 #include <cstdarg>
 #include <cstddef>
@@ -51,5 +50,3 @@ std::size_t __strcpy_s(const char* file, unsigned long line, char* dest, std::si
 void _delete_array(unsigned char* p);
 
 }  // namespace qo::base
-
-#endif

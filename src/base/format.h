@@ -1,5 +1,4 @@
-#ifndef BASE_FORMAT_H
-#define BASE_FORMAT_H
+#pragma once
 
 #include <cstdarg>
 #include <string>
@@ -23,5 +22,3 @@ std::string format(const char* fmt, va_list arguments) __attribute__((format(pri
 int _get_need_buffer_size(const char* fmt, va_list arguments) __attribute__((format(printf, 1, 0)));
 
 }  // namespace qo::base
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef BASE_HEX_H
-#define BASE_HEX_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -21,5 +20,3 @@ std::basic_string<unsigned char> decode(const char* text, const std::size_t& len
 std::basic_string<unsigned char> decode(const std::string& text);
 
 }  // namespace qo::base::codec::hex
-
-#endif

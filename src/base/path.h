@@ -1,5 +1,4 @@
-#ifndef BASE_PATH_H
-#define BASE_PATH_H
+#pragma once
 
 #include <list>
 #include <string>
@@ -51,5 +50,3 @@ private:
 };
 
 }  // namespace qo::base
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef BASE_THREAD_SAFE_OBJECT_H
-#define BASE_THREAD_SAFE_OBJECT_H
+#pragma once
 
 #include <mutex>
 
@@ -30,5 +29,3 @@ private:
 };
 
 }  // namespace qo::base
-
-#endif

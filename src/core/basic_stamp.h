@@ -1,5 +1,4 @@
-#ifndef CORE_BASIC_STAMP_H
-#define CORE_BASIC_STAMP_H
+#pragma once
 
 #include <cstddef>
 #include <string>
@@ -59,5 +58,3 @@ protected:
 };
 
 }  // namespace vemra::app::stamp
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CORE_CALL_STACK_TRACER_H
-#define CORE_CALL_STACK_TRACER_H
+#pragma once
 
 #include <string_view>
 
@@ -23,5 +22,3 @@ private:
 };
 
 }  // namespace vemra::app::stamp
-
-#endif

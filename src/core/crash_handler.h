@@ -1,5 +1,4 @@
-#ifndef CORE_CRASH_HANDLER_H
-#define CORE_CRASH_HANDLER_H
+#pragma once
 
 namespace vemra::app::stamp {
 
@@ -13,5 +12,3 @@ namespace vemra::app::stamp {
 void segment_fault_signal_handler(int signal);
 
 }  // namespace vemra::app::stamp
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CORE_ENVIRONMENT_H
-#define CORE_ENVIRONMENT_H
+#pragma once
 
 #include "base/path.h"
 #include "base/thread_safe_object.h"
@@ -35,5 +34,3 @@ private:
 };
 
 }  // namespace vemra::app::stamp
-
-#endif

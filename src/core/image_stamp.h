@@ -1,5 +1,4 @@
-#ifndef CORE_IMAGE_STAMP_H
-#define CORE_IMAGE_STAMP_H
+#pragma once
 
 #include "core/basic_stamp.h"
 
@@ -17,5 +16,3 @@ public:
 };
 
 }  // namespace vemra::app::stamp
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CORE_LOG_H
-#define CORE_LOG_H
+#pragma once
 
 #include <cstdio>
 #include <string_view>
@@ -46,5 +45,3 @@ void log_error(std::string_view function, std::string_view message, ...);
 void log_fatal(std::string_view function, std::string_view message, ...);
 
 }  // namespace vemra::app::stamp
-
-#endif

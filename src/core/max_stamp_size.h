@@ -1,5 +1,4 @@
-#ifndef CORE_MAX_STAMP_SIZE_H
-#define CORE_MAX_STAMP_SIZE_H
+#pragma once
 
 #include "vemra_app_stamp.h"
 
@@ -15,5 +14,3 @@ extern "C" {
  */
 int VemraAppStampEnvGetMaxStampSize(VEMRA_APP_STAMP_ENV_HANDLE handle, unsigned long long* output);
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CORE_STAMP_DEVICE_MAP_H
-#define CORE_STAMP_DEVICE_MAP_H
+#pragma once
 
 #include <algorithm>
 #include <cstddef>
@@ -70,5 +69,3 @@ private:
 extern stamp_device_map g_stamp_device_map;
 
 }  // namespace vemra::app::stamp
-
-#endif

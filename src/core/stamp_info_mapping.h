@@ -1,5 +1,4 @@
-#ifndef CORE_STAMP_INFO_MAPPING_H
-#define CORE_STAMP_INFO_MAPPING_H
+#pragma once
 
 #include <cstddef>
 #include <map>
@@ -32,5 +31,3 @@ std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping);
 stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const std::size_t& size);
 
 }  // namespace vemra::app::stamp
-
-#endif

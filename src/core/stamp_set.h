@@ -1,5 +1,4 @@
-#ifndef CORE_STAMP_SET_H
-#define CORE_STAMP_SET_H
+#pragma once
 
 #include <cstddef>
 #include <memory>
@@ -33,5 +32,3 @@ private:
 };
 
 }  // namespace vemra::app::stamp
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef CORE_THREAD_ID_H
-#define CORE_THREAD_ID_H
+#pragma once
 
 namespace vemra::app::stamp {
 
@@ -10,5 +9,3 @@ namespace vemra::app::stamp {
 int __gettid();
 
 }  // namespace vemra::app::stamp
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_BASIC_OBJECT_H
-#define VEMRA_CRYPTO_CPP_BASIC_OBJECT_H
+#pragma once
 
 #include <memory>
 #include <type_traits>
@@ -36,5 +35,3 @@ private:
 };
 
 }  // namespace vemra::crypto
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_CERTIFICATE_H
-#define VEMRA_CRYPTO_CPP_CERTIFICATE_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -40,5 +39,3 @@ private:
 };
 
 }  // namespace vemra::crypto
-
-#endif

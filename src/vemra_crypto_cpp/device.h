@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_DEVICE_H
-#define VEMRA_CRYPTO_CPP_DEVICE_H
+#pragma once
 
 #include <memory>
 #include <string>
@@ -85,5 +84,3 @@ private:
 };
 
 }  // namespace vemra::crypto
-
-#endif

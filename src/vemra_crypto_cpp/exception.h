@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_EXCEPTION_H
-#define VEMRA_CRYPTO_CPP_EXCEPTION_H
+#pragma once
 
 #include <stdexcept>
 #include <string>
@@ -28,5 +27,3 @@ public:
 };
 
 }  // namespace vemra::crypto
-
-#endif

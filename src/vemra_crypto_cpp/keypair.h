@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_KEYPAIR_H
-#define VEMRA_CRYPTO_CPP_KEYPAIR_H
+#pragma once
 
 #include <memory>
 #include <vector>
@@ -44,5 +43,3 @@ private:
 };
 
 }  // namespace vemra::crypto
-
-#endif

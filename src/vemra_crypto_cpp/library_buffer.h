@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_LIBRARY_BUFFER_H
-#define VEMRA_CRYPTO_CPP_LIBRARY_BUFFER_H
+#pragma once
 
 #include <memory>
 
@@ -16,5 +15,3 @@ template <typename T>
 using library_buffer = std::unique_ptr<T, library_buffer_deleter>;
 
 }  // namespace vemra::crypto
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_THROW_SITE_H
-#define VEMRA_CRYPTO_CPP_THROW_SITE_H
+#pragma once
 
 /**
  * Positions in the messages of device exceptions. They are labels that callers may have come to
@@ -19,5 +18,3 @@ constexpr unsigned long set_write = 253;
 constexpr unsigned long delete_data = 269;
 
 }  // namespace vemra::crypto::throw_site
-
-#endif

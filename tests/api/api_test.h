@@ -1,5 +1,4 @@
-#ifndef API_API_TEST_H
-#define API_API_TEST_H
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -136,5 +135,3 @@ public:
     kept_leak_scope(const kept_leak_scope&) = delete;
     kept_leak_scope& operator=(const kept_leak_scope&) = delete;
 };
-
-#endif

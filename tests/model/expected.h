@@ -1,5 +1,4 @@
-#ifndef MODEL_EXPECTED_H
-#define MODEL_EXPECTED_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -37,5 +36,3 @@ std::string failure_text(const std::string& text_and_code, int line);
 
 /** Lower-case digits. */
 std::string hex_text(const std::string& bytes);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MODEL_LISTEN_H
-#define MODEL_LISTEN_H
+#pragma once
 
 #include <functional>
 #include <optional>
@@ -13,5 +12,3 @@ inline std::optional<text_lines> listen(const std::function<void()>& work) {
     work();
     return captured.normalised();
 }
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MODEL_PLAN_H
-#define MODEL_PLAN_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -60,5 +59,3 @@ struct content {
 };
 const content& content_of(unsigned char number);
 bool needs_login(unsigned char number);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MODEL_RANDOM_USE_H
-#define MODEL_RANDOM_USE_H
+#pragma once
 
 #include <functional>
 #include <map>
@@ -112,5 +111,3 @@ private:
     /** What each device's slots have held: a restore may bring back an older failure's backup. */
     std::vector<std::set<std::string>> contents_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef MODEL_REFERENCE_MAPPING_H
-#define MODEL_REFERENCE_MAPPING_H
+#pragma once
 
 #include <map>
 #include <string>
@@ -26,5 +25,3 @@ std::string write(const mapping& stamps);
 bool survives(const std::string& name);
 
 }  // namespace reference_mapping
-
-#endif

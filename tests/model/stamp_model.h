@@ -1,5 +1,4 @@
-#ifndef MODEL_STAMP_MODEL_H
-#define MODEL_STAMP_MODEL_H
+#pragma once
 
 #include <map>
 #include <optional>
@@ -103,5 +102,3 @@ private:
     std::vector<unsigned int> order_;
     unsigned long objects_made_ = 0;
 };
-
-#endif

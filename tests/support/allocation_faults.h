@@ -1,5 +1,4 @@
-#ifndef SUPPORT_ALLOCATION_FAULTS_H
-#define SUPPORT_ALLOCATION_FAULTS_H
+#pragma once
 
 /**
  * Scripted allocations. A test program that links this has its own operator new and delete, which
@@ -32,5 +31,3 @@ int nothrow_count();
 
 /** Excepts the calling thread's allocations from all of this while the sum is above 0. */
 extern "C" void allocation_faults_exempt(int change);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_FAKE_CALL_H
-#define SUPPORT_FAKE_CALL_H
+#pragma once
 
 #include <stdexcept>
 
@@ -54,5 +53,3 @@ struct call_scope {
     allocation_exemption exemption;
     std::lock_guard<std::mutex> lock{the_state().mutex};
 };
-
-#endif

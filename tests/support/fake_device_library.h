@@ -1,5 +1,4 @@
-#ifndef SUPPORT_FAKE_DEVICE_LIBRARY_H
-#define SUPPORT_FAKE_DEVICE_LIBRARY_H
+#pragma once
 
 #include <map>
 #include <optional>
@@ -136,5 +135,3 @@ public:
      */
     void end_with_when_left_over(int status);
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SUPPORT_FAKE_STATE_H
-#define SUPPORT_FAKE_STATE_H
+#pragma once
 
 #include <deque>
 #include <initializer_list>
@@ -135,5 +134,3 @@ std::string text(const char* value);
 std::string text(const fake_handle* handle);
 std::string text(const VEMRA_PKI_DEVICE_LIST_st* list);
 std::string text(const void* bytes, long length);
-
-#endif

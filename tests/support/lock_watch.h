@@ -1,5 +1,4 @@
-#ifndef SUPPORT_LOCK_WATCH_H
-#define SUPPORT_LOCK_WATCH_H
+#pragma once
 
 #include <cstddef>
 
@@ -23,5 +22,3 @@ public:
     /** Makes each further lock of the object fail with an error number. */
     void fail_with(int error);
 };
-
-#endif

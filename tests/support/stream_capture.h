@@ -1,5 +1,4 @@
-#ifndef SUPPORT_STREAM_CAPTURE_H
-#define SUPPORT_STREAM_CAPTURE_H
+#pragma once
 
 #include <cstdio>
 #include <string>
@@ -44,5 +43,3 @@ public:
 
 /** A log line with N for the source line at its end and PTR for every address but "(nil)". */
 std::string normalised_line(const std::string& line);
-
-#endif

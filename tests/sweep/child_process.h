@@ -1,5 +1,4 @@
-#ifndef SWEEP_CHILD_PROCESS_H
-#define SWEEP_CHILD_PROCESS_H
+#pragma once
 
 #include <sys/types.h>
 
@@ -42,5 +41,3 @@ private:
 
 /** Does the work in such a child at once. */
 child_end in_child(const child_work& work);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_RAW_SLOTS_H
-#define SWEEP_RAW_SLOTS_H
+#pragma once
 
 #include <map>
 #include <set>
@@ -13,5 +12,3 @@ std::map<int, std::string> raw_slots(int device = 0);
 void fill_raw_slots(const std::map<int, std::string>& slots);
 /** Deletes slots of the first device. */
 void erase_raw_slots(const std::set<int>& slots);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_SAVED_TOKENS_H
-#define SWEEP_SAVED_TOKENS_H
+#pragma once
 
 #include <cstdlib>
 #include <filesystem>
@@ -23,5 +22,3 @@ private:
     std::filesystem::path tokens_ = std::getenv("VEMRA_SOFTTOKEN_DIR");
     std::filesystem::path saved_ = tokens_.string() + "-saved";
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_STAMP_LIBRARY_H
-#define SWEEP_STAMP_LIBRARY_H
+#pragma once
 
 #include <cstddef>
 #include <optional>
@@ -88,5 +87,3 @@ public:
     /** On the set, the record and the buffer that the caller holds, as long as it holds them. */
     virtual seen_call plain(plain_function function) = 0;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_TOKENS_H
-#define SWEEP_TOKENS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -17,5 +16,3 @@ std::vector<token> make_tokens(int count);
 
 /** What is wrong with the files in which the devices are kept; nothing when they are sound. */
 std::string unsound_files();
-
-#endif

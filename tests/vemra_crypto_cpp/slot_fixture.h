@@ -1,5 +1,4 @@
-#ifndef VEMRA_CRYPTO_CPP_SLOT_FIXTURE_H
-#define VEMRA_CRYPTO_CPP_SLOT_FIXTURE_H
+#pragma once
 
 #include <gtest/gtest.h>
 
@@ -56,5 +55,3 @@ protected:
     fake_device_library fake;
     std::shared_ptr<vemra::crypto::device> device_;
 };
-
-#endif

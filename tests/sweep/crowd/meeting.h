@@ -1,5 +1,4 @@
-#ifndef SWEEP_MEETING_H
-#define SWEEP_MEETING_H
+#pragma once
 
 #include <functional>
 #include <map>
@@ -46,5 +45,3 @@ slot_bytes slots_in_turn(const token& device, const slot_bytes& before,
 
 /** The same meeting on the software token, the visitor in a process of its own. */
 meeting live_meeting(const token& device, const writer& first, const writer& visitor, int nth);
-
-#endif

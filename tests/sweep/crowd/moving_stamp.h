@@ -1,5 +1,4 @@
-#ifndef SWEEP_MOVING_STAMP_H
-#define SWEEP_MOVING_STAMP_H
+#pragma once
 
 #include <string>
 
@@ -14,5 +13,3 @@ new_stamp stamp_version(int number);
 
 /** A whole version, or what a slot holds between the calls of one write. */
 bool is_whole_or_between(const std::string& bytes);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_PLAIN_CALLS_H
-#define SWEEP_PLAIN_CALLS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -18,5 +17,3 @@ int delete_stamp(const std::string& uuid);
 
 /** Sends the trace of this process away for good; failures appear on standard error. */
 void discard_trace();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_WORKER_H
-#define SWEEP_WORKER_H
+#pragma once
 
 #include <sys/mman.h>
 #include <sys/types.h>
@@ -75,5 +74,3 @@ private:
     pid_t process_ = -1;
     shared<worker_life> life_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_BYSTANDERS_H
-#define SWEEP_BYSTANDERS_H
+#pragma once
 
 #include <map>
 #include <set>
@@ -32,5 +31,3 @@ private:
     std::vector<std::map<int, std::string>> before_;
     int own_slot_;
 };
-
-#endif

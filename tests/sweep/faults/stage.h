@@ -1,5 +1,4 @@
-#ifndef SWEEP_STAGE_H
-#define SWEEP_STAGE_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -92,5 +91,3 @@ const std::vector<scenario>& all_scenarios();
 const scenario& scenario_named(const std::string& name);
 /** All functions that reach none. */
 const std::vector<scenario>& plain_scenarios();
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_DEVICE_GATE_H
-#define SWEEP_DEVICE_GATE_H
+#pragma once
 
 #include <functional>
 
@@ -29,5 +28,3 @@ void watch(const std::function<void(const call&, moment)>& watcher);
 bool is_release(const call& passing);
 
 }  // namespace device_gate
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_LIVE_HOLDINGS_H
-#define SWEEP_LIVE_HOLDINGS_H
+#pragma once
 
 #include "sweep/stamp_library.h"
 #include "vemra_app_stamp.h"
@@ -40,5 +39,3 @@ private:
     VEMRA_APP_STAMP_RECORD* record_ = nullptr;
     unsigned char* uuid_ = nullptr;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_LIVE_LIBRARY_H
-#define SWEEP_LIVE_LIBRARY_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -38,5 +37,3 @@ private:
     std::vector<VEMRA_APP_STAMP_RECORD*> taken_;
     live_holdings holdings_;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_WATCHED_CALL_H
-#define SWEEP_WATCHED_CALL_H
+#pragma once
 
 #include <functional>
 #include <string>
@@ -27,5 +26,3 @@ public:
 
 /** A trace's lines with N for source lines and PTR for addresses but "(nil)". */
 std::vector<std::string> normalised_trace(const std::vector<std::string>& lines);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_DEVICES_H
-#define SWEEP_MODEL_DEVICES_H
+#pragma once
 
 #include <functional>
 #include <map>
@@ -110,5 +109,3 @@ private:
 };
 
 std::string model_hex(const std::string& bytes, const std::string& separator);
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_FRAME_H
-#define SWEEP_MODEL_FRAME_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -94,5 +93,3 @@ seen_call model_frame::untraced(Work work) {
     perform(seen, [&] { seen.status = work(); });
     return seen;
 }
-
-#endif

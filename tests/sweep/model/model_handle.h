@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_HANDLE_H
-#define SWEEP_MODEL_HANDLE_H
+#pragma once
 
 #include <map>
 #include <string>
@@ -43,5 +42,3 @@ private:
     bool has_keypair_ = false;
     std::vector<bool> certificates_;  // False: an object over no certificate.
 };
-
-#endif

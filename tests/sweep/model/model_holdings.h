@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_HOLDINGS_H
-#define SWEEP_MODEL_HOLDINGS_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -45,5 +44,3 @@ private:
     std::vector<std::string> log_directory_;
     long lost_blocks_ = 0;
 };
-
-#endif

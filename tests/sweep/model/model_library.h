@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_LIBRARY_H
-#define SWEEP_MODEL_LIBRARY_H
+#pragma once
 
 #include <map>
 #include <memory>
@@ -64,5 +63,3 @@ private:
     handles owners_;
     model_holdings holdings_{*this, devices_.memory};
 };
-
-#endif

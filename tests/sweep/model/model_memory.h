@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_MEMORY_H
-#define SWEEP_MODEL_MEMORY_H
+#pragma once
 
 #include <string>
 
@@ -48,5 +47,3 @@ private:
     int nothrow_ = 0;
     bool has_failed_ = false;
 };
-
-#endif

@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_OBJECT_H
-#define SWEEP_MODEL_OBJECT_H
+#pragma once
 
 #include <string>
 
@@ -25,5 +24,3 @@ private:
     model_devices& devices_;
     model_handle& handle_;
 };
-
-#endif

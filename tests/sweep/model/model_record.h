@@ -1,5 +1,4 @@
-#ifndef SWEEP_MODEL_RECORD_H
-#define SWEEP_MODEL_RECORD_H
+#pragma once
 
 #include <map>
 #include <string>
@@ -13,5 +12,3 @@ std::string model_record(const std::map<unsigned int, std::string>& entries);
 /** The entries of a record, and the complaints of reading it. */
 std::map<unsigned int, std::string> model_mapping(const std::string& record,
                                                   std::vector<std::string>& complaints);
-
-#endif

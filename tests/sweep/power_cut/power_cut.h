@@ -1,5 +1,4 @@
-#ifndef SWEEP_POWER_CUT_H
-#define SWEEP_POWER_CUT_H
+#pragma once
 
 #include <functional>
 #include <map>
@@ -62,5 +61,3 @@ cut_outcome model_outcome(const cut_case& one, const token& device, const cut_po
 int written_length(const std::string& call);
 
 const new_stamp& later_stamp();
-
-#endif

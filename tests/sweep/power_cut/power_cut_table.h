@@ -1,5 +1,4 @@
-#ifndef SWEEP_POWER_CUT_TABLE_H
-#define SWEEP_POWER_CUT_TABLE_H
+#pragma once
 
 #include <string>
 #include <vector>
@@ -43,5 +42,3 @@ std::string section_begin(const cut_case& one);
 
 /** The section with a case's title in a document; empty when it has none. */
 std::string section_of(const std::string& document, const cut_case& one);
-
-#endif
