@@ -74,6 +74,37 @@ class house_rules(unittest.TestCase):
         self.write("include/vemra_app_stamp.h", "#pragma once\n")
         self.expect_violated("headers_guard_themselves_alike", "include/vemra_app_stamp.h")
 
+    def test_commits_before_the_rule_are_left_alone(self):
+        self.expect_holds("commits_say_why")
+
+    def test_a_subject_may_have_72_characters(self):
+        self.commit("s" * 72, "Because.")
+        self.expect_holds("commits_say_why")
+
+    def test_a_subject_of_73_characters_is_named(self):
+        self.commit("s" * 73, "Because.")
+        self.expect_violated("commits_say_why", "has 73 characters, at most 72")
+
+    def test_a_commit_without_body_is_named(self):
+        self.commit("Change it")
+        self.expect_violated("commits_say_why", "does not say why: Change it")
+
+    def test_trailers_are_no_body(self):
+        self.commit("Change it", "Reviewed-by: Somebody")
+        self.expect_violated("commits_say_why", "does not say why: Change it")
+
+    def test_a_shallow_clone_tells_how_few_commits_it_has(self):
+        self.commit("Change it")
+        self.git("clone", "--quiet", "--depth", "1", f"file://{self.checkout}", self.scratch / "clone")
+        done = self.check("commits_say_why", self.scratch / "clone")
+        self.assertEqual(done.returncode, 0)
+        self.assertIn("this clone is shallow, only 0 could be looked at", done.stdout)
+
+    def test_a_history_without_the_rule_is_told(self):
+        self.git("update-ref", "HEAD", "HEAD~1")
+        done = self.check("commits_say_why")
+        self.assertIn("not looked at", done.stdout)
+
 
 if __name__ == "__main__":
     unittest.main()
