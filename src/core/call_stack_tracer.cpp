@@ -4,12 +4,12 @@
 
 namespace vemra::app::stamp {
 
-call_stack_tracer::call_stack_tracer(std::string_view name) : name_(name) {
-    log_verbose(name_, ">>>> %s", name_.data());
+call_stack_tracer::call_stack_tracer(const char* name) : name_(name) {
+    log_verbose(name_, ">>>> %s", name_);
 }
 
 call_stack_tracer::~call_stack_tracer() {
-    log_verbose(name_, "<<<< %s", name_.data());
+    log_verbose(name_, "<<<< %s", name_);
 }
 
 }  // namespace vemra::app::stamp

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string_view>
-
 namespace vemra::app::stamp {
 
 /**
@@ -12,13 +10,13 @@ namespace vemra::app::stamp {
  */
 class call_stack_tracer {
 public:
-    explicit call_stack_tracer(std::string_view name);
+    explicit call_stack_tracer(const char* name);
     ~call_stack_tracer();
     call_stack_tracer(const call_stack_tracer&) = delete;
     call_stack_tracer& operator=(const call_stack_tracer&) = delete;
 
 private:
-    std::string_view name_;
+    const char* name_;
 };
 
 }  // namespace vemra::app::stamp

@@ -51,6 +51,17 @@ TEST(call_stack_tracer, prints_the_exit_line_when_an_exception_leaves) {
     EXPECT_EQ(captured.lines(), (lines_t{" [VERBOSE]  [f] >>>> f", " [VERBOSE]  [f] <<<< f"}));
 }
 
+// A view would keep a length as well, and need not end in a NUL.
+TEST(call_stack_tracer, keeps_the_pointer_to_its_name_and_nothing_else) {
+    char name[] = "f\0g";
+    const stdout_capture captured;
+    {
+        const call_stack_tracer tracer(name);
+        name[1] = '_';
+    }
+    EXPECT_EQ(captured.lines(), (lines_t{" [VERBOSE]  [f] >>>> f", " [VERBOSE]  [f_g] <<<< f_g"}));
+}
+
 // A copy would print a second exit line.
 TEST(call_stack_tracer, cannot_be_copied) {
     EXPECT_FALSE(std::is_copy_constructible_v<call_stack_tracer>);
