@@ -30,9 +30,9 @@ const qo::base::path& environment::get_log_directory() const {
 }
 
 void environment::set_log_directory(const qo::base::path& directory) {
+    const scoped_lock lock(*this);
     // Without memory for all of the new directory the old one stays whole.
     qo::base::path copy(directory);
-    const scoped_lock lock(*this);
     log_directory_ = std::move(copy);
 }
 

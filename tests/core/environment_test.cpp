@@ -7,6 +7,7 @@
 #include <system_error>
 #include <thread>
 
+#include "support/allocation_faults.h"
 #include "support/lock_watch.h"
 
 using qo::base::path;
@@ -68,6 +69,23 @@ TEST(environment, locks_once_in_each_operation) {
     EXPECT_EQ(watch.count(), 3);
     one.set_log_directory(directory);
     EXPECT_EQ(watch.count(), 4);
+}
+
+int allocations_of_a_failing_change(const path& directory) {
+    environment& one = environment::instance();
+    lock_watch watch(one);
+    watch.fail_with(EINVAL);
+    allocation_faults::fail_throwing(0);
+    EXPECT_THROW(one.set_log_directory(directory), std::system_error);
+    const int count = allocation_faults::throwing_count();
+    allocation_faults::stop();
+    return count;
+}
+
+// Another thread may change the directory that is copied, if it is the environment's own.
+TEST(environment, copies_no_directory_before_it_has_the_lock) {
+    EXPECT_EQ(allocations_of_a_failing_change(path("/tmp")),
+              allocations_of_a_failing_change(path("/tmp/one/two/three")));
 }
 
 TEST(environment, fails_with_a_system_error_when_the_mutex_fails) {
