@@ -133,7 +133,8 @@ bool device::private_has_data(int id) const {
 
 std::string device::private_get_data(int id) const {
     const int size = private_get_data_length(id);
-    if (size == 0) return {};
+    // For a negative length there could be no memory: it reads as empty, too.
+    if (size <= 0) return {};
 
     // Kept(unread-is-empty): without memory the slot reads as empty.
     const auto capacity = static_cast<std::size_t>(size);

@@ -57,7 +57,8 @@ public:
     /**
      * The bytes of a slot; empty when there is none.
      *
-     * Kept(unread-is-empty): empty, too, when there is no memory for them.
+     * Kept(unread-is-empty): empty, too, when there is no memory for them or the library tells a
+     * negative length.
      */
     std::string get_data(int id) const;
 

@@ -245,7 +245,7 @@ TEST_F(enumerate_failure, a_reported_read_length_is_clamped) {
     }
 }
 
-TEST_F(enumerate_failure, a_negative_length_is_no_memory_and_reads_as_empty) {
+TEST_F(enumerate_failure, of_a_negative_length_reads_it_as_empty) {
     add_device_with("Seal&8130");
     fake.answer_data_length(-5);
     EXPECT_EQ(lines_of_listing(), text_lines{});

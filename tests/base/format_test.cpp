@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 
 namespace {
 
 bool memory_fails = false;
+std::size_t most_asked_for = 0;
 
 std::string with_list(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 int needed(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
@@ -35,6 +37,7 @@ extern "C" {
 void* __real_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size);
 void* __wrap_malloc(std::size_t size) {
+    most_asked_for = std::max(most_asked_for, size);
     return memory_fails ? nullptr : __real_malloc(size);
 }
 }
@@ -73,10 +76,19 @@ TEST(format, without_memory_says_so) {
     EXPECT_EQ(text, "Unable to allocate memory to format the string.");
 }
 
+// No locale is set, and the plain one has no wide character beyond those of ASCII.
+TEST(format, of_a_text_that_cannot_be_made_says_so_without_asking_for_its_memory) {
+    most_asked_for = 0;
+    const std::string text = qo::base::format("%ls", L"\x4e2d");
+    EXPECT_EQ(text, "Unable to allocate memory to format the string.");
+    EXPECT_LT(most_asked_for, 1000000U);
+}
+
 TEST(format, need_is_the_length_without_the_nul) {
     EXPECT_EQ(needed("%s", ""), 0);
     EXPECT_EQ(needed("%d", 42), 2);
     EXPECT_EQ(needed("%s%d%s", "ab", -5, "c"), 5);
+    EXPECT_EQ(needed("%ls", L"\x4e2d"), -1);
 }
 
 }  // namespace

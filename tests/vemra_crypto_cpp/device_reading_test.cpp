@@ -1,5 +1,7 @@
 // Length, reading and deleting of data slots.
 
+#include <limits>
+
 #include "slot_fixture.h"
 
 namespace {
@@ -105,6 +107,17 @@ TEST_F(slot_reading, reads_as_empty_when_memory_fails) {
     EXPECT_EQ(device_->get_data(8130), "");
     EXPECT_TRUE(allocation_faults::fired());
     EXPECT_EQ(fake.calls(), calls_t{asks});
+}
+
+TEST_F(slot_reading, reads_a_negative_length_as_empty_and_asks_for_no_memory) {
+    fake.fill_slot(8130, "abc");
+    for (const int length : {-1, -5, std::numeric_limits<int>::min()}) {
+        fake.answer_data_length(length);
+        allocation_faults::fail_nothrow(0);
+        EXPECT_EQ(device_->get_data(8130), "");
+        EXPECT_EQ(allocation_faults::nothrow_count(), 0) << length;
+    }
+    EXPECT_EQ(fake.calls(), (calls_t{asks, asks, asks}));
 }
 
 TEST_F(slot_reading, releases_its_buffer_on_every_path) {
