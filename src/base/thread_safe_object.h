@@ -7,8 +7,9 @@ namespace qo::base {
 /**
  * Gives an object a plain, non-recursive mutex of its own, and so makes it one that is not copied.
  *
- * Public operations of a derived class hold a scoped_lock for their whole duration and call only
- * private_ twins, which do not lock: one lock per operation, never two.
+ * An operation of a derived class that locks holds one scoped_lock, and calls no operation of the
+ * same object that locks, too. What several such operations share has a private_ twin that does not
+ * lock: so have those on the slots of vemra::crypto::device, and no others need one.
  */
 class thread_safe_object {
 protected:
