@@ -14,7 +14,7 @@ if(VEMRA_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
 endif()
 
-# Source positions in log lines are relative to the source root, whatever the build directory.
+# What __FILE__ leaves in objects and in the messages of tests does not tell where the build was.
 add_compile_options("-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 
 if(VEMRA_SANITIZE)

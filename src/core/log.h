@@ -7,7 +7,8 @@
  * The trace: one line per event on standard output, printed at once with a single printf, never
  * filtered. Each macro takes a message, a printf format without a percent sign of its own, and
  * its arguments. The line names the function that logs; the _AS forms name another, for the steps
- * of exported functions. Error and fatal lines end in their source position.
+ * of exported functions. Error and fatal lines end in their source position, whose path from the
+ * root of the project the build defines: VEMRA_SOURCE_FILE.
  *
  * A line that cannot be built for lack of memory throws std::bad_alloc.
  */
@@ -17,7 +18,7 @@
 #define LOG_ERROR(...) LOG_ERROR_AS(__func__, __VA_ARGS__)
 #define LOG_FATAL(...)          \
     (CHECK_FORMAT(__VA_ARGS__), \
-     vemra::app::stamp::log_fatal(__func__, __VA_ARGS__, __FILE__, SOURCE_LINE))
+     vemra::app::stamp::log_fatal(__func__, __VA_ARGS__, VEMRA_SOURCE_FILE, SOURCE_LINE))
 
 #define LOG_VERBOSE_AS(function, ...) \
     (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_verbose(function, __VA_ARGS__))
@@ -25,7 +26,7 @@
     (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_debug(function, __VA_ARGS__))
 #define LOG_ERROR_AS(function, ...) \
     (CHECK_FORMAT(__VA_ARGS__),     \
-     vemra::app::stamp::log_error(function, __VA_ARGS__, __FILE__, SOURCE_LINE))
+     vemra::app::stamp::log_error(function, __VA_ARGS__, VEMRA_SOURCE_FILE, SOURCE_LINE))
 
 #define SOURCE_LINE static_cast<unsigned int>(__LINE__)
 // Lets the compiler compare the message with its arguments; nothing is printed here.
