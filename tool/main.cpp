@@ -10,11 +10,11 @@
 #include <string_view>
 #include <vector>
 
-#include "command_line.h"
-#include "context.h"
-#include "interruption.h"
-#include "text.h"
-#include "trace.h"
+#include "basics/interruption.h"
+#include "basics/text.h"
+#include "commands/command_line.h"
+#include "commands/context.h"
+#include "keep/trace.h"
 
 namespace vemra::tool {
 

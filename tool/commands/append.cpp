@@ -1,10 +1,10 @@
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "device_change.h"
-#include "file.h"
-#include "selector.h"
-#include "slots.h"
-#include "stamp_checks.h"
-#include "text.h"
+#include "files/file.h"
+#include "keep/device_change.h"
+#include "keep/selector.h"
+#include "keep/slots.h"
+#include "keep/stamp_checks.h"
 
 namespace vemra::tool {
 

@@ -1,12 +1,12 @@
 #include <algorithm>
 
-#include "archive.h"
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "device_lock.h"
-#include "progress.h"
-#include "selector.h"
-#include "slots.h"
-#include "text.h"
+#include "files/archive.h"
+#include "keep/device_lock.h"
+#include "keep/selector.h"
+#include "keep/slots.h"
+#include "terminal/progress.h"
 
 namespace vemra::tool {
 

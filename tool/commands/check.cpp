@@ -1,15 +1,15 @@
 #include <algorithm>
 #include <charconv>
 
+#include "basics/interruption.h"
 #include "commands/commands.h"
-#include "device_lock.h"
-#include "interruption.h"
-#include "mapping_check.h"
-#include "password_source.h"
-#include "progress.h"
-#include "recovery.h"
-#include "selector.h"
-#include "stamp_checks.h"
+#include "commands/password_source.h"
+#include "keep/device_lock.h"
+#include "keep/mapping_check.h"
+#include "keep/recovery.h"
+#include "keep/selector.h"
+#include "keep/stamp_checks.h"
+#include "terminal/progress.h"
 
 namespace vemra::tool {
 

@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-#include "context.h"
-#include "picture.h"
+#include "commands/context.h"
+#include "picture/picture.h"
 
 namespace vemra::tool {
 

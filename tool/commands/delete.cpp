@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <map>
 
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "device_change.h"
-#include "password_source.h"
-#include "selector.h"
-#include "text.h"
+#include "commands/password_source.h"
+#include "keep/device_change.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

@@ -1,7 +1,7 @@
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "selector.h"
-#include "slots.h"
-#include "text.h"
+#include "keep/selector.h"
+#include "keep/slots.h"
 
 namespace vemra::tool {
 

@@ -1,9 +1,9 @@
 #include <filesystem>
 
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "file.h"
-#include "selector.h"
-#include "text.h"
+#include "files/file.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

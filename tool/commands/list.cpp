@@ -1,9 +1,9 @@
 #include <algorithm>
 
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "progress.h"
-#include "selector.h"
-#include "text.h"
+#include "keep/selector.h"
+#include "terminal/progress.h"
 
 namespace vemra::tool {
 

@@ -1,10 +1,10 @@
 #include <algorithm>
 
-#include "archive.h"
 #include "commands/commands.h"
-#include "device_change.h"
-#include "restore_plan.h"
-#include "selector.h"
+#include "files/archive.h"
+#include "keep/device_change.h"
+#include "keep/restore_plan.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

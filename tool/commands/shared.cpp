@@ -1,8 +1,8 @@
+#include "basics/digest.h"
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "digest.h"
-#include "number_check.h"
-#include "selector.h"
-#include "text.h"
+#include "commands/number_check.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

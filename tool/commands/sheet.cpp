@@ -1,7 +1,7 @@
 #include "commands/commands.h"
-#include "file.h"
-#include "html.h"
-#include "selector.h"
+#include "commands/html.h"
+#include "files/file.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

@@ -3,13 +3,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "basics/digest.h"
+#include "basics/interruption.h"
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "descriptor.h"
-#include "digest.h"
-#include "interruption.h"
-#include "selector.h"
-#include "slots.h"
-#include "text.h"
+#include "files/descriptor.h"
+#include "keep/selector.h"
+#include "keep/slots.h"
 
 namespace vemra::tool {
 

@@ -1,9 +1,9 @@
+#include "basics/text.h"
 #include "commands/commands.h"
-#include "device_change.h"
-#include "file.h"
-#include "selector.h"
-#include "stamp_checks.h"
-#include "text.h"
+#include "files/file.h"
+#include "keep/device_change.h"
+#include "keep/selector.h"
+#include "keep/stamp_checks.h"
 
 namespace vemra::tool {
 

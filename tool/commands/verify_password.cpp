@@ -1,8 +1,8 @@
-#include "password_source.h"
+#include "commands/password_source.h"
 
 #include "commands/commands.h"
-#include "device_lock.h"
-#include "selector.h"
+#include "keep/device_lock.h"
+#include "keep/selector.h"
 
 namespace vemra::tool {
 

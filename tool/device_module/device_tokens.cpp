@@ -1,11 +1,11 @@
-#include "device_tokens.h"
+#include "device_module/device_tokens.h"
 
 #include <stdexcept>
 
 #include "core/basic_stamp.h"
 #include "core/log.h"
 #include "core/stamp_info_mapping.h"
-#include "stamp_library.h"
+#include "device_module/stamp_library.h"
 #include "vemra_crypto.h"
 #include "vemra_crypto_cpp/exception.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tokens.h"
+#include "device_module/tokens.h"
 #include "vemra_crypto_cpp/device.h"
 
 namespace vemra::tool {

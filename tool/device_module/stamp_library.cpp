@@ -1,4 +1,4 @@
-#include "stamp_library.h"
+#include "device_module/stamp_library.h"
 
 #include <optional>
 

@@ -1,0 +1,33 @@
+/** What a command works with. */
+#pragma once
+
+#include <memory>
+
+#include "basics/failure.h"
+#include "commands/options.h"
+#include "commands/output.h"
+#include "keep/session.h"
+#include "keep/trace.h"
+
+namespace vemra::tool {
+
+class context {
+public:
+    explicit context(trace& printed) : out(printed.original_output()), trace_(printed) {}
+
+    common_options options;
+    output out;
+    /** How the command ends when nothing is thrown. */
+    exit_code code = exit_code::done;
+    /** The command's data for --json. */
+    json result = json::object();
+
+    /** The tokens, reached when first asked for. */
+    session& tokens();
+
+private:
+    trace& trace_;
+    std::unique_ptr<session> session_;
+};
+
+}  // namespace vemra::tool

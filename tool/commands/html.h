@@ -1,0 +1,14 @@
+/** The contact sheet: one HTML page with every stamp's picture in it. */
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "device_module/tokens.h"
+
+namespace vemra::tool {
+
+/** Needs nothing but itself: no scripts, no other files, no network. */
+std::string make_sheet(const std::vector<stamp>& stamps);
+
+}  // namespace vemra::tool

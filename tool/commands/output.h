@@ -1,0 +1,50 @@
+/**
+ * What the tool says: data on the standard output it was started with, messages on standard error.
+ * With --json the data is one object at the end; plain text is then left out.
+ */
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "basics/failure.h"
+
+namespace vemra::tool {
+
+class output {
+public:
+    explicit output(int descriptor) : descriptor_(descriptor) {}
+
+    void set_json(bool wanted) { json_ = wanted; }
+    void set_quiet(bool wanted) { quiet_ = wanted; }
+    void set_verbose(bool wanted) { verbose_ = wanted; }
+    bool is_json() const { return json_; }
+    bool is_quiet() const { return quiet_; }
+    bool is_verbose() const { return verbose_; }
+
+    int descriptor() const { return descriptor_; }
+    bool is_terminal() const;
+
+    /** Data for people; nothing with --json. */
+    void print(std::string_view text) const;
+    /** Data as it is, whatever the format. */
+    void write(std::string_view bytes) const;
+
+    void note(const std::string& text) const;
+    void detail(const std::string& text) const;
+    /** Shown, and kept for the object of --json. */
+    void warn(const std::string& text);
+    static void error(const std::string& text);
+
+    const std::vector<std::string>& warnings() const { return warnings_; }
+
+private:
+    int descriptor_;
+    bool json_ = false;
+    bool quiet_ = false;
+    bool verbose_ = false;
+    std::vector<std::string> warnings_;
+};
+
+}  // namespace vemra::tool

@@ -1,0 +1,102 @@
+#include "keep/restore_plan.h"
+
+#include <algorithm>
+#include <set>
+
+#include "keep/slots.h"
+
+namespace vemra::tool {
+
+namespace {
+
+using action = restore_item::action;
+
+class planner {
+public:
+    planner(const archive& kept, const std::vector<stamp>& present, bool replace)
+        : kept_(kept),
+          present_(present),
+          replace_(replace),
+          free_(static_cast<std::size_t>(stamp_slots) -
+                std::min<std::size_t>(present.size(), stamp_slots)) {}
+
+    // First what is there already, so that no other stamp of the backup takes its place.
+    std::vector<restore_item> plan() {
+        std::vector<restore_item> items;
+        for (const archived_stamp& one : kept_.stamps) {
+            const stamp* same = find([&](const stamp& other) {
+                return other.name == one.name && other.data == one.data;
+            });
+            items.push_back({action::keep, one, {}, ""});
+            if (same != nullptr) settle(items.back(), action::present, *same);
+        }
+        for (restore_item& item : items) {
+            if (item.what != action::present) decide(item);
+        }
+        return items;
+    }
+
+private:
+    template <typename Predicate>
+    const stamp* find(Predicate matches) const {
+        for (const stamp& one : present_) {
+            if (claimed_.count(one.uuid) == 0 && matches(one)) return &one;
+        }
+        return nullptr;
+    }
+
+    void settle(restore_item& item, action what, const stamp& there) {
+        item.what = what;
+        item.there = there;
+        claimed_.insert(there.uuid);
+    }
+
+    void decide(restore_item& item) {
+        const std::string& name = item.wanted.name;
+        if (name.empty() || item.wanted.data.empty() || name.find('&') != std::string::npos ||
+            name.find("||") != std::string::npos) {
+            item.reason = "a device cannot hold it under this name";
+            return;
+        }
+        const stamp* same_name = find([&](const stamp& one) { return one.name == name; });
+        const stamp* old = same_name == nullptr ? in_its_place(item.wanted) : same_name;
+        const bool is_renamed =
+            replace_ && old != nullptr && old != same_name && old->data == item.wanted.data;
+        if (same_name == nullptr && free_ > 0 && !is_renamed) {
+            --free_;
+            item.what = action::append;
+            return;
+        }
+        if (old != nullptr && replace_) {
+            settle(item, action::replace, *old);
+            return;
+        }
+        item.reason = same_name != nullptr
+                          ? "another stamp has this name; --replace puts this one in its place"
+                          : "the device holds five stamps already";
+    }
+
+    const stamp* in_its_place(const archived_stamp& wanted) const {
+        return find([&](const stamp& one) {
+            return one.uuid == wanted.uuid && std::none_of(kept_.stamps.begin(), kept_.stamps.end(),
+                                                           [&](const archived_stamp& other) {
+                                                               return other.name == one.name;
+                                                           });
+        });
+    }
+
+    const archive& kept_;
+    const std::vector<stamp>& present_;
+    bool replace_;
+    std::size_t free_;
+    std::set<std::string> claimed_;
+};
+
+}  // namespace
+
+std::vector<restore_item> plan_restore(const archive& kept, const std::vector<stamp>& present,
+                                       bool replace) {
+    return planner(kept, present, replace).plan();
+}
+
+}  // namespace vemra::tool

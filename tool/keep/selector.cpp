@@ -1,0 +1,92 @@
+#include "keep/selector.h"
+
+#include <algorithm>
+#include <cctype>
+
+#include "basics/text.h"
+#include "terminal/progress.h"
+
+namespace vemra::tool {
+
+namespace {
+
+constexpr std::string_view name_prefix = "name:";
+constexpr std::size_t shortest_prefix = 8;
+
+std::string _lower(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return text;
+}
+
+std::string _uuid_prefix(const std::string& selector) {
+    const bool is_hex = std::all_of(selector.begin(), selector.end(),
+                                    [](unsigned char digit) { return std::isxdigit(digit) != 0; });
+    if (!is_hex || selector.size() < shortest_prefix) {
+        throw failure(exit_code::usage,
+                      quoted(selector) +
+                          " selects nothing: give a uuid, at least 8 digits of one, or name:TEXT");
+    }
+    return _lower(selector);
+}
+
+std::vector<const stamp*> _candidates(const std::vector<stamp>& stamps,
+                                      const std::string& selector) {
+    const bool by_name = selector.rfind(name_prefix, 0) == 0;
+    const std::string wanted =
+        by_name ? selector.substr(name_prefix.size()) : _uuid_prefix(selector);
+    std::vector<const stamp*> found;
+    for (const stamp& one : stamps) {
+        const bool is_match = by_name ? one.name == wanted : to_hex(one.uuid).rfind(wanted, 0) == 0;
+        if (is_match) found.push_back(&one);
+    }
+    return found;
+}
+
+}  // namespace
+
+const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& selector) {
+    const std::vector<const stamp*> found = _candidates(stamps, selector);
+    if (found.size() == 1) return *found.front();
+    if (found.empty()) {
+        throw failure(exit_code::no_stamp, "no stamp is selected by " + quoted(selector));
+    }
+    std::string message = "several stamps are selected by " + quoted(selector) + ":";
+    json candidates = json::array();
+    for (const stamp* one : found) {
+        message += "\n  " + describe(*one);
+        candidates.push_back(identity_json(*one));
+    }
+    throw failure(exit_code::ambiguous, message, {{"candidates", candidates}});
+}
+
+stamp_list read_all_stamps(context& run) {
+    const progress shown(run.out, "reading stamps");
+    return run.tokens().stamps();
+}
+
+std::vector<stamp> list_for_selection(context& run) {
+    stamp_list list = read_all_stamps(run);
+    for (const std::string& error : run.tokens().errors()) {
+        run.out.warn(printable(error));
+    }
+    return std::move(list.stamps);
+}
+
+json device_json(const device_id& device) {
+    return {{"serial", device.serial}, {"type", device.type}};
+}
+
+json identity_json(const stamp& one) {
+    return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
+}
+
+std::string quoted(const std::string& name) {
+    return "\"" + printable(name) + "\"";
+}
+
+std::string describe(const stamp& one) {
+    return to_hex(one.uuid).substr(0, 16) + "  " + quoted(one.name) + " on " + describe(one.device);
+}
+
+}  // namespace vemra::tool

@@ -1,0 +1,120 @@
+#include "keep/trace.h"
+
+#include <fcntl.h>
+#include <string.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <regex>
+
+#include "basics/failure.h"
+#include "files/descriptor.h"
+
+namespace vemra::tool {
+
+namespace {
+
+constexpr std::string_view mask = "********";
+constexpr std::string_view error_prefix = " [ERROR] ";
+// A message can quote a whole damaged record; people need its beginning.
+constexpr std::size_t longest_message = 500;
+
+// Ours, so that it can be overwritten: what the library prints passes through it.
+std::array<char, 65536> g_stdout_buffer;
+
+void _append_masked(std::string& text, std::string_view printed, std::string_view password) {
+    while (!password.empty()) {
+        const std::size_t found = printed.find(password);
+        if (found == std::string_view::npos) break;
+        text.append(printed.substr(0, found));
+        text.append(mask);
+        printed.remove_prefix(found + password.size());
+    }
+    text.append(printed);
+}
+
+// "[function] message (file:line)" without the function and the position.
+std::string _message_of(std::string_view line) {
+    std::string text(line.substr(error_prefix.size()));
+    const std::size_t start = text.find("] ");
+    if (start != std::string::npos) text.erase(0, start + 2);
+    const std::size_t position = text.rfind(" (");
+    if (position != std::string::npos) text.erase(position);
+    return text.size() > longest_message ? text.substr(0, longest_message) + "..." : text;
+}
+
+std::vector<std::string> _error_messages(const std::string& text) {
+    std::vector<std::string> messages;
+    for (std::size_t start = 0; start < text.size();) {
+        const std::size_t end = std::min(text.find('\n', start), text.size());
+        const std::string_view line(text.data() + start, end - start);
+        if (line.substr(0, error_prefix.size()) == error_prefix) {
+            messages.push_back(_message_of(line));
+        }
+        start = end + 1;
+    }
+    return messages;
+}
+
+}  // namespace
+
+trace::trace()
+    : original_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)),
+      memory_(memfd_create("trace", MFD_CLOEXEC)) {
+    if (original_ < 0 || memory_ < 0 || dup2(memory_, STDOUT_FILENO) < 0) {
+        throw failure(exit_code::failed, "standard output cannot be set aside");
+    }
+    std::setvbuf(stdout, g_stdout_buffer.data(), _IOFBF, g_stdout_buffer.size());
+}
+
+trace::~trace() {
+    close(original_);
+    close(memory_);
+    if (shown_on_ > STDERR_FILENO) close(shown_on_);
+}
+
+void trace::show_in_file(const std::string& path) {
+    shown_on_ = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (shown_on_ < 0 || fchmod(shown_on_, 0600) != 0) {
+        throw failure(exit_code::usage, path + " cannot be written: " + strerror(errno));
+    }
+}
+
+std::vector<std::string> trace::take(const secret& masked) const {
+    std::fflush(stdout);
+    explicit_bzero(g_stdout_buffer.data(), g_stdout_buffer.size());
+    const off_t size = lseek(memory_, 0, SEEK_END);
+    if (size <= 0) return {};
+
+    // A mapping instead of a copy: the pages go back to the system with the file's content.
+    void* pages = mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, memory_, 0);
+    if (pages == MAP_FAILED) return {};
+    std::string text;
+    _append_masked(text, {static_cast<const char*>(pages), static_cast<std::size_t>(size)},
+                   masked.view());
+    munmap(pages, static_cast<std::size_t>(size));
+    if (ftruncate(memory_, 0) == 0) lseek(memory_, 0, SEEK_SET);
+
+    if (shown_on_ >= 0) write_all(shown_on_, text);
+    return _error_messages(text);
+}
+
+std::string cause_of(std::string_view error) {
+    std::string cause(error);
+    const std::size_t because = cause.find("because: ");
+    if (because != std::string::npos) cause.erase(0, because + 9);
+    static const std::regex device_text(R"(^(.*)\((-?[0-9]+)\)?(\. \(at .*|, you can .*)?\.?$)");
+    std::smatch parts;
+    if (std::regex_match(cause, parts, device_text)) {
+        return parts[1].str() + " (" + parts[2].str() + ")";
+    }
+    if (!cause.empty() && cause.back() == '.') cause.pop_back();
+    return cause;
+}
+
+}  // namespace vemra::tool

@@ -1,0 +1,47 @@
+/**
+ * Keeps the stamp library's trace off the tool's output.
+ *
+ * The library prints its trace, passwords included, on standard output. While this lives,
+ * descriptor 1 is a file in memory that no other process sees. After each library call the tool
+ * takes what was printed: error lines are kept for its own messages, everything goes to the debug
+ * destination where there is one, and the rest is forgotten. Passwords are masked first, and the
+ * buffers that held them overwritten.
+ */
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "basics/secret.h"
+
+namespace vemra::tool {
+
+class trace {
+public:
+    /** Call before any thread starts. */
+    trace();
+    ~trace();
+    trace(const trace&) = delete;
+    trace& operator=(const trace&) = delete;
+
+    /** The standard output that the tool was started with. */
+    int original_output() const { return original_; }
+
+    /** Shows the trace on a descriptor from now on, or in a new file that only the user reads. */
+    void show_on(int descriptor) { shown_on_ = descriptor; }
+    void show_in_file(const std::string& path);
+
+    /** Takes what was printed since the last call; returns the texts of its error lines. */
+    std::vector<std::string> take(const secret& masked) const;
+
+private:
+    int original_;
+    int memory_;
+    int shown_on_ = -1;
+};
+
+/** "TEXT (CODE)" out of an error text of the library; the whole text when it names no cause. */
+std::string cause_of(std::string_view error);
+
+}  // namespace vemra::tool

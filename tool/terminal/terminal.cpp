@@ -1,0 +1,61 @@
+#include "terminal/terminal.h"
+
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include "basics/failure.h"
+#include "basics/interruption.h"
+
+namespace vemra::tool {
+
+namespace {
+
+void _say(int descriptor, const std::string& text) {
+    if (write_all(descriptor, text)) return;
+    throw failure(exit_code::failed, "the terminal cannot be written");
+}
+
+}  // namespace
+
+terminal::terminal() : device_(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) {}
+
+bool terminal::confirm(const std::string& question) {
+    _say(device_.get(), question + " [y/N] ");
+    std::string answer;
+    for (char byte = 0; read(device_.get(), &byte, 1) == 1 && byte != '\n';) {
+        answer += byte;
+    }
+    return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
+}
+
+bool terminal::ask_secret(const std::string& question, secret& answer) {
+    return ask_secret_on(device_.get(), question, answer);
+}
+
+bool ask_secret_on(int descriptor, const std::string& question, secret& answer) {
+    termios original{};
+    if (tcgetattr(descriptor, &original) != 0) {
+        throw failure(exit_code::failed, "the terminal's echo cannot be turned off");
+    }
+    bool is_line = false;
+    {
+        const interruption::terminal_settings restored(descriptor, original);
+        termios silent = original;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
+        tcsetattr(descriptor, TCSAFLUSH, &silent);
+        _say(descriptor, question + ": ");
+        answer.clear();
+        bool fits = true;
+        for (char byte = 0; read(descriptor, &byte, 1) == 1;) {
+            is_line = byte == '\n';
+            if (is_line) break;
+            fits = answer.push_back(byte) && fits;
+        }
+        if (!fits) throw failure(exit_code::usage, "the password is too long");
+    }
+    _say(descriptor, "\n");
+    return is_line;
+}
+
+}  // namespace vemra::tool
