@@ -5,7 +5,7 @@
 #include <array>
 #include <stdexcept>
 
-#include "basics/text.h"
+#include "basics/hex.h"
 
 namespace vemra::tool {
 

@@ -5,12 +5,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace vemra::tool {
 
 /** Makes the functions here read UTF-8, whatever the user's locale is. */
 void use_utf8();
+
+/** One step through a text: a character, or one byte that belongs to none. */
+struct text_step {
+    std::size_t length;
+    std::optional<wchar_t> character;
+};
+
+/** The first step of a text, which must not be empty. */
+text_step first_step(std::string_view text);
 
 bool is_utf8(std::string_view text);
 bool has_control_characters(std::string_view text);
@@ -22,13 +30,7 @@ bool has_invisible_characters(std::string_view text);
  * \xNN: safe to show on a terminal.
  */
 std::string printable(std::string_view text);
-/** Columns that printable text takes on a terminal; wide characters take two. */
-std::size_t display_width(std::string_view text);
-/** The rows, the first of them the headings, with their columns aligned. */
-std::string table(const std::vector<std::vector<std::string>>& rows);
-
-std::string to_hex(std::string_view bytes);
-/** Nothing when the text is not an even number of hexadecimal digits. */
-std::optional<std::string> from_hex(std::string_view digits);
+/** The same in quotes, as names stand in messages. */
+std::string quoted(const std::string& text);
 
 }  // namespace vemra::tool

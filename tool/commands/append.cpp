@@ -1,10 +1,13 @@
+#include "basics/hex.h"
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "commands/shapes.h"
 #include "files/file.h"
+#include "keep/describe.h"
 #include "keep/device_change.h"
-#include "keep/selector.h"
 #include "keep/slots.h"
 #include "keep/stamp_checks.h"
+#include "picture/picture.h"
 
 namespace vemra::tool {
 

@@ -1,8 +1,10 @@
 #include <algorithm>
 
+#include "basics/hex.h"
 #include "basics/text.h"
 #include "commands/commands.h"
 #include "files/archive.h"
+#include "keep/describe.h"
 #include "keep/device_lock.h"
 #include "keep/selector.h"
 #include "keep/slots.h"

@@ -4,6 +4,7 @@
 #include "basics/interruption.h"
 #include "commands/commands.h"
 #include "commands/password_source.h"
+#include "keep/describe.h"
 #include "keep/device_lock.h"
 #include "keep/mapping_check.h"
 #include "keep/recovery.h"

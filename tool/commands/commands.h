@@ -6,7 +6,6 @@
 #include <string>
 
 #include "commands/context.h"
-#include "picture/picture.h"
 
 namespace vemra::tool {
 
@@ -30,9 +29,6 @@ void add_help(CLI::App& program, context& run);
 
 /** Adds --device and --device-type. */
 void add_device_options(CLI::App& command, device_options& device);
-
-/** A stamp with what its bytes are, as it stands in --json. */
-json stamp_json(const stamp& one, const picture& seen);
 
 /** Warns of the last call's errors; the command then ends as a partial result. */
 void warn_of_errors(context& run);

@@ -4,6 +4,7 @@
 #include "basics/text.h"
 #include "commands/commands.h"
 #include "commands/password_source.h"
+#include "keep/describe.h"
 #include "keep/device_change.h"
 #include "keep/selector.h"
 

@@ -1,7 +1,9 @@
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "keep/describe.h"
 #include "keep/selector.h"
 #include "keep/slots.h"
+#include "terminal/table.h"
 
 namespace vemra::tool {
 

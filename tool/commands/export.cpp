@@ -1,9 +1,11 @@
 #include <filesystem>
 
+#include "basics/hex.h"
 #include "basics/text.h"
 #include "commands/commands.h"
 #include "files/file.h"
 #include "keep/selector.h"
+#include "picture/picture.h"
 
 namespace vemra::tool {
 

@@ -2,6 +2,7 @@
 
 #include "basics/digest.h"
 #include "basics/text.h"
+#include "keep/describe.h"
 #include "keep/session.h"
 #include "picture/picture.h"
 

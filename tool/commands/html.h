@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "device_module/tokens.h"
+#include "device_module/stamp.h"
 
 namespace vemra::tool {
 

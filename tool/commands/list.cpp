@@ -1,9 +1,13 @@
 #include <algorithm>
 
+#include "basics/hex.h"
 #include "basics/text.h"
 #include "commands/commands.h"
-#include "keep/selector.h"
+#include "commands/shapes.h"
+#include "keep/describe.h"
+#include "picture/picture.h"
 #include "terminal/progress.h"
+#include "terminal/table.h"
 
 namespace vemra::tool {
 

@@ -9,6 +9,8 @@
 
 #include "basics/text.h"
 #include "files/descriptor.h"
+#include "keep/cause.h"
+#include "keep/describe.h"
 #include "terminal/terminal.h"
 
 namespace vemra::tool {

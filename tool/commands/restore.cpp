@@ -1,7 +1,9 @@
 #include <algorithm>
 
+#include "basics/text.h"
 #include "commands/commands.h"
 #include "files/archive.h"
+#include "keep/describe.h"
 #include "keep/device_change.h"
 #include "keep/restore_plan.h"
 #include "keep/selector.h"

@@ -1,8 +1,6 @@
-#include "basics/digest.h"
 #include "basics/text.h"
 #include "commands/commands.h"
 #include "commands/number_check.h"
-#include "keep/selector.h"
 
 namespace vemra::tool {
 
@@ -11,14 +9,6 @@ void add_device_options(CLI::App& command, device_options& device) {
     command.add_option("--device-type", device.type, "Type of the device")
         ->check(number_from_0())
         ->type_name("N");
-}
-
-json stamp_json(const stamp& one, const picture& seen) {
-    json object = identity_json(one);
-    object["bytes"] = one.data.size();
-    object["sha256"] = sha256(one.data);
-    object["picture"] = to_json(seen);
-    return object;
 }
 
 void warn_of_errors(context& run) {

@@ -4,12 +4,17 @@
 #include <unistd.h>
 
 #include "basics/digest.h"
+#include "basics/hex.h"
 #include "basics/interruption.h"
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "commands/shapes.h"
 #include "files/descriptor.h"
+#include "keep/describe.h"
 #include "keep/selector.h"
 #include "keep/slots.h"
+#include "picture/picture.h"
+#include "terminal/table.h"
 
 namespace vemra::tool {
 

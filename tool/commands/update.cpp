@@ -1,9 +1,12 @@
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "commands/shapes.h"
 #include "files/file.h"
+#include "keep/describe.h"
 #include "keep/device_change.h"
 #include "keep/selector.h"
 #include "keep/stamp_checks.h"
+#include "picture/picture.h"
 
 namespace vemra::tool {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "device_module/tokens.h"
+#include "device_module/stamp.h"
 #include "vemra_app_stamp.h"
 
 namespace vemra::tool {

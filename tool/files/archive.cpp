@@ -5,6 +5,7 @@
 
 #include "basics/digest.h"
 #include "basics/failure.h"
+#include "basics/hex.h"
 #include "basics/text.h"
 #include "files/file.h"
 #include "picture/picture.h"

@@ -6,7 +6,7 @@
 
 #include "basics/text.h"
 #include "commands/password_source.h"
-#include "keep/selector.h"
+#include "keep/describe.h"
 #include "keep/slots.h"
 #include "terminal/progress.h"
 

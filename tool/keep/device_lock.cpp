@@ -13,6 +13,7 @@
 
 #include "basics/digest.h"
 #include "basics/failure.h"
+#include "keep/describe.h"
 #include "keep/session.h"
 
 namespace vemra::tool {

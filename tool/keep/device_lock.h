@@ -1,7 +1,7 @@
 /** Keeps other runs of the tool off a device. Only the tool heeds it; other programs do not. */
 #pragma once
 
-#include "device_module/tokens.h"
+#include "device_module/stamp.h"
 #include "files/descriptor.h"
 
 namespace vemra::tool {

@@ -4,7 +4,6 @@
 #include <set>
 
 #include "basics/text.h"
-#include "keep/selector.h"
 
 namespace vemra::tool {
 

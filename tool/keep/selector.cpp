@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cctype>
 
+#include "basics/hex.h"
 #include "basics/text.h"
+#include "keep/describe.h"
 #include "terminal/progress.h"
 
 namespace vemra::tool {
@@ -79,14 +81,6 @@ json device_json(const device_id& device) {
 
 json identity_json(const stamp& one) {
     return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
-}
-
-std::string quoted(const std::string& name) {
-    return "\"" + printable(name) + "\"";
-}
-
-std::string describe(const stamp& one) {
-    return to_hex(one.uuid).substr(0, 16) + "  " + quoted(one.name) + " on " + describe(one.device);
 }
 
 }  // namespace vemra::tool

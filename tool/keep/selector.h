@@ -22,9 +22,4 @@ json identity_json(const stamp& one);
 /** The device as it stands in --json. */
 json device_json(const device_id& device);
 
-/** The name in quotes, fit for a terminal. */
-std::string quoted(const std::string& name);
-/** For messages: the first digits of the uuid, the name and the device. */
-std::string describe(const stamp& one);
-
 }  // namespace vemra::tool

@@ -3,6 +3,8 @@
 #include <algorithm>
 
 #include "basics/text.h"
+#include "keep/cause.h"
+#include "keep/describe.h"
 #include "keep/slots.h"
 
 namespace vemra::tool {
@@ -24,10 +26,6 @@ bool _is_whole(session& tokens, const device_id& device, const stamp_list& list)
 }
 
 }  // namespace
-
-std::string describe(const device_id& device) {
-    return printable(device.serial) + " (type " + std::to_string(device.type) + ")";
-}
 
 template <typename Call>
 auto session::traced(Call call) -> decltype(call(std::declval<tokens&>())) {

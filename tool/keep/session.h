@@ -63,7 +63,4 @@ private:
     std::vector<std::string> errors_;
 };
 
-/** "SERIAL (type N)", fit for a terminal. */
-std::string describe(const device_id& device);
-
 }  // namespace vemra::tool

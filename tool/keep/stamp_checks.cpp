@@ -1,7 +1,6 @@
 #include "keep/stamp_checks.h"
 
 #include "basics/text.h"
-#include "keep/selector.h"
 #include "picture/picture.h"
 
 namespace vemra::tool {

@@ -41,7 +41,4 @@ private:
     int shown_on_ = -1;
 };
 
-/** "TEXT (CODE)" out of an error text of the library; the whole text when it names no cause. */
-std::string cause_of(std::string_view error);
-
 }  // namespace vemra::tool

@@ -8,6 +8,7 @@
 #include <regex>
 #include <utility>
 
+#include "basics/failure.h"
 #include "picture/png_facts.h"
 
 namespace vemra::tool {
@@ -64,11 +65,6 @@ void _read_png(const std::string& bytes, picture& seen) {
         facts.is_transparent != 0 ? picture::transparency::yes : picture::transparency::no;
 }
 
-template <typename T>
-json _or_null(const std::optional<T>& value) {
-    return value ? json(*value) : json(nullptr);
-}
-
 }  // namespace
 
 std::string picture::file_suffix() const {
@@ -105,20 +101,6 @@ picture look_at(const std::string& bytes) {
         seen.transparent = picture::transparency::no;
     }
     return seen;
-}
-
-json to_json(const picture& seen) {
-    json transparent = nullptr;
-    if (seen.transparent != picture::transparency::unknown) {
-        transparent = seen.transparent == picture::transparency::yes;
-    }
-    return {{"media_type", seen.media_type},
-            {"width", _or_null(seen.width)},
-            {"height", _or_null(seen.height)},
-            {"x_resolution", _or_null(seen.x_resolution)},
-            {"y_resolution", _or_null(seen.y_resolution)},
-            {"transparent", transparent},
-            {"damaged", seen.is_damaged}};
 }
 
 }  // namespace vemra::tool

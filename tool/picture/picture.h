@@ -4,8 +4,6 @@
 #include <optional>
 #include <string>
 
-#include "basics/failure.h"
-
 namespace vemra::tool {
 
 struct picture {
@@ -28,9 +26,7 @@ struct picture {
     std::string pixels() const;
 };
 
+/** Looks at the bytes of a whole file. Throws failure (failed) when libmagic cannot start. */
 picture look_at(const std::string& bytes);
-
-/** As it stands in --json: unknown values are null. */
-json to_json(const picture& seen);
 
 }  // namespace vemra::tool

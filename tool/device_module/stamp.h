@@ -1,0 +1,52 @@
+/** Devices, stamps and slots, as the module and the tool tell each other of them. */
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace vemra::tool {
+
+/** A device's serial number and type. */
+struct device_id {
+    std::string serial;
+    int type = 0;
+
+    bool operator==(const device_id& other) const {
+        return serial == other.serial && type == other.type;
+    }
+    bool operator<(const device_id& other) const {
+        return serial != other.serial ? serial < other.serial : type < other.type;
+    }
+};
+
+/** A stamp as it is listed. The uuid is raw bytes. */
+struct stamp {
+    std::string uuid;
+    std::string name;
+    std::string data;
+    device_id device;
+};
+
+struct stamp_list {
+    /** The status of the enumeration; 1 when the list is usable. */
+    int status = 0;
+    std::vector<stamp> stamps;
+    /** Stamps that were listed but could not be taken out. */
+    unsigned int unreadable = 0;
+};
+
+/** The device's answer to a password. `retries` stays -1 when the device does not tell. */
+struct password_answer {
+    int result = 0;
+    int retries = -1;
+    std::string text;
+};
+
+using stamp_mapping = std::map<unsigned int, std::string>;
+
+constexpr int mapping_slot = 8127;
+constexpr int first_stamp_slot = 8130;
+constexpr int last_stamp_slot = 8134;
+
+}  // namespace vemra::tool

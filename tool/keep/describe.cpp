@@ -1,0 +1,16 @@
+#include "keep/describe.h"
+
+#include "basics/hex.h"
+#include "basics/text.h"
+
+namespace vemra::tool {
+
+std::string describe(const device_id& device) {
+    return printable(device.serial) + " (type " + std::to_string(device.type) + ")";
+}
+
+std::string describe(const stamp& one) {
+    return to_hex(one.uuid).substr(0, 16) + "  " + quoted(one.name) + " on " + describe(one.device);
+}
+
+}  // namespace vemra::tool
