@@ -2,11 +2,14 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <new>
 #include <vector>
+
+#include "store/descriptor_limit.h"
 
 namespace vemra::softtoken {
 
@@ -51,6 +54,12 @@ environment_faults& _environment_faults() {
     return faults;
 }
 
+// The code alone would send people to look for damage.
+void _tell_once(const char* reason) noexcept {
+    static std::atomic_flag told = ATOMIC_FLAG_INIT;
+    if (!told.test_and_set()) std::fprintf(stderr, "vemra-softtoken: %s\n", reason);
+}
+
 }  // namespace
 
 int last_error() noexcept {
@@ -65,6 +74,9 @@ int fail(int code) noexcept {
 int fail_with_current_exception() noexcept {
     try {
         throw;
+    } catch (const out_of_descriptors& error) {
+        _tell_once(error.what());
+        return fail(static_cast<int>(error.code()));
     } catch (const failure& error) {
         return fail(static_cast<int>(error.code()));
     } catch (const injected_code& injected) {

@@ -4,17 +4,43 @@
 #include <chrono>
 #include <filesystem>
 #include <thread>
+#include <vector>
 
 #include "store/failure.h"
 #include "store/password_check.h"
 
 namespace vemra::softtoken {
 
+namespace {
+
+// All tokens of the process, which live as long as it does. No call is waited for under the mutex.
+struct known_tokens {
+    std::mutex mutex;
+    std::vector<token*> tokens;
+};
+
+known_tokens& _known() {
+    static auto& known = *new known_tokens;
+    return known;
+}
+
+}  // namespace
+
 token::token(const std::string& directory, std::unique_ptr<open_token> open)
     : directory_(directory),
       plug_path_(plug_path(directory)),
       info_(open->info),
-      open_(std::move(open)) {}
+      open_(std::move(open)) {
+    std::lock_guard<std::mutex> lock(_known().mutex);
+    _known().tokens.push_back(this);
+}
+
+void token::close_idle_except(const token* asking) {
+    std::lock_guard<std::mutex> lock(_known().mutex);
+    for (token* each : _known().tokens) {
+        if (each != asking) each->close_if_idle();
+    }
+}
 
 bool token::is_open_in(const std::string& directory, const plug& present) {
     std::lock_guard<std::mutex> lock(mutex_);
@@ -56,7 +82,8 @@ open_token& token::opened() {
     }
     close();
     if (!present) throw failure(error_code::removed);
-    auto found = std::make_unique<open_token>(directory_, *present);
+    auto found =
+        with_room(this, [&] { return std::make_unique<open_token>(directory_, *present); });
     if (found->info.uid != info_.uid) throw failure(error_code::removed);
     open_ = std::move(found);
     return *open_;
@@ -172,7 +199,10 @@ void token::verify_password(running_call& call, login& device_login, const char*
     open_token& open = start(call);
     login& state = login_of(open, device_login);
     state.end();
-    check_password(open.database, open.passwords, directory_, password, retries);
+    // A lock file is all that it opens, before anything else.
+    with_room(this, [&] {
+        check_password(open.database, open.passwords, directory_, password, retries);
+    });
     state.begin(open.plugged);
 }
 

@@ -9,6 +9,7 @@
 #include "library/login.h"
 #include "library/open_token.h"
 #include "library/running_call.h"
+#include "store/descriptor_limit.h"
 
 namespace vemra::softtoken {
 
@@ -58,7 +59,23 @@ public:
     /* Closes the database, unless a call is running. */
     void close_if_idle();
 
+    /*
+     * Runs something that opens files; when there are too many open, again after the databases of
+     * all tokens were closed that run no call. They open again at their next call. asking is the
+     * token whose mutex the caller holds, or null.
+     */
+    template <typename Open>
+    static auto with_room(const token* asking, Open open) {
+        try {
+            return open();
+        } catch (const out_of_descriptors&) {
+            close_idle_except(asking);
+        }
+        return open();
+    }
+
 private:
+    static void close_idle_except(const token* asking);
     void close();
     open_token& opened();
     open_token& start(running_call& call, int bytes = 0);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "store/descriptor_limit.h"
 #include "store/failure.h"
 
 namespace vemra::softtoken {
@@ -47,7 +48,8 @@ VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::string root = root_directory();
     std::vector<token*> attached;
-    for (const std::string& name : token_names(root)) {
+    auto names = token::with_room(nullptr, [&] { return token_names(root); });
+    for (const std::string& name : names) {
         token* found = find(root + "/" + name);
         if (found == nullptr || (type != -1 && found->known_type() != type)) continue;
         attached.push_back(found);
@@ -55,7 +57,8 @@ VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
     return list_of(std::move(attached));
 }
 
-// The attached token in a directory, or null. What cannot be read is reported once and skipped.
+// The attached token in a directory, or null. What cannot be read is reported once and skipped; but
+// too many open files say nothing about a token, and the list would be short of it.
 token* token_registry::find(const std::string& directory) {
     try {
         std::optional<plug> present = find_plug(plug_path(directory));
@@ -64,7 +67,11 @@ token* token_registry::find(const std::string& directory) {
             bool known = place != places_.end() && place->second->is_open_in(directory, *present);
             return known ? place->second : meet(directory, *present);
         }
-        if (identify(database_path(directory))) require_token_database(database_path(directory));
+        if (identify(database_path(directory))) {
+            token::with_room(nullptr, [&] { require_token_database(database_path(directory)); });
+        }
+    } catch (const out_of_descriptors&) {
+        throw;
     } catch (const failure& error) {
         report_once(error.what());
     }
@@ -73,7 +80,8 @@ token* token_registry::find(const std::string& directory) {
 
 // Opens the token in a directory and makes it known under its identity.
 token* token_registry::meet(const std::string& directory, const plug& present) {
-    auto open = std::make_unique<open_token>(directory, present);
+    auto open =
+        token::with_room(nullptr, [&] { return std::make_unique<open_token>(directory, present); });
     std::unique_ptr<token>& known = tokens_[open->info.uid];
     if (known == nullptr) {
         known = std::make_unique<token>(directory, std::move(open));

@@ -6,11 +6,13 @@
 #include <cerrno>
 #include <cstring>
 
+#include "store/descriptor_limit.h"
 #include "store/failure.h"
 
 namespace vemra::softtoken {
 
 void fail_with_errno(const std::string& path) {
+    if (is_descriptor_limit(errno)) throw out_of_descriptors(path, errno);
     throw failure(error_code::storage_failed, path + ": " + std::strerror(errno));
 }
 

@@ -5,7 +5,7 @@
 
 namespace vemra::softtoken {
 
-/* Throws storage_failed with the path and the text of errno. */
+/* Throws storage_failed with the path and the text of errno, or out_of_descriptors. */
 [[noreturn]] void fail_with_errno(const std::string& path);
 
 /* Makes the names in a directory durable. */

@@ -1,10 +1,12 @@
 #include "store/fault_file.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
+#include "store/descriptor_limit.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/plug.h"
@@ -22,6 +24,7 @@ std::string _path(const std::string& token_directory) {
 std::vector<fault> read_faults(const std::string& token_directory) {
     std::string path = _path(token_directory);
     std::ifstream file(path);
+    if (!file && is_descriptor_limit(errno)) fail_with_errno(path);
     if (!file) return {};
     std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     try {

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "store/descriptor_limit.h"
 #include "store/failure.h"
 
 namespace vemra::softtoken {
@@ -67,11 +68,13 @@ bool sqlite_connection::read_start(void* bytes, std::size_t size) const {
 
 void sqlite_connection::fail(int result) const {
     if ((result & 0xff) == SQLITE_NOMEM) throw std::bad_alloc();
+    int reason = database_ == nullptr ? 0 : sqlite3_system_errno(database_);
+    if ((result & 0xff) == SQLITE_CANTOPEN && is_descriptor_limit(reason)) {
+        throw out_of_descriptors(path_, reason);
+    }
     const char* text = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
     // A file that cannot be opened has a better reason than SQLite's.
-    if ((result & 0xff) == SQLITE_CANTOPEN && sqlite3_system_errno(database_) != 0) {
-        text = std::strerror(sqlite3_system_errno(database_));
-    }
+    if ((result & 0xff) == SQLITE_CANTOPEN && reason != 0) text = std::strerror(reason);
     throw failure(_code_of(result), path_ + ": " + _printable(text));
 }
 

@@ -4,8 +4,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+
+#include "store/descriptor_limit.h"
 
 namespace vemra::softtoken {
 
@@ -41,6 +44,7 @@ std::vector<std::string> token_names(const std::string& root) {
     std::vector<std::string> names;
     if (root.empty()) return names;
     std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(root.c_str()), closedir);
+    if (directory == nullptr && is_descriptor_limit(errno)) throw out_of_descriptors(root, errno);
     if (directory == nullptr) return names;
     while (const dirent* entry = readdir(directory.get())) {
         if (entry->d_name[0] != '.' && _is_directory(root, *entry))
