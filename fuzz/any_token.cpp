@@ -57,8 +57,8 @@ void change_values(choices& input, const std::string& path) {
         {"token", "type"},        {"token", "capacity"},          {"token", "slot_size"},
         {"token", "slots"},       {"token", "call_microseconds"}, {"token", "bytes_per_second"},
         {"token", "login_scope"}, {"token", "serial_number"},     {"slot", "id"},
-        {"slot", "length"},       {"slot", "attributes"},         {"slot", "data"},
-        {"certificate", "der"},   {"password", "retries_left"}};
+        {"slot", "length"},       {"slot", "attributes"},         {"slot", "bytes"},
+        {"slot", "sum"},          {"certificate", "der"},         {"password", "retries_left"}};
     sqlite_connection connection(path, SQLITE_OPEN_READWRITE);
     while (!input.is_used_up()) {
         const auto& column = columns[input.byte() % std::size(columns)];

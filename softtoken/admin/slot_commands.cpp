@@ -18,7 +18,7 @@ struct slot_options {
 
 void _list(const std::string& name) {
     named_token token(name);
-    transaction one_moment(token.database);
+    moment one_state(token.database);
     std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
     for (const slot_summary& slot : token.slots.list()) {
         std::printf("%6d %12d  ", slot.id, slot.length);

@@ -92,6 +92,7 @@ std::string _take_in(const snapshot_options& options, const draft& made) {
             exit_failed, options.file + " is damaged, nothing was changed: " + found.front().what);
     }
     database.connection().execute("PRAGMA journal_mode=WAL");
+    transaction(database).commit();
     return database.info().uid;
 }
 

@@ -2,12 +2,14 @@
 
 #include <sys/stat.h>
 
+#include <climits>
 #include <filesystem>
 
 #include "store/certificate.h"
 #include "store/failure.h"
 #include "store/fault_file.h"
 #include "store/password_hash.h"
+#include "store/slot_table.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken::admin {
@@ -48,21 +50,12 @@ void _check_password(token_database& database, const std::string& name, findings
 }
 
 void _check_slots(token_database& database, const std::string& name, findings& found) {
-    std::string advice =
-        "give it other bytes with \"load " + name + " SLOT FILE\", or " + _bring_back(name);
-    _ask(database,
-         "SELECT 'slot ' || id || ': length ' || length || ', bytes '"
-         " || coalesce(length(CAST(data AS BLOB)), 0) FROM slot WHERE typeof(length) <> 'integer'"
-         " OR length NOT BETWEEN 0 AND 2147483647 OR length(CAST(data AS BLOB)) <> length",
-         advice, found);
-    _ask(database,
-         "SELECT 'slot ' || id || ': bad attribute block' FROM slot"
-         " WHERE length(CAST(attributes AS BLOB)) <> 4",
-         advice, found);
-    _ask(database,
-         "SELECT 'slot ' || id || ': bad number' FROM slot"
-         " WHERE id NOT BETWEEN 0 AND 2147483647",
-         _bring_back(name), found);
+    std::string load = "give it other bytes with \"load " + name + " SLOT FILE\", or ";
+    for (const damaged_slot& slot : slot_table(database.connection()).damaged()) {
+        bool can_be_named = slot.id >= 0 && slot.id <= INT_MAX;
+        found.push_back({"slot " + std::to_string(slot.id) + ": " + slot.what,
+                         (can_be_named ? load : "") + _bring_back(name)});
+    }
 }
 
 void _check_keys(token_database& database, const std::string& name, findings& found) {

@@ -126,7 +126,7 @@ void _list() {
 
 void _info(const std::string& name) {
     named_token token(name);
-    transaction one_moment(token.database);
+    moment one_state(token.database);
     token_info info = token.database.info();
     retry_counter retries = token.passwords.retries();
     std::int64_t used = 0;

@@ -47,7 +47,8 @@ CREATE TABLE slot (
     id INTEGER PRIMARY KEY,
     attributes BLOB NOT NULL,
     length INTEGER NOT NULL,
-    data BLOB);
+    bytes BLOB,
+    sum INTEGER);
 CREATE TABLE keypair (
     id INTEGER PRIMARY KEY,
     public_key BLOB NOT NULL,

@@ -20,7 +20,17 @@ struct slot_summary {
     bool written = false;
 };
 
-/* The caller holds a transaction around each change. */
+/* A slot that is not as it was stored. */
+struct damaged_slot {
+    std::int64_t id = 0;
+    std::string what;
+};
+
+/*
+ * The caller holds a transaction around each change. With each slot its sum is stored; a slot whose
+ * sum is wrong can be deleted, made and written like any other, but not read. Tokens of format 1
+ * have no sums yet.
+ */
 class slot_table {
 public:
     explicit slot_table(sqlite_connection& connection) : connection_(connection) {}
@@ -29,7 +39,7 @@ public:
     std::optional<int> length(int id);
     /* Throws no_such_slot. */
     int existing_length(int id);
-    /* Copies the slot into the buffer and returns its length. */
+    /* Copies the slot into the buffer and returns its length. Throws damaged for a wrong sum. */
     int read(int id, unsigned char* buffer, int buffer_size);
     /* Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. */
     void create(int id, const unsigned char* attributes, int size, const token_limits& limits);
@@ -42,19 +52,25 @@ public:
     std::string torn(int id, const void* data, int arriving);
 
     std::vector<slot_summary> list();
+    /* Reads all slots. */
+    std::vector<damaged_slot> damaged();
 
 private:
+    std::string damage_of(const sqlite_query& row);
+    std::string attributes(int id);
     void require_room(int id, int size, const token_limits& limits);
 
     sqlite_connection& connection_;
     sqlite_statement length_{connection_, "SELECT length FROM slot WHERE id = ?1"};
-    sqlite_statement read_{connection_, "SELECT length, data FROM slot WHERE id = ?1"};
+    sqlite_statement row_{connection_, "SELECT * FROM slot WHERE id = ?1"};
+    // A length that damage made great must leave room for others.
     sqlite_statement room_{connection_,
-                           "SELECT count(*), coalesce(sum(length), 0) FROM slot WHERE id <> ?1"};
+                           "SELECT count(*), coalesce(sum(coalesce(length(bytes),"
+                           " min(max(length, 0), 2147483647))), 0) FROM slot WHERE id <> ?1"};
     sqlite_statement create_{connection_,
-                             "INSERT OR REPLACE INTO slot (id, attributes, length, data)"
-                             " VALUES (?1, ?2, ?3, NULL)"};
-    sqlite_statement write_{connection_, "UPDATE slot SET data = ?2 WHERE id = ?1"};
+                             "INSERT OR REPLACE INTO slot (id, attributes, length, bytes, sum)"
+                             " VALUES (?1, ?2, ?3, NULL, ?4)"};
+    sqlite_statement write_{connection_, "UPDATE slot SET bytes = ?2, sum = ?3 WHERE id = ?1"};
     sqlite_statement attributes_{connection_, "SELECT attributes FROM slot WHERE id = ?1"};
     sqlite_statement remove_{connection_, "DELETE FROM slot WHERE id = ?1"};
 };

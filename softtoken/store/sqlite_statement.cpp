@@ -50,6 +50,14 @@ bool sqlite_query::is_null(int column) const {
     return sqlite3_column_type(statement_, column) == SQLITE_NULL;
 }
 
+bool sqlite_query::is_integer(int column) const {
+    return sqlite3_column_type(statement_, column) == SQLITE_INTEGER;
+}
+
+int sqlite_query::columns() const {
+    return sqlite3_column_count(statement_);
+}
+
 std::string sqlite_query::text(int column) const {
     return std::string(bytes(column));
 }

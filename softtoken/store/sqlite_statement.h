@@ -51,6 +51,9 @@ public:
     std::int64_t integer(int column) const;
     int small(int column) const { return static_cast<int>(integer(column)); }
     bool is_null(int column) const;
+    bool is_integer(int column) const;
+    /* Those of the row that step gave, also where the statement asks for all of a table's. */
+    int columns() const;
     std::string text(int column) const;
     /* Valid until the next step. */
     std::string_view bytes(int column) const;

@@ -4,9 +4,12 @@
 #include <climits>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <string_view>
+#include <vector>
 
 #include "store/failure.h"
+#include "store/slot_sum.h"
 
 namespace vemra::softtoken {
 
@@ -37,7 +40,7 @@ void _require_token(const sqlite_connection& connection) {
         throw failure(error_code::damaged, path + ": not a software token");
     }
     std::uint32_t version = _big_endian(bytes, user_version_position);
-    if (version != schema_version) {
+    if (version != schema_version && version != version_without_sums) {
         throw failure(error_code::damaged,
                       path + ": token format " + std::to_string(version) + " is not known here");
     }
@@ -56,7 +59,42 @@ void _require_sound_log(const std::string& path) {
                   path + ": damaged log; move it away to go on with the state before it");
 }
 
+std::vector<std::int64_t> _slot_numbers(sqlite_connection& connection) {
+    sqlite_statement statement(connection, "SELECT id FROM slot");
+    sqlite_query query(statement);
+    std::vector<std::int64_t> numbers;
+    while (query.step())
+        numbers.push_back(query.integer(0));
+    return numbers;
+}
+
+// The column of bytes gets another name too: software that knows nothing of sums, and has had the
+// token open since before, must not go on to write bytes without them.
+void _add_sums(sqlite_connection& connection) {
+    connection.execute(
+        "ALTER TABLE slot RENAME COLUMN data TO bytes; ALTER TABLE slot ADD COLUMN sum INTEGER");
+    sqlite_statement read(connection, "SELECT attributes, length, bytes FROM slot WHERE id = ?1");
+    sqlite_statement write(connection, "UPDATE slot SET sum = ?2 WHERE id = ?1");
+    for (std::int64_t id : _slot_numbers(connection)) {
+        std::int64_t sum = 0;
+        {
+            sqlite_query row(read);
+            row.bind(1, id).step();
+            std::optional<std::string_view> bytes;
+            if (!row.is_null(2)) bytes = row.bytes(2);
+            sum = slot_sum(id, row.bytes(0), row.integer(1), bytes);
+        }
+        sqlite_query(write).bind(1, id).bind(2, sum).run();
+    }
+}
+
 }  // namespace
+
+std::uint32_t format_version(sqlite_connection& connection) {
+    sqlite_statement statement(connection, "PRAGMA user_version");
+    sqlite_query query(statement);
+    return query.step() ? static_cast<std::uint32_t>(query.integer(0)) : 0;
+}
 
 void require_token_database(const std::string& path) {
     _require_token(sqlite_connection(path, SQLITE_OPEN_READONLY));
@@ -114,12 +152,49 @@ void token_database::set_behaviour(const token_limits& limits, login_scope login
         .run();
 }
 
+// In the transaction that is open; true when there was something to do.
+bool token_database::take_over() {
+    if (is_present_format_) return false;
+    if (format_version(connection_) == schema_version) {
+        is_present_format_ = true;
+        return false;
+    }
+    _add_sums(connection_);
+    connection_.execute("PRAGMA user_version=" + std::to_string(schema_version));
+    return true;
+}
+
+// Other software looks for the format in the database file before it reads the log. What a reader
+// holds back here comes with a later change.
+void token_database::end_take_over() {
+    is_present_format_ = true;
+    sqlite3_wal_checkpoint_v2(connection_.raw(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
+                              nullptr);
+}
+
+moment::moment(token_database& database) : database_(database.connection().raw()) {
+    database.connection().execute("BEGIN");
+}
+
+moment::~moment() {
+    sqlite3_exec(database_, "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
 transaction::transaction(token_database& database) : database_(database) {
     sqlite_query(database.begin_).run();
+    try {
+        takes_over_ = database.take_over();
+    } catch (...) {
+        roll_back();
+        throw;
+    }
 }
 
 transaction::~transaction() {
-    if (!open_) return;
+    if (open_) roll_back();
+}
+
+void transaction::roll_back() noexcept {
     try {
         sqlite_query(database_.rollback_).run();
     } catch (const std::exception&) {
@@ -130,6 +205,7 @@ transaction::~transaction() {
 void transaction::commit() {
     sqlite_query(database_.commit_).run();
     open_ = false;
+    if (takes_over_) database_.end_take_over();
 }
 
 }  // namespace vemra::softtoken

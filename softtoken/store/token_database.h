@@ -12,10 +12,18 @@ namespace vemra::softtoken {
 
 /* "VTok" */
 constexpr std::uint32_t application_id = 0x56546f6b;
-constexpr std::uint32_t schema_version = 1;
+constexpr std::uint32_t schema_version = 2;
+/*
+ * The format before sums were stored with slots. It is read as it is; the first change of a token
+ * takes it over into the present one.
+ */
+constexpr std::uint32_t version_without_sums = 1;
 
-/* Throws damaged unless the file's header says that it is a token of this version. Reads only. */
+/* Throws damaged unless the file's header says that it is a token of a known format. Reads only. */
 void require_token_database(const std::string& path);
+
+/* The format that the token has at this moment; another process may take it over. */
+std::uint32_t format_version(sqlite_connection& connection);
 
 class token_database {
 public:
@@ -30,15 +38,31 @@ public:
 private:
     friend class transaction;
 
+    bool take_over();
+    void end_take_over();
+
     sqlite_connection connection_;
+    bool is_present_format_ = false;
     sqlite_statement begin_{connection_, "BEGIN IMMEDIATE"};
     sqlite_statement commit_{connection_, "COMMIT"};
     sqlite_statement rollback_{connection_, "ROLLBACK"};
 };
 
+/* One state of the token for all that is read while it lives. It waits for no change. */
+class moment {
+public:
+    explicit moment(token_database& database);
+    ~moment();
+    moment(const moment&) = delete;
+    moment& operator=(const moment&) = delete;
+
+private:
+    sqlite3* database_;
+};
+
 /*
  * One change: all or nothing, durable when commit returns. While it lives no other process changes
- * the token.
+ * the token. A token of an earlier format is taken over with it.
  */
 class transaction {
 public:
@@ -51,8 +75,11 @@ public:
     void commit();
 
 private:
+    void roll_back() noexcept;
+
     token_database& database_;
     bool open_ = true;
+    bool takes_over_ = false;
 };
 
 }  // namespace vemra::softtoken
