@@ -286,16 +286,4 @@ TEST_F(append, asks_nothing_of_a_device_without_a_handle) {
               text_lines{"VemraPKICryptoGetSerialNumber(SN-1, null)"});
 }
 
-TEST_F(append, of_a_name_with_a_separator_vanishes_from_the_list) {
-    add_device_with("A&8130");
-    for (const char* bad : {"x||y", "x&y"}) {
-        name = bad;
-        record = image_record(name, data);
-        EXPECT_EQ(append_quietly(), 1);
-        EXPECT_EQ(listed_names().front(), "A");
-        for (const std::string& listed : listed_names())
-            EXPECT_NE(listed, bad);
-    }
-}
-
 }  // namespace

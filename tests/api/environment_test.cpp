@@ -1,6 +1,7 @@
 #include <csignal>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "api/api_test.h"
 
@@ -155,6 +156,34 @@ TEST_F(environment, empty_directory_leaves_the_fields_untouched) {
     EXPECT_EQ(config.log_directory, mark);
 }
 
+TEST_F(environment, directory_is_rendered_anew_from_its_components) {
+    const std::pair<const char*, const char*> rows[] = {
+        {"/var/log/seals/", "/var/log/seals"},
+        {"log//seals", "log//seals"},
+        {"/tmp/x", "/tmp"},
+        {"log//x", "log//x"},
+        {"log//", "log"},
+        {"log///", "log//"},
+        {"//", "/"},
+        {"C:\\logs\\seals", "C:/logs/seals"},
+        {"\\\\server\\seals", "\\/server/seals"},
+    };
+    for (const auto& [set, told] : rows) {
+        EXPECT_EQ(directory_of(initialize_with(set, static_cast<int>(std::strlen(set)))), told)
+            << set;
+    }
+}
+
+TEST_F(environment, directory_of_one_character_is_empty) {
+    for (const char* set : {"/", "\\", "x"}) {
+        VEMRA_APP_STAMP_CONFIG config{-9, -8, nullptr};
+        const VEMRA_APP_STAMP_ENV_HANDLE handle = initialize_with(set, 1);
+        const stdout_capture unseen;
+        EXPECT_EQ(VemraAppStampEnvGetConfiguration(handle, &config), 1);
+        EXPECT_EQ(config.log_directory_length, -8) << set;
+    }
+}
+
 TEST_F(environment, directory_without_memory_is_null_with_its_true_length_and_status_1) {
     char mark[] = "mark";
     VEMRA_APP_STAMP_CONFIG config{-9, -8, mark};
@@ -210,9 +239,24 @@ TEST_F(environment, uninitialize_is_1_prints_nothing_and_releases_nothing) {
     EXPECT_EQ(VemraAppStampEnvInitialize(nullptr), handle);
 }
 
-TEST_F(environment, no_function_needs_initialization) {
+TEST_F(environment, no_stamp_function_needs_initialization) {
     add_device_with("Seal&8130");
+    const std::string uuid = uuid_of(0);
+    std::string name = "New";
+    std::string data = "new bytes";
+    const VEMRA_APP_STAMP_RECORD record = image_record(name, data);
     EXPECT_EQ(listed_names(), text_lines{"Seal"});
+    const stdout_capture unseen;
+    EXPECT_EQ(VemraAppStampAppendStamp("SN-1", 4, 3, nullptr, &record), 1);
+    EXPECT_EQ(VemraAppStampUpdateStamp(bytes_of(uuid), 8, nullptr, &record), 1);
+    EXPECT_EQ(VemraAppStampDeleteStamp(bytes_of(uuid), 8, nullptr), 1);
+}
+
+TEST_F(environment, two_functions_need_the_handle) {
+    const stdout_capture unseen;
+    VEMRA_APP_STAMP_CONFIG config{0, 0, nullptr};
+    EXPECT_EQ(VemraAppStampEnvGetConfiguration(nullptr, &config), -1);
+    EXPECT_EQ(VemraAppStampEnvUninitialize(nullptr), -1);
 }
 
 }  // namespace

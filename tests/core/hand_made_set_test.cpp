@@ -252,6 +252,21 @@ TEST_F(hand_made_entry, delete_passes_the_error_of_a_mutex_of_the_map_on) {
     expect_system_error("VemraAppStampDeleteStamp", [] { remove(); });
 }
 
+TEST_F(hand_made_entry, listing_tells_the_error_of_a_mutex_of_the_map_by_a_line_alone) {
+    fake.fill_slot(8127, std::string("\x0e\0\0\0\x01Seal&8130", 14));
+    const stdout_capture captured;
+    VEMRA_APP_STAMP_SET_HANDLE listed = nullptr;
+    {
+        lock_watch watch(g_stamp_device_map);
+        watch.fail_with(EINVAL);
+        EXPECT_NO_THROW(listed = VemraAppStampGetAllStamps(-1, nullptr, 0, -1));
+        EXPECT_EQ(watch.count(), 1);
+    }
+    EXPECT_NE(listed, nullptr);
+    EXPECT_EQ(captured.error_lines().size(), 1U);
+    VemraAppStampFreeStamps(listed);
+}
+
 TEST_F(hand_made_set, initialize_passes_the_error_of_a_mutex_on) {
     char directory[] = "/tmp/elsewhere";
     const VEMRA_APP_STAMP_CONFIG config = {0, 14, directory};
