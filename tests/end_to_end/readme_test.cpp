@@ -20,4 +20,17 @@ TEST_F(readme, program_reads_the_seals_of_all_tokens) {
                   " bytes\n");
 }
 
+TEST_F(readme, program_tells_a_seal_that_cannot_be_taken_from_the_end_of_the_set) {
+    make_token("office", "SN-1", 1);
+    for (const char* name : {"A", "B", "C"})
+        store("SN-1", 1, name, "name_seal.png");
+    const std::string size = std::to_string(picture("name_seal.png").size());
+
+    const end_to_end::outcome result = run_on_tokens({README_PROGRAM_REFUSED});
+
+    EXPECT_EQ(result.exit_code, 1);
+    EXPECT_EQ(result.errors, "A: " + size + " bytes\nseal 2 of 3 cannot be taken: status -3\nC: " +
+                                 size + " bytes\n");
+}
+
 }  // namespace
