@@ -14,72 +14,202 @@
  *     VemraAppStampUpdateStamp, VemraAppStampDeleteStamp   change it through its uuid
  *     VemraAppStampFreeMemory, VemraAppStampFreeStamp, VemraAppStampFreeStamps   give all back
  *
- * What an integrator must know
- * ----------------------------
+ * This comment is what an integrator must know; each function's own comment follows. Every
+ * caution has a key in brackets, by which other comments and documents name it. The rules of a
+ * paragraph hold for all functions, and no function repeats them.
  *
- * The trace. Every call but those of VemraAppStampEnvInitialize and VemraAppStampEnvUninitialize
+ * The trace
+ * ---------
+ *
+ * [trace] Every call but those of VemraAppStampEnvInitialize and VemraAppStampEnvUninitialize
  *   prints its trace on standard output: an entry and an exit line, one line per argument, and what
- *   happened between. Every argument is printed, DEVICE PASSWORDS INCLUDED, and
- *   VemraAppStampGetStampData prints the whole stamp in hexadecimal. Nothing turns this off. An
- *   application that must not show or keep it gives the library another standard output
- *   (examples/own_output.c shows how). `device_sn` and `password` are printed as C strings and so
- *   must be NUL-terminated readable text, even where a length is given beside them.
+ *   happened between. Nothing turns this off.
  *
- * Passwords. A wrong password does not stop a write: it is logged with the attempts left, the
+ * [trace-secrets] Every argument is printed, DEVICE PASSWORDS INCLUDED, and
+ *   VemraAppStampGetStampData prints the whole stamp in hexadecimal. An application that must not
+ *   show or keep it gives the library another standard output (examples/own_output.c shows how).
+ *
+ * [trace-text] `device_sn` and `password` are printed as C strings and so must be NUL-terminated
+ *   readable text, even where a length is given beside them.
+ *
+ * [trace-broken] If standard output is a pipe that nobody reads any more, SIGPIPE ends the process,
+ *   unless the application ignores that signal; then the lines are lost and the calls work on. If
+ *   descriptor 1 is closed, the next file that the process opens gets this number, and THE TRACE
+ *   GOES INTO THAT FILE: keep descriptor 1 open.
+ *
+ * Passwords and statuses
+ * ----------------------
+ *
+ * [password-wrong] A wrong password does not stop a write: it is logged with the attempts left, the
  *   operation goes on, and the device itself accepts or refuses it. A call with a wrong password
- *   that returns 1 has written. Each wrong one costs an attempt.
+ *   that returns 1 has written.
  *
- * Status 0 has several causes (no device, no such uuid, a failed read, a failed write ...). The
- *   error line on standard output names which; the status alone does not.
+ * [password-attempts] Each wrong password costs an attempt. It is verified before the type, the
+ *   mapping and the free slots are looked at, so a call that ends with -4, -7 or 0 may have cost
+ *   one too. NULL verifies none.
  *
- * Names. The mapping joins names and slot numbers with "&" and "||" and escapes nothing. An empty
- *   name, or a name with "&" or "||" in it, does not survive the mapping: such a stamp vanishes
- *   from the list and its slot counts as free, so that a later append overwrites it. The library
- *   refuses only the empty name: CALLERS MUST REFUSE THE OTHERS before they call
- *   VemraAppStampAppendStamp or VemraAppStampUpdateStamp.
+ * [status-0] Status 0 has several causes (no device, no such uuid, a failed read, a failed write
+ *   ...). The error line on standard output names which; the status alone does not.
  *
- * A uuid names a place (device, device type, slot), not a picture. It stays the same when the
- *   stamp is replaced, and after a delete and an append another stamp has it. It is known to a
- *   process only after VemraAppStampGetAllStamps has listed it in that process.
+ * [silent-loss] Status 1 can hide a loss. Where memory fails, or a device tells as absent or as
+ *   done what is not so, a call can go on and tell success without an error line:
+ *     - Slot 8127 reads as empty. An append then takes the device for empty, writes a mapping with
+ *       no other stamp in it and OVERWRITES THE STAMP IN SLOT 8130. An update or a delete drops all
+ *       other entries; their bytes stay in their slots, unlisted. A listing finds nothing there.
+ *     - A stamp's slot reads as empty: the stamp is listed without bytes.
+ *     - A write or a delete that the device only told as done: the mapping, the new bytes or the
+ *       deletion are lost.
+ *     - VemraAppStampGetStampData, VemraAppStampGetStampOwnDevice and
+ *       VemraAppStampEnvGetConfiguration return 1 with a NULL buffer.
+ *   A listing that had to leave out a stamp, or the rest of a device, is a success too; an error
+ *   line tells of it. Where there was no memory for the old bytes of a slot, a failed write leaves
+ *   it empty. So list again after a change and compare; make no change while memory is short.
  *
- * Two writes. A change writes the picture's slot and the mapping's slot, one after the other, and
- *   nothing rolls the first back when the second fails. Each function says what a failure leaves.
+ * Names
+ * -----
  *
- * One writer. Concurrent writers to one device, threads or processes, can lose each other's
+ * [names] The mapping joins names and slot numbers, "NAME&SLOT||NAME&SLOT", and escapes nothing. A
+ *   name comes back as it was exactly when it holds neither "&" nor "||". The library refuses only
+ *   the empty name: CALLERS MUST REFUSE THE OTHERS before they call VemraAppStampAppendStamp or
+ *   VemraAppStampUpdateStamp, which return 1 for them.
+ *
+ * [names-own] With a separator in it, a name is first cut at each "||", from the left. What stands
+ *   behind the last one is cut at each "&", and empty pieces are dropped. If one piece is left, the
+ *   stamp is listed under it ("A||B" as "B"; "A&" and "&A" as "A"). If none is left ("&", "A||"),
+ *   the stamp vanishes from the list; if two or more are ("A&B"), too, unless the second reads as
+ *   the stamp's own slot. The slot of a stamp that vanished counts as free: a later append
+ *   overwrites it.
+ *
+ * [names-others] Each part of such a name, between "||", that has two or more pieces is an entry of
+ *   its own: the first piece names the slot whose number the second one is. "X&8130", stored in a
+ *   higher slot, RENAMES THE STAMP IN 8130 to "X". With the number of a higher slot that is listed
+ *   it changes nothing else; with that of a free slot ("X&8133") it lists a phantom, without bytes
+ *   or with whatever lies there, which takes up a slot until it is deleted. Any other number is
+ *   skipped by listings and stays in the mapping. Digits are not checked: each byte counts by its
+ *   distance from "0", modulo 2^32, so "X&4294975426" and "X&812:" name 8130 too. Renames and
+ *   phantoms give no error line, and the next change of the mapping writes them down for good.
+ *
+ * [names-bytes] Names are byte strings. UTF-8 is usual and nothing checks it; control characters
+ *   and NUL bytes pass. Names and serial numbers come from a device that others wrote: take the
+ *   control characters out before a terminal shows them (examples/harmless_text.c).
+ *
+ * Uuids
+ * -----
+ *
+ * [uuid-place] A uuid names a place (device, device type, slot), not a picture. It stays the same
+ *   when the stamp is replaced, and after a delete and an append another stamp has it.
+ *
+ * [uuid-listed] A uuid is known to a process only after VemraAppStampGetAllStamps has listed it in
+ *   that process.
+ *
+ * [uuid-deleted] The uuid of a deleted stamp stays known. Removing it again succeeds, and UPDATING
+ *   IT STORES A STAMP AGAIN in its slot.
+ *
+ * [replug] A device of which a stamp was listed stays open until the library is unloaded, and each
+ *   uuid stays with the handle that listed it first. Where pulling a device out kills its handles,
+ *   plugging it in again leaves the library with dead ones: a new listing shows its stamps and
+ *   VemraAppStampGetStamp returns 1, but VemraAppStampGetStampOwnDevice, VemraAppStampUpdateStamp
+ *   and VemraAppStampDeleteStamp return 0 until the library is loaded anew, while
+ *   VemraAppStampAppendStamp works. Keep stamp operations in a process that can be started again.
+ *
+ * Changing a device
+ * -----------------
+ *
+ * [two-writes] A change writes the picture's slot and the mapping's slot, one after the other, and
+ *   nothing rolls the first back when the second fails. Each function says what is then left. All
+ *   that is said there of a failed write holds only where the old content of the slot that was
+ *   being written could be put back.
+ *
+ * [put-back] A slot of another length is deleted, created and written, and put back by creating and
+ *   writing it again. If the device fails at that too (it was pulled out in between, for example),
+ *   or when asked for a length between deleting and creating, the slot is absent or empty: a
+ *   picture is gone, or, in slot 8127, THE WHOLE MAPPING: all three writers return 0, the device
+ *   lists no stamp, every picture still lies in its slot, and the next append overwrites slot 8130.
+ *
+ * [save-first] So take every stamp of the device out, bytes, name and uuid, before a change. After
+ *   a status 0 list again before anything else, and compare. If stamps are missing, APPEND NOTHING:
+ *   call VemraAppStampUpdateStamp with each uuid and the bytes and name that were taken before.
+ *   Each goes back into its own slot and gets its entry. Where the uuids are not known any more, or
+ *   their handles are dead [replug], load the library anew and append all that was taken, in the
+ *   order of the list. Pictures that were not taken out can no longer be read through this library;
+ *   save the slots by other means before any append.
+ *
+ * [one-writer] Concurrent writers to one device, threads or processes, can lose each other's
  *   changes: reading the mapping and writing it back is not one step. A writer that reads while
  *   another replaces the mapping may even take the device for empty, drop all its entries and
  *   overwrite a stamp that neither of them named; the other may fail and leave no mapping at all.
- *   Let one writer at a time work on a device.
+ *   Let one writer at a time work on a device; the library has no lock for it.
  *
- * Releasing. Sets are given back with VemraAppStampFreeStamps, records with
- *   VemraAppStampFreeStamp, every other buffer with VemraAppStampFreeMemory. VemraAppStampFreeStamp
- *   does not release the record's `name`: release it first with
- *   VemraAppStampFreeMemory(record->name).
+ * [sealed] A stamp whose bytes are exactly "VemraSeal", with or without one zero byte behind it, is
+ *   deleted without a look at the mapping: its entry stays and lists a stamp without bytes. Refuse
+ *   such pictures.
  *
- * The crash handler. VemraAppStampEnvInitialize, which nothing else needs, installs a handler for
- *   SIGILL, SIGSEGV and SIGABRT that prints one line and RETURNS. After a real fault the faulting
- *   instruction runs again, so the fault repeats for ever. An application that calls it restores
- *   its own handlers, or the default ones, straight afterwards.
+ * Records, buffers and lengths
+ * ----------------------------
  *
- * Exceptions. Device failures are caught and become status 0. Some C++ exceptions can still leave
- *   a function and cross into the caller, after the exit line is printed:
- *     std::bad_alloc     memory failed where no -3 is promised: inside strings, containers and
- *                        log lines, in any function that traces;
- *     std::length_error  a length beyond what a string can hold;
- *     std::system_error  a mutex could not be locked;
- *     std::runtime_error in VemraAppStampAppendStamp, when the type of a device with the right
- *                        serial number cannot be read;
- *     std::logic_error and anything else that the device library itself throws outside the
- *                        guarded calls, or that is not a std::exception.
- *   A C caller cannot catch them: they end the process. If memory fails even for the exit line, or
- *   for the text of a device failure, or if a set cannot be locked to be released, the process
- *   ends at once.
+ * [release] Sets are given back with VemraAppStampFreeStamps, records with VemraAppStampFreeStamp,
+ *   every other buffer with VemraAppStampFreeMemory. VemraAppStampFreeStamp does not release the
+ *   record's `name`: release it first with VemraAppStampFreeMemory(record->name).
  *
- * Threads. Any function may be called from any thread. A set or a record must not be released
- *   while another thread uses it. The last status is kept per thread.
+ * [read-only] Records that were handed out are read-only, but for giving `name` back.
+ *   VemraAppStampFreeStamp releases what `data` and `own_device` point to, whoever made it. To
+ *   store such a stamp again, changed, copy its first five fields into a record of your own.
  *
- * Lengths are in bytes. Text is NUL-terminated where the library makes it, and the reported length
- * does not count the NUL. Names are byte strings; UTF-8 is usual and nothing checks it.
+ * [own-record] Records to store are the caller's own, zeroed first. They never go to
+ *   VemraAppStampFreeStamp, which would release their data, and know no device.
+ *
+ * [lengths] Lengths are in bytes. Text is NUL-terminated where the library makes it, and the
+ *   reported length does not count the NUL. `data_length` has 64 bits, but devices get its low 32
+ *   as a signed number: 0x100000005 stores 5 bytes and 0x100000000 none, both with status 1, and 2
+ *   GiB are a negative length. Refuse pictures above 16 MiB before the call.
+ *
+ * The environment
+ * ---------------
+ *
+ * [environment] No stamp function needs VemraAppStampEnvInitialize; only
+ *   VemraAppStampEnvGetConfiguration and VemraAppStampEnvUninitialize do, for its handle. The
+ *   settings are kept and reported; the trace heeds neither.
+ *
+ * [crash-handler] VemraAppStampEnvInitialize installs a handler for SIGILL, SIGSEGV and SIGABRT
+ *   that prints one line and RETURNS. After a real fault the faulting instruction runs again, so
+ *   the fault repeats for ever. An application that calls it restores its own handlers, or the
+ *   default ones, straight afterwards, each time.
+ *
+ * [log-directory] The log directory is reported anew from its components, joined by "/". "/" and
+ *   "\" end a component of at least one character; where a component would begin, they are its
+ *   first character; a rest of one character at the end is dropped. So "/var/log/" is reported as
+ *   "/var/log", "/tmp/x" as "/tmp", "log//seals" unchanged, "log///" as "log//", "//" as "/",
+ *   "C:\logs" as "C:/logs", and "/" as nothing.
+ *
+ * Exceptions and ends of the process
+ * ----------------------------------
+ *
+ * [exceptions] Failures that a device reports become status 0. But any function except
+ *   VemraAppStampEnvUninitialize can let a C++ exception out, and a C caller cannot catch it: it
+ *   ends the process. These can leave a function:
+ *     - std::bad_alloc, wherever memory fails and neither a -3 nor a loss is told of.
+ *     - std::system_error, where a mutex cannot be locked; a listing prints an error line instead.
+ *     - std::length_error, from VemraAppStampGetStampData, for a data_length that no text can hold.
+ *     - std::runtime_error, from VemraAppStampAppendStamp, when the type of a device with the right
+ *       serial number cannot be read.
+ *     - Anything that the device library throws out of the password check or of an append's
+ *       questions for serial numbers and types, or that is not a std::exception.
+ *   The exit line is printed, unless there was no memory for the entry line, and the last status
+ *   stays as it was.
+ *
+ * [process-end] The process ends at once if memory fails for an exit line or for the text of a
+ *   device failure, or if a set cannot be locked to be released.
+ *
+ * [cancel] Do not cancel a thread inside a call: a cancellation that takes effect while the exit
+ *   line is written ends the process.
+ *
+ * Threads
+ * -------
+ *
+ * [threads] Any function may be called from any thread. A set or a record must not be released
+ *   while another thread uses it.
+ *
+ * [last-status] The last status is kept per thread.
  */
 #ifndef VEMRA_APP_STAMP_H
 #define VEMRA_APP_STAMP_H
@@ -148,7 +278,8 @@ typedef struct VEMRA_APP_STAMP_CONFIG {
 /**
  * One stamp. VemraAppStampGetStamp makes records; for VemraAppStampAppendStamp and
  * VemraAppStampUpdateStamp the caller fills one of its own, zeroed first (48 bytes on 64-bit
- * machines). Callers read and write the first five fields and never touch the last two.
+ * machines). Callers fill and read the first five fields and never touch the last two. A record
+ * that was handed out is read-only [read-only].
  */
 typedef struct VEMRA_APP_STAMP_RECORD {
     /** VEMRA_APP_STAMP_TYPE_IMAGE in stamps to store; as above in stamps handed out. */
@@ -214,10 +345,7 @@ VEMRA_APP_STAMP_API int VemraAppStampFreeMemory(void* mem);
 
 /**
  * Makes the environment, or finds the one that there is, and installs the crash handler for
- * SIGILL, SIGSEGV and SIGABRT, on every call. No other function needs this call.
- *
- * The handler prints one line and returns, so a real fault repeats for ever unless the
- * application restores its own handler or the default one after this call.
+ * SIGILL, SIGSEGV and SIGABRT, on every call [crash-handler]. No stamp function needs this call.
  *
  * config  in  may be NULL. log_directory replaces the directory when it is not NULL and
  *             log_directory_length is above 0; exactly that many bytes are read. log_level is
@@ -225,7 +353,6 @@ VEMRA_APP_STAMP_API int VemraAppStampFreeMemory(void* mem);
  *
  * Returns the environment, never NULL and always the same; not released. The last status stays
  * as it was.
- * Exceptions: std::bad_alloc, std::system_error.
  * Threads: any. Setting the directory while another thread reads it with
  *          VemraAppStampEnvGetConfiguration is a data race.
  * Logs: nothing.
@@ -240,12 +367,10 @@ VemraAppStampEnvInitialize(const VEMRA_APP_STAMP_CONFIG* config);
  * config  out  log_level is set. log_directory becomes a new NUL-terminated buffer, freed by the
  *              caller with VemraAppStampFreeMemory (NULL when there is no memory), and
  *              log_directory_length its true length; both stay as they were when the directory
- *              is empty. The directory is rendered anew from its components: without a trailing
- *              separator, and without a last component of one character.
+ *              is empty. The directory is rendered anew from its components [log-directory].
  *
  * Returns, tested in this order:
  *   -1 handle is NULL; -2 config is NULL; 1 done.
- * Exceptions: std::bad_alloc, std::system_error.
  * Threads: any, except while another thread sets the directory.
  * Logs: the arguments.
  */
@@ -277,11 +402,10 @@ VEMRA_APP_STAMP_API int VemraAppStampEnvUninitialize(VEMRA_APP_STAMP_ENV_HANDLE 
  * Returns a new set, perhaps empty, released with VemraAppStampFreeStamps; or NULL. Its stamps
  * stand in the order of the devices and, within a device, in ascending order of their slots. A
  * listed slot without bytes gives a stamp without bytes. A device that fails half-way keeps what
- * was read of it, and the others are still listed; the log names the failure.
+ * was read of it, and the others are still listed; the log names the failure [silent-loss].
  * The last status becomes, tested in this order:
  *   -4 type is none of the three; 0 the devices could not be read, or there is none;
  *   -3 no memory for the set; 1 done.
- * Exceptions: std::bad_alloc, std::length_error, std::system_error.
  * Threads: any.
  * Logs: the arguments; each uuid; devices, entries and slots that were skipped, and why.
  */
@@ -308,7 +432,6 @@ VEMRA_APP_STAMP_API int VemraAppStampFreeStamps(VEMRA_APP_STAMP_SET_HANDLE handl
  *
  * Returns, tested in this order:
  *   -1 handle is NULL; -2 count is NULL; 1 done.
- * Exceptions: std::system_error.
  * Threads: any, while nobody frees the set.
  * Logs: the arguments.
  */
@@ -326,7 +449,8 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampCount(VEMRA_APP_STAMP_SET_HANDLE ha
  * output_uuid_size  out  length of the uuid in bytes
  * output_stamp      out  new record. The caller first frees its name with
  *                        VemraAppStampFreeMemory((*output_stamp)->name), then the record with
- *                        VemraAppStampFreeStamp. It keeps its device alive.
+ *                        VemraAppStampFreeStamp. It keeps its device alive and is read-only
+ *                        [read-only].
  * On failure no output is written, but for *output_uuid, which becomes NULL when the uuid's
  * buffer cannot be allocated.
  *
@@ -336,7 +460,6 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampCount(VEMRA_APP_STAMP_SET_HANDLE ha
  *   -3 no memory for the record or the bytes (if it fails for the bytes, the unfinished record is
  *   never released); 0 the stamp has no name; -3 no memory for the name or the uuid (if it fails
  *   for the uuid, the copy of the name is never released); 1 done.
- * Exceptions: std::bad_alloc, std::system_error.
  * Threads: any, while nobody frees the set.
  * Logs: the arguments; the cause of a status 0.
  */
@@ -348,7 +471,7 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle,
 /**
  * Releases a record that VemraAppStampGetStamp made, with its bytes and its hold on the device.
  * It does NOT release the name: free that first, with VemraAppStampFreeMemory(record->name).
- * Never give it a record of your own.
+ * Never give it a record of your own [own-record].
  *
  * handle  in  the record; it is gone afterwards
  *
@@ -383,7 +506,6 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampType(const VEMRA_APP_STAMP_RECORD* 
  *
  * Returns, tested in this order:
  *   -1 handle is NULL; -2 an output is NULL; 1 done.
- * Exceptions: std::bad_alloc, for the hexadecimal text in the log.
  * Threads: any, while nobody frees the record.
  * Logs: the arguments; the length; ALL THE BYTES in hexadecimal, two characters a byte. Without
  *       memory for the copy, one assertion message on standard error.
@@ -441,10 +563,11 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_REC
  * device_sn_length  in  bytes of device_sn
  * device_type       in  type of the device; -1 is not accepted
  * password          in  NUL-terminated user password of the device, PRINTED IN CLEAR; NULL to
- *                       verify none. A wrong one is logged and does not stop the write.
+ *                       verify none. A wrong one is logged, costs an attempt and does not stop the
+ *                       write [password-wrong].
  * stamp             in  the stamp: type VEMRA_APP_STAMP_TYPE_IMAGE, a name (not empty, without
- *                       "&" and "||": the caller must see to that) and bytes. Devices take
- *                       lengths below 2 GiB.
+ *                       "&" and "||": the caller must see to that [names]) and bytes. Lengths of
+ *                       4 GiB and more are cut [lengths].
  * All are borrowed for the call.
  *
  * Returns, tested in this order:
@@ -453,11 +576,10 @@ VEMRA_APP_STAMP_API int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_REC
  *   -1 it has no name;
  *   0 the devices could not be read, there is none, or none matches; -4 the type is 0;
  *   0 the mapping could not be read; -7 all slots are taken;
- *   0 a write failed: the picture's (the slot is as it was before, as far as the device allows)
- *   or the mapping's (the picture lies in its slot, unlisted, and a later append overwrites it);
- *   1 done.
- * Exceptions: std::runtime_error, std::bad_alloc, std::length_error, std::system_error.
- * Threads: any, but one writer to a device at a time.
+ *   0 a write failed: the picture's (the slot has its old content or is empty) or the mapping's
+ *   (the picture lies in its slot, unlisted, and a later append overwrites it); where the old
+ *   content could not be put back, it is lost [put-back]; 1 done.
+ * Threads: any, but one writer to a device at a time [one-writer].
  * Logs: the arguments, THE PASSWORD INCLUDED; the cause of every failure but -4.
  */
 VEMRA_APP_STAMP_API int VemraAppStampAppendStamp(const char* device_sn,
@@ -466,12 +588,14 @@ VEMRA_APP_STAMP_API int VemraAppStampAppendStamp(const char* device_sn,
                                                  const VEMRA_APP_STAMP_RECORD* stamp);
 
 /**
- * Replaces the bytes and the name of a stamp. The uuid goes on naming its place.
+ * Replaces the bytes and the name of a stamp, or stores one again in the place of a deleted stamp
+ * [uuid-deleted]. The uuid goes on naming its place.
  *
  * uuid       in  from VemraAppStampGetStamp
  * uuid_size  in  its length in bytes
  * password   in  NUL-terminated user password of the device, PRINTED IN CLEAR; NULL to verify
- *                none. A wrong one is logged and does not stop the write.
+ *                none. A wrong one is logged, costs an attempt and does not stop the write
+ *                [password-wrong].
  * stamp      in  the new bytes and name, as for VemraAppStampAppendStamp
  * All are borrowed for the call.
  *
@@ -481,11 +605,10 @@ VEMRA_APP_STAMP_API int VemraAppStampAppendStamp(const char* device_sn,
  *   -1 it has no name;
  *   0 no enumeration of this process has listed the uuid; -4 the type is 0;
  *   0 the mapping could not be read;
- *   0 a write failed: the picture's (the slot is as it was before, as far as the device allows)
- *   or the mapping's (the new picture stands under the old name);
+ *   0 a write failed: the picture's (the old one is back) or the mapping's (the new picture stands
+ *   under the old name); where the old content could not be put back, it is lost [put-back];
  *   1 done.
- * Exceptions: std::bad_alloc, std::length_error, std::system_error.
- * Threads: any, but one writer to a device at a time.
+ * Threads: any, but one writer to a device at a time [one-writer].
  * Logs: the arguments, THE PASSWORD INCLUDED; the cause of every failure but -4.
  */
 VEMRA_APP_STAMP_API int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
@@ -493,23 +616,23 @@ VEMRA_APP_STAMP_API int VemraAppStampUpdateStamp(const unsigned char* uuid, unsi
                                                  const VEMRA_APP_STAMP_RECORD* stamp);
 
 /**
- * Removes a stamp: first its entry in the mapping, then its slot. A slot whose bytes are exactly
- * the sealed format's magic, "VemraSeal" with or without one zero byte behind it, is removed
- * without a look at the mapping. The uuid stays known, and removing it again succeeds.
+ * Removes a stamp: first its entry in the mapping, then its slot; of a slot with the sealed
+ * format's magic the slot alone [sealed]. The uuid stays known, and removing it again succeeds.
  *
  * uuid       in  from VemraAppStampGetStamp
  * uuid_size  in  its length in bytes
  * password   in  NUL-terminated user password of the device, PRINTED IN CLEAR; NULL to verify
- *                none. A wrong one is logged and does not stop the removal.
+ *                none. A wrong one is logged, costs an attempt and does not stop the removal
+ *                [password-wrong].
  * All are borrowed for the call.
  *
  * Returns, tested in this order:
  *   0 uuid is NULL or its size 0; 0 no enumeration of this process has listed the uuid;
  *   0 the slot or the mapping could not be read; 0 the mapping could not be written (the stamp
- *   stays); 0 the slot could not be removed (its bytes stay, unlisted, and a later append
- *   overwrites them); 1 done.
- * Exceptions: std::bad_alloc, std::length_error, std::system_error.
- * Threads: any, but one writer to a device at a time.
+ *   stays; where the old mapping could not be put back, no stamp is listed any more [put-back]);
+ *   0 the slot could not be removed (its bytes stay, unlisted, and a later append overwrites them);
+ *   1 done.
+ * Threads: any, but one writer to a device at a time [one-writer].
  * Logs: the arguments, THE PASSWORD INCLUDED; the cause of every failure.
  */
 VEMRA_APP_STAMP_API int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,

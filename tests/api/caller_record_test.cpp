@@ -62,6 +62,14 @@ TEST_F(caller_record, that_was_handed_out_with_other_data_in_it_releases_that_da
     VemraAppStampFreeMemory(uuid);
 }
 
+TEST_F(caller_record, of_ones_own_given_to_free_stamp_is_released_with_its_data) {
+    auto* own = new VEMRA_APP_STAMP_RECORD();
+    own->data = new unsigned char[5];
+    const long before = allocation_faults::live_blocks();
+    EXPECT_EQ(VemraAppStampFreeStamp(own), 1);
+    EXPECT_EQ(allocation_faults::live_blocks(), before - 2);
+}
+
 TEST_F(caller_record, may_have_the_fields_of_one_that_was_handed_out) {
     fake.fill_slot(8127, mapping_record("Seal&8130"));
     fake.fill_slot(8130, "hello");
@@ -97,6 +105,13 @@ TEST_F(caller_record, of_exactly_the_sealed_magic_leaves_its_entry_behind_when_i
     EXPECT_EQ(VemraAppStampDeleteStamp(bytes_of(uuid), 8, nullptr), 1);
     EXPECT_EQ(fake.slot(8130), std::nullopt);
     EXPECT_EQ(listed_names(), text_lines{"Seal"});
+}
+
+TEST_F(caller_record, is_stored_where_a_serial_is_compared_at_its_length_and_printed_whole) {
+    const stdout_capture captured;
+    EXPECT_EQ(VemraAppStampAppendStamp("SN-1, and more", 4, 3, nullptr, &record), 1);
+    EXPECT_EQ(captured.lines().at(1),
+              " [VERBOSE]  [VemraAppStampAppendStamp] Input `device_sn`       : SN-1, and more");
 }
 
 TEST_F(caller_record, of_a_type_that_cannot_be_stored_costs_an_attempt_with_a_wrong_password) {

@@ -98,6 +98,20 @@ TEST_F(lost_mapping, is_rebuilt_by_updates_of_every_uuid_with_bytes_and_name_sav
                                           {8132, "new bytes"}}));
 }
 
+TEST_F(lost_mapping, is_rebuilt_by_appends_of_all_that_was_saved_before_in_its_order) {
+    lose_by_an_append();
+    const stdout_capture unseen;
+    for (const char* one : {"A", "B"}) {
+        std::string name = one;
+        std::string data = "bytes of " + name;
+        const VEMRA_APP_STAMP_RECORD record = image_record(name, data);
+        EXPECT_EQ(VemraAppStampAppendStamp("SN-1", 4, 3, nullptr, &record), 1);
+    }
+    EXPECT_EQ(fake.slot(8127), mapping_record("A&8130||B&8131"));
+    EXPECT_EQ(fake.slot(8130), "bytes of A");
+    EXPECT_EQ(fake.slot(8131), "bytes of B");
+}
+
 TEST_F(lost_mapping, is_told_by_the_same_status_as_one_that_was_put_back) {
     fake.fail_function("VemraPKICryptoCreateData", 2);
     EXPECT_EQ(append_quietly(), 0);

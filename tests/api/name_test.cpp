@@ -141,10 +141,11 @@ TEST_F(names, with_several_separators_do_all_of_it_at_once) {
                   {"X: bytes of 8130", "B: new bytes", "C: bytes of 8132", "P: none"});
 }
 
-TEST_F(names, do_their_damage_without_an_error_line) {
+TEST_F(names, that_rename_or_list_a_phantom_do_so_without_an_error_line) {
     append("X&8130");
+    append("P&8133");
     const stdout_capture captured;
-    EXPECT_EQ(listed_stamps().count(), 2U);
+    EXPECT_EQ(listed_stamps().count(), 3U);
     EXPECT_EQ(captured.error_lines(), text_lines{});
 }
 
