@@ -50,11 +50,19 @@ static int print_row(const struct found_seal* seal) {
     const VEMRA_APP_STAMP_RECORD* record = seal->record;
     char* serial = NULL;
     int device_type = 0;
+    unsigned int name_length = 0;
+    char* name = NULL;
     if (!ask_owner(seal, &serial, &device_type)) return failed;
-    make_harmless(record->name);
+    /* A record that was handed out is read-only: the name that is changed is a copy. */
+    if (VemraAppStampGetStampName(record, &name, &name_length) != VEMRA_APP_STAMP_SUCCESS) {
+        if (serial != NULL) VemraAppStampFreeMemory(serial);
+        return failed;
+    }
+    make_harmless(name);
     fprintf(output, "%.12s  %-7s  %8llu  %-12s  %11d  %s\n", seal->uuid_text,
             type_text(record->type), record->data_length, serial != NULL ? serial : "", device_type,
-            record->name);
+            name);
+    VemraAppStampFreeMemory(name);
     if (serial != NULL) VemraAppStampFreeMemory(serial);
     return done;
 }
@@ -241,7 +249,7 @@ static int remove_seal(char** arguments) {
     return status == VEMRA_APP_STAMP_SUCCESS ? done : failed;
 }
 
-/* The environment is needed by nobody but applications that keep a log directory in it. Its crash
+/* No stamp function needs the environment; an application may keep a log directory in it. Its crash
  * handler returns into the fault, so the default handlers are put back at once. */
 static int about(char** arguments) {
     VEMRA_APP_STAMP_ENV_HANDLE environment = NULL;

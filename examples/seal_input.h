@@ -8,8 +8,8 @@ enum { seal_size_limit = 16 * 1024 * 1024 };
 
 /**
  * Tells what is wrong with a name, or NULL when it can be stored. The library joins names with "&"
- * and "||" and escapes nothing: a name with either, or an empty one, would be lost together with
- * its seal, and the library does not refuse it.
+ * and "||" and escapes nothing: a name with either is listed as another name or not at all, can
+ * rename another seal, and is not refused by the library [names]. It does refuse the empty one.
  */
 const char* seal_name_fault(const char* name);
 

@@ -217,6 +217,13 @@ TEST_F(softtoken_trace, is_private_to_the_user) {
     EXPECT_EQ(run("stat -c %a " + file()).output, "600\n");
 }
 
+TEST_F(softtoken_trace, keeps_the_mode_of_a_file_that_is_there) {
+    run("touch " + file() + " && chmod 640 " + file());
+    attached_count();
+    EXPECT_EQ(run("stat -c '%a %s' " + file()).output.substr(0, 4), "640 ");
+    EXPECT_NE(run("stat -c %s " + file()).output, "0\n");
+}
+
 TEST_F(softtoken_trace, file_that_cannot_be_written_is_named_and_the_program_runs) {
     setenv("VEMRA_SOFTTOKEN_TRACE", "/no/such/directory/trace", 1);
     testing::internal::CaptureStderr();
