@@ -1,6 +1,7 @@
 /**
  * The part of the maker's closed crypto-device library, libvemra_crypto.so.1,
- * that this project calls.
+ * that this project calls or stands in for. Which of it the stamp library needs
+ * stands in src/needed_symbols.txt.
  *
  * Every function returns 1 for success unless its comment says otherwise. The
  * handles are opaque. None of the functions is promised not to throw: in C++ an
