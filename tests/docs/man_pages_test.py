@@ -1,6 +1,10 @@
 #!/usr/bin/env python3
-"""The manual pages fit the programs and the header. man_pages_test.py SOURCE_DIR PROGRAM..."""
+"""The manual pages, and the schema of --json, fit the programs and the header.
 
+    man_pages_test.py SOURCE_DIR PROGRAM...
+"""
+
+import json
 import pathlib
 import re
 import subprocess
@@ -39,6 +43,11 @@ for program in sys.argv[2:]:
     commands = commands_of(program)
     if not commands:
         faults.append(f"{program} --help lists no commands")
+    if page.name == "vemra-stamp.1":
+        schema = json.loads((source / "tool/output.schema.json").read_text(encoding="utf-8"))
+        told = set(schema["properties"]["command"]["enum"])
+        faults += [f"output.schema.json does not know the command {name}"
+                   for name in commands if name not in told]
     faults += [f"{page.name} says nothing of {name}" for name in commands
                if not re.search(rf"^\.B.*\b{name}\b", text, re.MULTILINE)]
     faults += [f"{page.name} says nothing of {option}" for option in options_of(program)
