@@ -10,6 +10,9 @@
  * own_output keeps the trace apart, seal_input reads names, files and passwords, found_seal takes
  * seals out of the library's list, harmless_text sees to it that a name or serial number on a token
  * cannot command the terminal. This file is what an application does with them.
+ *
+ * Two things it leaves to who copies it: to take all seals of a token out before it changes one
+ * [save-first], and to let one writer at a time at a token [one-writer].
  */
 #define _POSIX_C_SOURCE 200809L
 #include <errno.h>
@@ -174,6 +177,15 @@ static int prepare_seal(char* name, const char* path, VEMRA_APP_STAMP_RECORD* re
     return record->data != NULL ? done : say_error(path);
 }
 
+/* Where a write failed, the list of the token's seals can be lost with it, and the next seal to be
+ * stored would overwrite one that is still there [put-back]. */
+static void say_failed_change(const char* what, int status) {
+    say_failure(what, status);
+    if (status != VEMRA_APP_STAMP_FAILURE) return;
+    fputs("seal_demo: list the seals before anything else; while one is missing, store none\n",
+          stderr);
+}
+
 static int ask_password(char* buffer, size_t size) {
     if (read_password(buffer, size)) return 1;
     fprintf(stderr, "seal_demo: no password on standard input, or it is too long\n");
@@ -210,7 +222,7 @@ static int store(char** arguments) {
         if (status == VEMRA_APP_STAMP_DEVICE_FULL) {
             fprintf(stderr, "seal_demo: the token holds five seals already, it is full\n");
         } else if (status != VEMRA_APP_STAMP_SUCCESS) {
-            say_failure("store the seal", status);
+            say_failed_change("store the seal", status);
         }
     }
     free(record.data);
@@ -228,7 +240,7 @@ static int replace(char** arguments) {
     if (find_seal(arguments[0], &seal)) {
         if (ask_password(password, sizeof(password))) {
             status = VemraAppStampUpdateStamp(seal.uuid, seal.uuid_size, password, &record);
-            if (status != VEMRA_APP_STAMP_SUCCESS) say_failure("replace the seal", status);
+            if (status != VEMRA_APP_STAMP_SUCCESS) say_failed_change("replace the seal", status);
         }
         free_seal(&seal);
     }
@@ -243,7 +255,7 @@ static int remove_seal(char** arguments) {
     if (!find_seal(arguments[0], &seal)) return failed;
     if (ask_password(password, sizeof(password))) {
         status = VemraAppStampDeleteStamp(seal.uuid, seal.uuid_size, password);
-        if (status != VEMRA_APP_STAMP_SUCCESS) say_failure("remove the seal", status);
+        if (status != VEMRA_APP_STAMP_SUCCESS) say_failed_change("remove the seal", status);
     }
     free_seal(&seal);
     return status == VEMRA_APP_STAMP_SUCCESS ? done : failed;

@@ -86,6 +86,22 @@ TEST_F(seal_demo, a_wrong_password_stores_nothing_and_costs_an_attempt) {
     EXPECT_NE(trace().find("you can retry 9 more times."), std::string::npos);
 }
 
+TEST_F(seal_demo, a_failed_change_is_followed_by_what_to_do) {
+    store("SN-1", 1, "Seal", "name_seal.png");
+    const std::string uuid = uuid_of("Seal");
+    const std::string advice =
+        "seal_demo: list the seals before anything else; while one is missing, store none\n";
+
+    for (const std::vector<std::string>& change :
+         {std::vector<std::string>{"store", "SN-1", "1", "New", SEAL_PICTURES "/company_seal.png"},
+          {"replace", uuid, "New", SEAL_PICTURES "/company_seal.png"},
+          {"remove", uuid}}) {
+        const outcome failed = seal_with_input("wrong password\n", change);
+        EXPECT_EQ(failed.exit_code, 1);
+        EXPECT_NE(failed.errors.find(advice), std::string::npos) << failed.errors;
+    }
+}
+
 TEST_F(seal_demo, the_sixth_seal_does_not_fit_on_a_token) {
     for (const char* name : {"A", "B", "C", "D", "E"}) {
         store("SN-1", 1, name, "name_seal.png");
