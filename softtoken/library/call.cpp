@@ -25,7 +25,7 @@ struct environment_faults {
 };
 
 fault_plan _plan_from_environment() {
-    const char* text = std::getenv("VEMRA_SOFTTOKEN_FAULTS");
+    const char* text = secure_getenv("VEMRA_SOFTTOKEN_FAULTS");
     if (text == nullptr) return fault_plan({});
     try {
         return fault_plan(parse_faults(text));

@@ -1,6 +1,7 @@
 #include "library/call_trace.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -11,17 +12,34 @@ namespace vemra::softtoken::call_trace {
 
 namespace {
 
-int _open_file() noexcept {
-    const char* path = std::getenv("VEMRA_SOFTTOKEN_TRACE");
-    if (path == nullptr || *path == '\0') return -1;
-    int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    if (file < 0) std::fprintf(stderr, "vemra-softtoken: cannot write the trace file %s\n", path);
-    return file;
+// Opened for each line: a descriptor that stayed open could be another file's by the next line, in
+// a program that closes all of its own. Only a plain file is written to; opening waits for nobody.
+int _open_file(const char* path) noexcept {
+    int file = open(
+        path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0600);
+    struct stat status {};
+    if (file < 0 || (fstat(file, &status) == 0 && S_ISREG(status.st_mode))) return file;
+    close(file);
+    return -1;
 }
 
-int _file() noexcept {
-    static const int file = _open_file();
-    return file;
+// The path as it stays when the program changes its directory; null for none. Never released:
+// threads go on while the process exits.
+const char* _find_path() noexcept {
+    const char* given = secure_getenv("VEMRA_SOFTTOKEN_TRACE");
+    if (given == nullptr || *given == '\0') return nullptr;
+    int file = _open_file(given);
+    if (file < 0) {
+        std::fprintf(stderr, "vemra-softtoken: cannot write the trace file %s\n", given);
+        return nullptr;
+    }
+    close(file);
+    return realpath(given, nullptr);
+}
+
+const char* _path() noexcept {
+    static const char* const path = _find_path();
+    return path;
 }
 
 // Below 0 stands for a number that the call does not have.
@@ -34,7 +52,7 @@ std::array<char, 16> _shown(int number) noexcept {
 }  // namespace
 
 bool is_on() noexcept {
-    return _file() >= 0;
+    return _path() != nullptr;
 }
 
 void write(const call_facts& facts, int told_length, const char* result,
@@ -44,8 +62,12 @@ void write(const call_facts& facts, int told_length, const char* result,
                                "%s slot=%s size=%s length=%s result=%s microseconds=%lld\n",
                                facts.function, _shown(facts.slot).data(), _shown(facts.size).data(),
                                _shown(told_length).data(), result, microseconds);
+    int file = _open_file(_path());
+    if (file < 0) return;
     // One call appends one whole line, whatever other processes append.
-    if (length > 0 && ::write(_file(), line.data(), static_cast<std::size_t>(length)) < 0) return;
+    if (length > 0)
+        static_cast<void>(!::write(file, line.data(), static_cast<std::size_t>(length)));
+    close(file);
 }
 
 }  // namespace vemra::softtoken::call_trace

@@ -23,15 +23,15 @@ bool _is_directory(const std::string& root, const dirent& entry) {
 }  // namespace
 
 std::string root_directory() {
-    if (const char* given = std::getenv("VEMRA_SOFTTOKEN_DIR");
+    if (const char* given = secure_getenv("VEMRA_SOFTTOKEN_DIR");
         given != nullptr && *given != '\0') {
         return given;
     }
     // A relative data directory is to be ignored.
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
+    if (const char* data = secure_getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
         return std::string(data) + "/vemra-softtoken";
     }
-    const char* home = std::getenv("HOME");
+    const char* home = secure_getenv("HOME");
     if (home == nullptr || *home == '\0') return {};
     return std::string(home) + "/.local/share/vemra-softtoken";
 }

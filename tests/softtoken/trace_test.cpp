@@ -1,5 +1,10 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <regex>
@@ -230,4 +235,57 @@ TEST_F(softtoken_trace, file_that_cannot_be_written_is_named_and_the_program_run
     EXPECT_EQ(attached_count(), 1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "vemra-softtoken: cannot write the trace file /no/such/directory/trace\n");
+}
+
+// Descriptors of the program's own get the numbers that the library's had.
+TEST_F(softtoken_trace, never_lands_in_a_file_opened_after_the_program_closed_all_of_its_own) {
+    EXPECT_TRUE(in_child([this] {
+        device_owner pseudo(VemraPKICryptoGetPseudoDevice(), VemraPKICryptoFreeDevice);
+        for (int each = 3; each < 64; ++each)
+            close(each);
+        for (int each = 3; each < 64; ++each)
+            open((root() + "/.own").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+        VemraPKICryptoGetType(pseudo.get());
+        return file_bytes(root() + "/.own").empty();
+    }));
+    EXPECT_TRUE(has(traced(), "VemraPKICryptoGetType"));
+}
+
+TEST_F(softtoken_trace, file_stays_the_same_when_the_program_changes_its_directory) {
+    EXPECT_TRUE(in_child([this] {
+        if (chdir(root().c_str()) != 0) return false;
+        setenv("VEMRA_SOFTTOKEN_TRACE", ".relative", 1);
+        device_owner pseudo(VemraPKICryptoGetPseudoDevice(), VemraPKICryptoFreeDevice);
+        if (chdir("/") != 0) return false;
+        VemraPKICryptoGetType(pseudo.get());
+        return has(file_bytes(root() + "/.relative"), "GetType");
+    }));
+}
+
+TEST_F(softtoken_trace, pipe_is_refused_and_waited_for_by_nobody) {
+    const std::string pipe = root() + "/.pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    setenv("VEMRA_SOFTTOKEN_TRACE", pipe.c_str(), 1);
+    EXPECT_TRUE(in_child([] {
+        alarm(10);
+        return attached_count() == 1;
+    }));
+}
+
+TEST_F(softtoken_trace, link_is_not_followed) {
+    const std::string link = root() + "/.link";
+    std::filesystem::create_symlink(root() + "/.aim", link);
+    setenv("VEMRA_SOFTTOKEN_TRACE", link.c_str(), 1);
+    EXPECT_TRUE(in_child([] { return attached_count() == 1; }));
+    EXPECT_FALSE(std::filesystem::exists(root() + "/.aim"));
+}
+
+// The loader marks a program that runs with another user's rights; so it does here.
+TEST_F(softtoken_trace, environment_means_nothing_to_a_program_with_other_rights) {
+    if (geteuid() != 0) GTEST_SKIP() << "only root can make such a program for another user";
+    const std::string program = root() + "/set-user-id";
+    std::filesystem::copy_file(FREES_AT_EXIT, program);
+    ASSERT_EQ(run("chmod 4755 " + program + "; chmod 711 " + root()).status, 0);
+    run("setpriv --reuid=65534 --regid=65534 --clear-groups " + program);
+    EXPECT_FALSE(std::filesystem::exists(file()));
 }
