@@ -1,8 +1,12 @@
-/** The frame around every exported function: no exception leaves, faults fire, calls are traced. */
+/**
+ * The frame around every exported function: no exception leaves, faults fire, calls are traced, and
+ * a thread that is cancelled meanwhile ends when the call has ended.
+ */
 #pragma once
 
 #include "library/running_call.h"
 #include "library/token.h"
+#include "library/uncancelled.h"
 #include "store/failure.h"
 
 namespace vemra::softtoken {
@@ -19,8 +23,9 @@ void fire_environment_faults(running_call& call, token* device);
 
 /* Runs the body, which is given the call and returns nothing: success, or its failure's code. */
 template <typename Body>
-int status_call(const call_facts& facts, token* device, Body body) noexcept {
+int status_call(const call_facts& facts, token* device, Body body) {
     constexpr int done = static_cast<int>(error_code::success);
+    uncancelled whole;
     running_call call(facts);
     try {
         fire_environment_faults(call, device);
@@ -35,7 +40,8 @@ int status_call(const call_facts& facts, token* device, Body body) noexcept {
 
 /* Runs the body, which returns a number of its own; a failure's code is negative. */
 template <typename Body>
-int number_call(const call_facts& facts, token* device, Body body) noexcept {
+int number_call(const call_facts& facts, token* device, Body body) {
+    uncancelled whole;
     running_call call(facts);
     try {
         fire_environment_faults(call, device);
@@ -49,7 +55,8 @@ int number_call(const call_facts& facts, token* device, Body body) noexcept {
 
 /* Runs the body, which returns a pointer; a failure gives null. */
 template <typename Body>
-auto pointer_call(const call_facts& facts, token* device, Body body) noexcept {
+auto pointer_call(const call_facts& facts, token* device, Body body) {
+    uncancelled whole;
     running_call call(facts);
     decltype(body(call)) made = nullptr;
     try {
@@ -66,7 +73,8 @@ auto pointer_call(const call_facts& facts, token* device, Body body) noexcept {
 
 /* Runs the body of a function that releases something: no fault fires. */
 template <typename Body>
-int release_call(const call_facts& facts, Body body) noexcept {
+int release_call(const call_facts& facts, Body body) {
+    uncancelled whole;
     running_call call(facts);
     try {
         body();
