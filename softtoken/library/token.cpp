@@ -24,6 +24,10 @@ known_tokens& _known() {
     return known;
 }
 
+void _pass(std::int64_t microseconds) {
+    if (microseconds > 0) std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+}
+
 }  // namespace
 
 token::token(const std::string& directory, std::unique_ptr<open_token> open)
@@ -89,15 +93,14 @@ open_token& token::opened() {
     return *open_;
 }
 
-// Opens the token, lets its faults fire and takes as long as the device that it stands for.
-open_token& token::start(running_call& call, int bytes) {
+// Opens the token, lets its faults fire and takes as long as each call of it takes.
+open_token& token::start(running_call& call) {
     open_token* open = &opened();
     if (!open->faults.empty()) {
         fire_due_faults(call, *open);
         open = &opened();
     }
-    std::int64_t microseconds = open->info.limits.duration(bytes);
-    if (microseconds > 0) std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
+    _pass(open->info.limits.call_microseconds);
     return *open;
 }
 
@@ -130,7 +133,7 @@ void token::unplug() {
 template <typename Inspect>
 auto token::look(running_call& call, Inspect inspect) {
     std::lock_guard<std::mutex> lock(mutex_);
-    return inspect(start(call, std::max(call.facts().size, 0)));
+    return inspect(start(call));
 }
 
 void token::require_attached(running_call& call) {
@@ -150,7 +153,11 @@ int token::slot_length(running_call& call, int id) {
 }
 
 int token::read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size) {
-    return look(call, [&](open_token& open) { return open.slots.read(id, buffer, buffer_size); });
+    return look(call, [&](open_token& open) {
+        int length = open.slots.read(id, buffer, buffer_size);
+        _pass(open.info.limits.transfer_microseconds(length));
+        return length;
+    });
 }
 
 login& token::login_of(const open_token& open, login& device_login) {
@@ -158,12 +165,20 @@ login& token::login_of(const open_token& open, login& device_login) {
 }
 
 void token::change_slots(running_call& call, login& device_login,
+                         const std::function<void(open_token&)>& require,
                          const std::function<void(open_token&)>& change) {
     std::lock_guard<std::mutex> lock(mutex_);
-    open_token& open = start(call, std::max(call.facts().size, 0));
+    open_token& open = start(call);
     bool needs_login = open.info.login != login_scope::none;
     if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
+    }
+    // Bytes move before the change, during which others would have to wait; those of a call that
+    // is refused never move.
+    if (std::int64_t moving = open.info.limits.transfer_microseconds(call.facts().size);
+        moving > 0) {
+        require(open);
+        _pass(moving);
     }
     transaction changing(open.database);
     change(open);
@@ -174,14 +189,16 @@ void token::change_slots(running_call& call, login& device_login,
 
 void token::create_slot(running_call& call, login& device_login, int id,
                         const unsigned char* attributes, int size) {
-    change_slots(call, device_login, [&](open_token& open) {
-        open.slots.create(id, attributes, size, open.info.limits);
-    });
+    change_slots(
+        call, device_login,
+        [&](open_token& open) { open.slots.require_creatable(id, size, open.info.limits); },
+        [&](open_token& open) { open.slots.create(id, attributes, size, open.info.limits); });
 }
 
 void token::write_slot(running_call& call, login& device_login, int id, const void* data,
                        int length) {
-    change_slots(call, device_login, [&](open_token& open) {
+    auto require = [&](open_token& open) { open.slots.require_length(id, length); };
+    change_slots(call, device_login, require, [&](open_token& open) {
         int arriving = call.torn_bytes();
         if (arriving < 0) return open.slots.write(id, data, length);
         std::string torn = open.slots.torn(id, data, std::min(arriving, length));
@@ -190,7 +207,8 @@ void token::write_slot(running_call& call, login& device_login, int id, const vo
 }
 
 void token::delete_slot(running_call& call, login& device_login, int id) {
-    change_slots(call, device_login, [&](open_token& open) { open.slots.remove(id); });
+    auto require = [&](open_token& open) { open.slots.existing_length(id); };
+    change_slots(call, device_login, require, [&](open_token& open) { open.slots.remove(id); });
 }
 
 void token::verify_password(running_call& call, login& device_login, const char* password,

@@ -78,11 +78,12 @@ private:
     static void close_idle_except(const token* asking);
     void close();
     open_token& opened();
-    open_token& start(running_call& call, int bytes = 0);
+    open_token& start(running_call& call);
     void fire_due_faults(running_call& call, open_token& open);
     bool take_away(open_token& open, const fault& spent);
     login& login_of(const open_token& open, login& device_login);
     void change_slots(running_call& call, login& device_login,
+                      const std::function<void(open_token&)>& require,
                       const std::function<void(open_token&)>& change);
 
     template <typename Inspect>

@@ -112,10 +112,18 @@ void slot_table::require_room(int id, int size, const token_limits& limits) {
     }
 }
 
-void slot_table::create(int id, const unsigned char* attributes, int size,
-                        const token_limits& limits) {
+void slot_table::require_creatable(int id, int size, const token_limits& limits) {
     if (length(id).value_or(0) != 0) throw failure(error_code::slot_exists);
     require_room(id, size, limits);
+}
+
+void slot_table::require_length(int id, int length) {
+    if (existing_length(id) != length) throw failure(error_code::wrong_length);
+}
+
+void slot_table::create(int id, const unsigned char* attributes, int size,
+                        const token_limits& limits) {
+    require_creatable(id, size, limits);
     // No bytes yet: the slot reads as zero bytes until it is written.
     std::string_view block(reinterpret_cast<const char*>(attributes), attribute_block_size);
     sqlite_query(create_)
@@ -127,7 +135,7 @@ void slot_table::create(int id, const unsigned char* attributes, int size,
 }
 
 void slot_table::write(int id, const void* data, int length) {
-    if (existing_length(id) != length) throw failure(error_code::wrong_length);
+    require_length(id, length);
     std::string_view bytes(static_cast<const char*>(data), static_cast<std::size_t>(length));
     sqlite_query(write_)
         .bind(1, id)

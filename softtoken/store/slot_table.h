@@ -41,6 +41,9 @@ public:
     int existing_length(int id);
     /* Copies the slot into the buffer and returns its length. Throws damaged for a wrong sum. */
     int read(int id, unsigned char* buffer, int buffer_size);
+    /* Throw what create and write would throw; nothing is changed. */
+    void require_creatable(int id, int size, const token_limits& limits);
+    void require_length(int id, int length);
     /* Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. */
     void create(int id, const unsigned char* attributes, int size, const token_limits& limits);
     /* The length must be the slot's. */

@@ -31,9 +31,9 @@ struct token_limits {
                call_microseconds <= longest_call_delay && bytes_per_second >= 0;
     }
 
-    /* How long a call with so many bytes takes, in microseconds. */
-    std::int64_t duration(std::int64_t bytes) const {
-        return call_microseconds + (bytes_per_second > 0 ? bytes * 1000000 / bytes_per_second : 0);
+    /* How long so many bytes take to or from the token, in microseconds. */
+    std::int64_t transfer_microseconds(std::int64_t bytes) const {
+        return bytes_per_second > 0 ? bytes * 1000000 / bytes_per_second : 0;
     }
 };
 

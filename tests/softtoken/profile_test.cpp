@@ -48,6 +48,24 @@ TEST_F(softtoken_profile, bytes_take_their_time_when_made_read_and_written) {
         [&] { return VemraPKICryptoReadData(device(), 8131, buffer.data(), 5, &length); }));
 }
 
+TEST_F(softtoken_profile, bytes_that_never_move_take_no_time) {
+    ASSERT_EQ(run_tool("profile one --bytes-per-second 1000 --slot-size 1000").status, 0);
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(create_slot(device(), 8131, 30000), -112);
+    EXPECT_EQ(create_slot(device(), 8130, 900), -108);
+    EXPECT_EQ(write_slot(device(), 8130, std::string(30000, 'x')), -109);
+    EXPECT_EQ(write_slot(device(), 8132, std::string(30000, 'x')), no_such_slot);
+    std::string buffer(30000, '\0');
+    int length = 0;
+    EXPECT_EQ(VemraPKICryptoReadData(
+                  device(), 8132, reinterpret_cast<unsigned char*>(buffer.data()), 30000, &length),
+              no_such_slot);
+    EXPECT_EQ(VemraPKICryptoReadData(
+                  device(), 8130, reinterpret_cast<unsigned char*>(buffer.data()), 30000, &length),
+              1);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15));
+}
+
 TEST_F(softtoken_profile, capacity_of_a_running_token_is_that_of_all_slots_together) {
     constexpr int full = -111;
     ASSERT_EQ(run_tool("profile one --capacity 12").status, 0);
