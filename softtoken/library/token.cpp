@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -47,12 +48,12 @@ void token::close_idle_except(const token* asking) {
 }
 
 bool token::is_open_in(const std::string& directory, const plug& present) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     return directory_ == directory && open_ != nullptr && open_->usable(present);
 }
 
 bool token::lies_beside(const std::string& directory) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     std::filesystem::path here(directory_);
     std::filesystem::path there(directory);
     if (here == there || here.parent_path() != there.parent_path()) return false;
@@ -65,7 +66,7 @@ bool token::lies_beside(const std::string& directory) {
 }
 
 void token::settle(const std::string& directory, std::unique_ptr<open_token> open) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     close();
     directory_ = directory;
     plug_path_ = plug_path(directory);
@@ -126,13 +127,13 @@ bool token::take_away(open_token& open, const fault& spent) {
 }
 
 void token::unplug() {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     pull_out(directory_);
 }
 
 template <typename Inspect>
 auto token::look(running_call& call, Inspect inspect) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     return inspect(start(call));
 }
 
@@ -167,7 +168,7 @@ login& token::login_of(const open_token& open, login& device_login) {
 void token::change_slots(running_call& call, login& device_login,
                          const std::function<void(open_token&)>& require,
                          const std::function<void(open_token&)>& change) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     open_token& open = start(call);
     bool needs_login = open.info.login != login_scope::none;
     if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
@@ -213,7 +214,7 @@ void token::delete_slot(running_call& call, login& device_login, int id) {
 
 void token::verify_password(running_call& call, login& device_login, const char* password,
                             int& retries) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<fair_mutex> lock(mutex_);
     open_token& open = start(call);
     login& state = login_of(open, device_login);
     state.end();
@@ -249,12 +250,12 @@ std::string token::certificate_at(running_call& call, std::int64_t keypair, int 
 }
 
 void token::prepare_fork() {
-    mutex_.lock();
+    mutex_.hold_for_fork();
     close();
 }
 
 void token::close_if_idle() {
-    std::unique_lock<std::mutex> lock(mutex_, std::try_to_lock);
+    std::unique_lock<fair_mutex> lock(mutex_, std::try_to_lock);
     if (lock.owns_lock()) close();
 }
 

@@ -3,9 +3,9 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "library/fair_mutex.h"
 #include "library/login.h"
 #include "library/open_token.h"
 #include "library/running_call.h"
@@ -55,7 +55,8 @@ public:
 
     /* Waits for the running call, closes the database and keeps the token still until the fork. */
     void prepare_fork();
-    void finish_fork() { mutex_.unlock(); }
+    void finish_fork_in_parent() { mutex_.go_on_in_parent(); }
+    void finish_fork_in_child() { mutex_.go_on_in_child(); }
     /* Closes the database, unless a call is running. */
     void close_if_idle();
 
@@ -89,7 +90,7 @@ private:
     template <typename Inspect>
     auto look(running_call& call, Inspect inspect);
 
-    std::mutex mutex_;
+    fair_mutex mutex_;
     std::string directory_;
     std::string plug_path_;
     const token_info info_;

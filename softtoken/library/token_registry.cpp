@@ -16,7 +16,7 @@ token_registry& token_registry::instance() {
 }
 
 token_registry::token_registry() {
-    pthread_atfork(prepare_fork, finish_fork, finish_fork);
+    pthread_atfork(prepare_fork, finish_fork_in_parent, finish_fork_in_child);
     std::atexit(close_all);
 }
 
@@ -28,10 +28,17 @@ void token_registry::prepare_fork() {
         known.second->prepare_fork();
 }
 
-void token_registry::finish_fork() {
+void token_registry::finish_fork_in_parent() {
     token_registry& registry = instance();
     for (auto& known : registry.tokens_)
-        known.second->finish_fork();
+        known.second->finish_fork_in_parent();
+    registry.mutex_.unlock();
+}
+
+void token_registry::finish_fork_in_child() {
+    token_registry& registry = instance();
+    for (auto& known : registry.tokens_)
+        known.second->finish_fork_in_child();
     registry.mutex_.unlock();
 }
 

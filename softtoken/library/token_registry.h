@@ -33,7 +33,8 @@ public:
 private:
     token_registry();
     static void prepare_fork();
-    static void finish_fork();
+    static void finish_fork_in_parent();
+    static void finish_fork_in_child();
     static void close_all();
 
     token* find(const std::string& directory);

@@ -5,6 +5,7 @@
 
 #include "store/descriptor_limit.h"
 #include "store/failure.h"
+#include "store/file_lock.h"
 
 namespace vemra::softtoken {
 
@@ -39,7 +40,7 @@ sqlite_connection::sqlite_connection(const std::string& path, int flags) : path_
     try {
         if (result != SQLITE_OK) fail(result);
         sqlite3_extended_result_codes(database_, 1);
-        sqlite3_busy_timeout(database_, busy_wait_seconds * 1000);
+        set_wait(busy_wait);
     } catch (...) {
         sqlite3_close(database_);
         throw;
@@ -48,6 +49,10 @@ sqlite_connection::sqlite_connection(const std::string& path, int flags) : path_
 
 sqlite_connection::~sqlite_connection() {
     sqlite3_close(database_);
+}
+
+void sqlite_connection::set_wait(std::chrono::milliseconds wait) noexcept {
+    sqlite3_busy_timeout(database_, static_cast<int>(wait.count()));
 }
 
 void sqlite_connection::execute(const std::string& sql) {

@@ -3,13 +3,11 @@
 
 #include <sqlite3.h>
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 
 namespace vemra::softtoken {
-
-/* How long a call waits for another process that holds the token. */
-constexpr int busy_wait_seconds = 10;
 
 /* One connection. Not for use by two threads at once; its owner keeps them apart. */
 class sqlite_connection {
@@ -19,6 +17,9 @@ public:
     ~sqlite_connection();
     sqlite_connection(const sqlite_connection&) = delete;
     sqlite_connection& operator=(const sqlite_connection&) = delete;
+
+    /* How long a statement waits for another process that holds the database. */
+    void set_wait(std::chrono::milliseconds wait) noexcept;
 
     /* Runs SQL text that returns nothing of interest. */
     void execute(const std::string& sql);

@@ -1,5 +1,6 @@
 #include "store/token_database.h"
 
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstring>
@@ -87,6 +88,36 @@ void _add_sums(sqlite_connection& connection) {
         sqlite_query(write).bind(1, id).bind(2, sum).run();
     }
 }
+
+// SQLite alone keeps changes apart. The turn gives their order, which SQLite's waiting lacks; where
+// its file cannot be had, a change waits without it.
+void _take_turn(std::optional<file_lock>& turn, const std::string& database_path,
+                std::chrono::steady_clock::time_point deadline) {
+    const std::string directory = database_path.substr(0, database_path.rfind('/') + 1);
+    try {
+        turn.emplace(directory + "write.lock", deadline);
+    } catch (const failure& error) {
+        if (error.code() == error_code::busy) throw;
+    }
+}
+
+// Waiting for the turn and for SQLite's lock behind it take no longer together than one wait.
+class _waiting_until {
+public:
+    _waiting_until(sqlite_connection& connection, std::chrono::steady_clock::time_point deadline)
+        : connection_(connection) {
+        using std::chrono::milliseconds;
+        auto left =
+            std::chrono::duration_cast<milliseconds>(deadline - std::chrono::steady_clock::now());
+        connection_.set_wait(std::max(left, milliseconds(1)));
+    }
+    ~_waiting_until() { connection_.set_wait(busy_wait); }
+    _waiting_until(const _waiting_until&) = delete;
+    _waiting_until& operator=(const _waiting_until&) = delete;
+
+private:
+    sqlite_connection& connection_;
+};
 
 }  // namespace
 
@@ -181,6 +212,9 @@ moment::~moment() {
 }
 
 transaction::transaction(token_database& database) : database_(database) {
+    const auto deadline = end_of_busy_wait();
+    _take_turn(turn_, database.connection_.path(), deadline);
+    _waiting_until wait(database.connection_, deadline);
     sqlite_query(database.begin_).run();
     try {
         takes_over_ = database.take_over();

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "store/file_lock.h"
 #include "store/sqlite_connection.h"
 #include "store/sqlite_statement.h"
 #include "store/token_info.h"
@@ -62,7 +64,8 @@ private:
 
 /*
  * One change: all or nothing, durable when commit returns. While it lives no other process changes
- * the token. A token of an earlier format is taken over with it.
+ * the token. Those who want to change it wait in the order in which they came. A token of an
+ * earlier format is taken over with it.
  */
 class transaction {
 public:
@@ -78,6 +81,7 @@ private:
     void roll_back() noexcept;
 
     token_database& database_;
+    std::optional<file_lock> turn_;
     bool open_ = true;
     bool takes_over_ = false;
 };

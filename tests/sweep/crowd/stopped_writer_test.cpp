@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,7 +51,10 @@ child_work _stop_in_a_change(const token& device) {
 child_work _stop_in_a_password_check(const token& device) {
     const int file =
         open(_file_of(device, "password.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (flock(file, LOCK_EX | LOCK_NB) != 0) _exit(1);
+    struct flock turn {};
+    turn.l_type = F_WRLCK;
+    turn.l_len = 1;
+    if (fcntl(file, F_OFD_SETLK, &turn) != 0) _exit(1);
     return _nothing();
 }
 

@@ -1,0 +1,283 @@
+// Writers at one token get it in the order in which they came, and nobody waits for one who is
+// gone.
+
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
+#include "store/token_database.h"
+#include "token_fixture.h"
+
+using namespace softtoken_test;
+
+namespace {
+
+using clock_type = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr int writers = 4;
+
+// Seen by the processes made by fork.
+struct shared_counts {
+    std::atomic<int> ready{0};
+    std::atomic<int> finished{0};
+    std::array<std::atomic<int>, 8> each{};
+};
+
+class shared_memory {
+public:
+    shared_memory()
+        : counts_(new (mmap(nullptr, sizeof(shared_counts), PROT_READ | PROT_WRITE,
+                            MAP_SHARED | MAP_ANONYMOUS, -1, 0)) shared_counts) {}
+    ~shared_memory() { munmap(counts_, sizeof(shared_counts)); }
+    shared_memory(const shared_memory&) = delete;
+    shared_memory& operator=(const shared_memory&) = delete;
+    shared_counts* operator->() const { return counts_; }
+
+private:
+    shared_counts* counts_;
+};
+
+// Longer in the long checks.
+seconds duration() {
+    const char* given = std::getenv("VEMRA_FAIRNESS_SECONDS");
+    return seconds(given == nullptr ? 2 : std::atoi(given));
+}
+
+bool change_once() {
+    device_owner device = device_at();
+    return write_slot(device.get(), 8130, "other") == 1;
+}
+
+// A process that is started, and killed at the end unless it was awaited.
+class process {
+public:
+    template <typename Work>
+    explicit process(Work work) : id_(fork()) {
+        if (id_ == 0) _exit(work() ? 0 : 1);
+    }
+    ~process() { end(); }
+    process(const process&) = delete;
+    process& operator=(const process&) = delete;
+
+    void signal(int number) const { kill(id_, number); }
+    void end() {
+        if (id_ <= 0) return;
+        kill(id_, SIGKILL);
+        waitpid(id_, nullptr, 0);
+        id_ = 0;
+    }
+    bool succeeded() {
+        int status = -1;
+        waitpid(id_, &status, 0);
+        id_ = 0;
+        return status == 0;
+    }
+
+private:
+    pid_t id_;
+};
+
+// The moment until which each writes, after all have come so far.
+clock_type::time_point begin_together(const shared_memory& counts) {
+    for (++counts->ready; counts->ready < writers;)
+        std::this_thread::yield();
+    return clock_type::now() + duration();
+}
+
+void expect_within_a_factor_of_two(const shared_memory& counts) {
+    auto [least, most] = std::minmax_element(counts->each.begin(), counts->each.begin() + writers);
+    EXPECT_GT(least->load(), 10);
+    EXPECT_LE(most->load(), 2 * least->load());
+    for (int i = 0; i < writers; ++i)
+        testing::Test::RecordProperty("writer_" + std::to_string(i),
+                                      counts->each.at(static_cast<std::size_t>(i)));
+}
+
+}  // namespace
+
+class softtoken_fairness : public token_test {
+protected:
+    softtoken_fairness() {
+        auto token = plain_token("SN-1");
+        token.info.login = vemra::softtoken::login_scope::none;
+        make_token("one", token);
+        in_child([] { return fill_slot(device_at().get(), 8130, "bytes") == 1; });
+    }
+    // Begins a change and goes no further.
+    bool change_for_ever() const {
+        vemra::softtoken::token_database held(directory("one") + "/token.db");
+        vemra::softtoken::transaction changing(held);
+        for (;;)
+            pause();
+    }
+    // Whoever comes while another changes the token has to wait.
+    static void let_come() { std::this_thread::sleep_for(milliseconds(150)); }
+};
+
+TEST_F(softtoken_fairness, four_writing_processes_finish_within_a_factor_of_two) {
+    shared_memory counts;
+    EXPECT_EQ(at_once(writers,
+                      [&](int number) {
+                          device_owner device = device_at();
+                          bool good = slot_bytes(device.get(), 8130) == "bytes";
+                          const auto end = begin_together(counts);
+                          for (; good && clock_type::now() < end;
+                               ++counts->each.at(static_cast<std::size_t>(number)))
+                              good = write_slot(device.get(), 8130, "other") == 1;
+                          return good;
+                      }),
+              writers);
+    expect_within_a_factor_of_two(counts);
+}
+
+TEST_F(softtoken_fairness, four_writing_threads_finish_within_a_factor_of_two) {
+    shared_memory counts;
+    device_owner device = device_at();
+    const auto end = clock_type::now() + duration();
+    std::vector<std::thread> threads;
+    for (std::size_t number = 0; number < writers; ++number) {
+        threads.emplace_back([&, number] {
+            for (; clock_type::now() < end; ++counts->each.at(number))
+                EXPECT_EQ(write_slot(device.get(), 8130, "other"), 1);
+        });
+    }
+    for (std::thread& each : threads)
+        each.join();
+    expect_within_a_factor_of_two(counts);
+}
+
+TEST_F(softtoken_fairness, waiters_get_the_token_in_the_order_in_which_they_came) {
+    shared_memory counts;
+    std::vector<std::unique_ptr<process>> waiting;
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    for (std::size_t number = 0; number < 6; ++number) {
+        waiting.push_back(std::make_unique<process>([&, number] {
+            device_owner device = device_at();
+            const bool good = write_slot(device.get(), 8130, "other") == 1;
+            counts->each.at(number) = ++counts->finished;
+            return good;
+        }));
+        let_come();
+    }
+    holder.end();
+    for (auto& each : waiting)
+        EXPECT_TRUE(each->succeeded());
+    for (int number = 0; number < 6; ++number)
+        EXPECT_EQ(counts->each.at(static_cast<std::size_t>(number)), number + 1);
+}
+
+// A wrong password before makes the right one change the counter.
+TEST_F(softtoken_fairness, login_waits_for_no_writer_that_came_after_it) {
+    shared_memory counts;
+    ASSERT_TRUE(in_child([] { return log_in(device_at().get(), "wrong") == wrong_password; }));
+    std::vector<std::unique_ptr<process>> writing;
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    process login([&] {
+        device_owner device = device_at();
+        const bool good = log_in(device.get()) == 1;
+        counts->each.at(0) = counts->finished.load();
+        return good;
+    });
+    let_come();
+    for (int i = 0; i < writers; ++i) {
+        writing.push_back(std::make_unique<process>([&] {
+            const bool good = change_once();
+            ++counts->finished;
+            return good;
+        }));
+        let_come();
+    }
+    holder.end();
+    EXPECT_TRUE(login.succeeded());
+    EXPECT_EQ(counts->each.at(0), 0);
+    for (auto& each : writing)
+        EXPECT_TRUE(each->succeeded());
+}
+
+TEST_F(softtoken_fairness, killed_waiters_block_nobody) {
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    process first(change_once);
+    let_come();
+    process second(change_once);
+    let_come();
+    process third(change_once);
+    let_come();
+    first.end();
+    second.end();
+    holder.end();
+    const auto begin = clock_type::now();
+    EXPECT_TRUE(third.succeeded());
+    EXPECT_LT(clock_type::now() - begin, milliseconds(400));
+}
+
+TEST_F(softtoken_fairness, writer_killed_in_its_change_blocks_nobody) {
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    process waiter(change_once);
+    let_come();
+    holder.end();
+    const auto begin = clock_type::now();
+    EXPECT_TRUE(waiter.succeeded());
+    EXPECT_LT(clock_type::now() - begin, milliseconds(400));
+}
+
+// Two of them are passed at one cost of half a second, not one each; those who come later pay
+// nothing; and whoever goes on queues again.
+TEST_F(softtoken_fairness, stopped_waiters_are_passed_and_go_on_later) {
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    process first(change_once);
+    process second(change_once);
+    let_come();
+    process third(change_once);
+    let_come();
+    first.signal(SIGSTOP);
+    second.signal(SIGSTOP);
+    holder.end();
+    const auto begin = clock_type::now();
+    EXPECT_TRUE(third.succeeded());
+    EXPECT_LT(clock_type::now() - begin, seconds(3));
+    const auto next = clock_type::now();
+    EXPECT_TRUE(in_child(change_once));
+    EXPECT_LT(clock_type::now() - next, milliseconds(400));
+    first.signal(SIGCONT);
+    second.signal(SIGCONT);
+    EXPECT_TRUE(first.succeeded());
+    EXPECT_TRUE(second.succeeded());
+}
+
+TEST_F(softtoken_fairness, questions_never_wait_for_a_writer) {
+    process holder([this] { return change_for_ever(); });
+    let_come();
+    const auto begin = clock_type::now();
+    EXPECT_EQ(run_tool("info one").status, 0);
+    EXPECT_EQ(run_tool("slots one").status, 0);
+    EXPECT_EQ(run_tool("list").status, 0);
+    EXPECT_TRUE(in_child([] { return slot_bytes(device_at().get(), 8130) == "bytes"; }));
+    EXPECT_LT(clock_type::now() - begin, seconds(5));
+}
+
+TEST_F(softtoken_fairness, change_is_made_without_the_file_that_gives_the_order) {
+    std::filesystem::remove(directory("one") + "/write.lock");
+    std::filesystem::create_directory(directory("one") + "/write.lock");
+    EXPECT_TRUE(in_child(change_once));
+}
+
+TEST_F(softtoken_fairness, damaged_order_is_forgotten) {
+    write_file(directory("one") + "/write.lock", std::string(24, '\xff'));
+    EXPECT_TRUE(at_once(writers, [](int) { return change_once(); }) == writers);
+}
