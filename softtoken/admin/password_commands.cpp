@@ -45,11 +45,8 @@ void _change_password(const change_options& options) {
 
 void _unlock(const std::string& name) {
     named_token token(name);
-    transaction changing(token.database);
-    int most = token.passwords.retries().most;
-    token.passwords.set_retries_left(most);
-    changing.commit();
-    std::printf("%s: attempts left: %d\n", name.c_str(), most);
+    give_back_attempts(token.database, token.passwords, token.directory);
+    std::printf("%s: attempts left: %d\n", name.c_str(), token.passwords.retries().most);
 }
 
 }  // namespace

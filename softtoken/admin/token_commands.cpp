@@ -10,6 +10,7 @@
 #include "store/failure.h"
 #include "store/fault_file.h"
 #include "store/new_token.h"
+#include "store/password_check.h"
 #include "store/plug.h"
 #include "store/token_files.h"
 
@@ -128,7 +129,7 @@ void _info(const std::string& name) {
     named_token token(name);
     moment one_state(token.database);
     token_info info = token.database.info();
-    retry_counter retries = token.passwords.retries();
+    retry_counter retries = attempts(token.passwords, token.directory);
     std::int64_t used = 0;
     std::vector<slot_summary> slots = token.slots.list();
     for (const slot_summary& slot : slots)

@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "store/failure.h"
+#include "store/openssl_use.h"
 
 namespace vemra::softtoken {
 
@@ -89,11 +90,13 @@ void _set_identity(X509* certificate, const std::string& common_name, int days) 
 }  // namespace
 
 std::string certificate_from_der(std::string_view der) {
+    openssl_use use;
     if (der.size() > INT_MAX) throw failure(error_code::bad_certificate);
     return _encode(_parse(der).get(), i2d_X509);
 }
 
 std::vector<std::string> certificates_from_any(std::string_view bytes) {
+    openssl_use use;
     if (bytes.size() > INT_MAX) throw failure(error_code::bad_certificate);
     _unqueued_errors scope;
     bio_owner input(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
@@ -111,6 +114,7 @@ std::vector<std::string> certificates_from_any(std::string_view bytes) {
 }
 
 std::string certificate_to_pem(const std::string& der) {
+    openssl_use use;
     bio_owner output(BIO_new(BIO_s_mem()));
     _require(output != nullptr);
     _require(PEM_write_bio_X509(output.get(), _parse(der).get()) == 1);
@@ -118,15 +122,18 @@ std::string certificate_to_pem(const std::string& der) {
 }
 
 bool same_certificate(const std::string& left, const std::string& right) {
+    openssl_use use;
     return X509_cmp(_parse(left).get(), _parse(right).get()) == 0;
 }
 
 std::string public_key_of(const std::string& der) {
+    openssl_use use;
     x509_owner parsed = _parse(der);
     return _encode(X509_get_X509_PUBKEY(parsed.get()), i2d_X509_PUBKEY);
 }
 
 std::string public_half_of(const std::string& private_key) {
+    openssl_use use;
     _unqueued_errors scope;
     const auto* position = reinterpret_cast<const unsigned char*>(private_key.data());
     key_owner key(d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(private_key.size())));
@@ -135,6 +142,7 @@ std::string public_half_of(const std::string& private_key) {
 }
 
 std::string subject_of(const std::string& der) {
+    openssl_use use;
     bio_owner output(BIO_new(BIO_s_mem()));
     _require(output != nullptr);
     x509_owner parsed = _parse(der);
@@ -144,6 +152,7 @@ std::string subject_of(const std::string& der) {
 }
 
 made_certificate make_certificate(const std::string& common_name, int days) {
+    openssl_use use;
     key_owner key(EVP_EC_gen("P-256"));
     x509_owner certificate(X509_new());
     _require(key != nullptr && certificate != nullptr);

@@ -13,7 +13,7 @@ std::string short_name(const std::string& function) {
 
 // Releasing and asking for the last error never fail, so they are not here.
 const works_on* find_function(const std::string& name) {
-    static const std::map<std::string, works_on> functions{
+    static const auto& functions = *new std::map<std::string, works_on>{
         {"GetAllDevices", works_on::nothing},
         {"GetDeviceCount", works_on::nothing},
         {"GetDevice", works_on::nothing},

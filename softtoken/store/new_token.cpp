@@ -12,6 +12,7 @@
 
 #include "store/durable_files.h"
 #include "store/failure.h"
+#include "store/openssl_use.h"
 #include "store/plug.h"
 #include "store/token_database.h"
 #include "store/token_files.h"
@@ -121,6 +122,7 @@ void make_root(const std::string& root) {
 
 std::string random_hex(std::size_t bytes) {
     std::string raw(bytes, '\0');
+    openssl_use use;
     if (RAND_bytes(reinterpret_cast<unsigned char*>(raw.data()), static_cast<int>(bytes)) != 1) {
         throw failure(error_code::crypto_failed);
     }

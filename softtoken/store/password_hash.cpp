@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "store/failure.h"
+#include "store/openssl_use.h"
 
 namespace vemra::softtoken {
 
@@ -27,6 +28,7 @@ std::string _derive(std::string_view password, const std::string& salt, int cost
         throw failure(error_code::damaged, "password cost out of range");
     }
     std::string hash(hash_size, '\0');
+    openssl_use use;
     int done = EVP_PBE_scrypt(password.data(), password.size(),
                               reinterpret_cast<const unsigned char*>(salt.data()), salt.size(),
                               std::uint64_t{1} << cost, block_size, parallelism, memory_limit,
@@ -38,6 +40,7 @@ std::string _derive(std::string_view password, const std::string& salt, int cost
 }  // namespace
 
 password_hash hash_password(std::string_view password, int cost) {
+    openssl_use use;
     password_hash made;
     made.cost = cost;
     made.salt.resize(salt_size);
