@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 
+#include "store/device_function.h"
 #include "store/failure.h"
 
 using namespace vemra::softtoken;
@@ -43,6 +45,19 @@ std::string refusal(const std::string& text, fault (*parse)(const std::string&) 
 }
 
 }  // namespace
+
+TEST(softtoken_fault_text, every_function_that_can_fail_can_be_told_to) {
+    std::ifstream names(FUNCTION_NAMES);
+    std::string name;
+    int known = 0;
+    while (names >> name) {
+        const bool never_fails = name.find("Free") != std::string::npos ||
+                                 name == "VemraPKIGetLastError" || name == "VemraPKIGetErrorMsg";
+        EXPECT_EQ(find_function(short_name(name)) == nullptr, never_fails) << name;
+        ++known;
+    }
+    EXPECT_GT(known, 0);
+}
 
 TEST(softtoken_fault_text, transient_fault_fires_at_its_call_only) {
     EXPECT_EQ(firing("ReadData return=-5", 4), "x...");
