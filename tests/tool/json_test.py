@@ -12,12 +12,17 @@ SCHEMA = json.loads(pathlib.Path(os.environ["OUTPUT_SCHEMA"]).read_text())
 
 
 class Json(ToolCase):
+    def setUp(self):
+        super().setUp()
+        self.commands = {""}
+
     def checked(self, code, *arguments):
         done = self.expect(code, "--json", *arguments)
         self.assertEqual(done.stdout.count(b"\n"), 1)
         output = json.loads(done.stdout)
         jsonschema.validate(output, SCHEMA)
         self.assertEqual(output["exit_code"], code)
+        self.commands.add(output["command"])
         return output
 
     def with_password(self, code, *arguments):
@@ -50,6 +55,7 @@ class Json(ToolCase):
         self.checked(0, "version")
         self.checked(0, "help")
         self.checked(0, "completion", "bash")
+        self.assertEqual(self.commands, set(SCHEMA["properties"]["command"]["enum"]))
 
     def test_errors_are_objects_too(self):
         self.assertEqual(self.checked(2)["command"], "")
