@@ -37,9 +37,32 @@ def options_of(*words):
     return options.union(*(options_of(*words, command) for command in commands_of(*words)))
 
 
+def page_of(name):
+    """The page of a program: as it stands in the sources, or made from a document."""
+    page = source / f"docs/man/{name}.1"
+    if page.exists():
+        return page.read_text(encoding="utf-8")
+    with tempfile.TemporaryDirectory() as directory:
+        made = pathlib.Path(directory) / page.name
+        subprocess.run([source / "scripts/document-page", source / "softtoken/README.md",
+                        page.with_suffix(".1.in"), made], check=True)
+        return made.read_text(encoding="utf-8")
+
+
+def complaints_about(text):
+    """What the formatter says of a page."""
+    done = subprocess.run(["groff", "-man", "-t", "-Tutf8", "-k", "-ww", "-z"],
+                          input=text.encode("utf-8"), capture_output=True, check=False)
+    return done.stderr.decode("utf-8").splitlines()
+
+
 for program in sys.argv[2:]:
     page = source / "docs/man" / f"{pathlib.Path(program).name}.1"
-    text = page.read_text(encoding="utf-8").replace("\\-", "-")
+    text = page_of(page.stem)
+    faults += [f"{page.name}: {complaint}" for complaint in complaints_about(text)]
+    faults += [f"{page.name} has no section {section}" for section in ["FILES", "EXAMPLES"]
+               if f"\n.SH {section}\n" not in text]
+    text = text.replace("\\-", "-")
     commands = commands_of(program)
     if not commands:
         faults.append(f"{program} --help lists no commands")

@@ -69,11 +69,6 @@ def exit_codes():
             [int(code) for code in re.findall(r"^(\d+)\t", page, re.MULTILINE)], true)
 
 
-def man_page():
-    text = (pathlib.Path(source) / "docs/man/vemra-softtoken.1").read_text(encoding="utf-8")
-    return text.replace("\\-", "-")
-
-
 def recipes():
     listed = [tuple(re.split(r"  +", line))
               for line in output_of(softtoken_tool, "fault", "recipes").splitlines()]
@@ -81,10 +76,6 @@ def recipes():
     compare("softtoken/README.md, recipes",
             [(row[0], row[1].strip("`"), row[2])
              for row in rows_of("softtoken/README.md", "## Faults") if row[0] in names], listed)
-    section = man_page().split(".SH RECIPES\n")[1].split(".SH")[0]
-    compare("docs/man/vemra-softtoken.1, recipes",
-            re.findall(r'^\.BR ([a-z-]+) ": (.*)"\n(.*)$', section, re.MULTILINE),
-            [(name, text, meaning.capitalize() + ".") for name, text, meaning in listed])
 
 
 def size(number):
@@ -115,9 +106,6 @@ def profiles():
     told = rows_of("softtoken/README.md", "## Profiles")
     compare("softtoken/README.md, profiles",
             [(row[0].split("`")[0], *row[1:]) for row in told], true)
-    table = re.search(r"\.SH PROFILES\n\.TS\n.*\nProfile.*\n((?:.*\n)*?)\.TE", man_page())
-    compare("docs/man/vemra-softtoken.1, profiles",
-            [tuple(line.split("\t")) for line in table[1].splitlines()], true)
 
 
 def can_fail(token, function):
@@ -128,18 +116,17 @@ def can_fail(token, function):
 def functions_of_faults():
     functions = (pathlib.Path(source) / "device_library/functions.txt").read_text().split()
     names = [re.sub("^VemraPKI(Crypto)?", "", function) for function in functions]
-    told = re.search(r"ask something of it:\n((?:.*\n)*?)\.hy", man_page())[1]
-    compare("docs/man/vemra-softtoken.1, functions that can fail", re.findall(r"\w+", told),
+    readme = (pathlib.Path(source) / "softtoken/README.md").read_text(encoding="utf-8")
+    told = re.search(r"`fault add` refuses the rest:\n\n((?:    .*\n)*)", readme)[1]
+    compare("softtoken/README.md, functions that can fail", told.split(),
             [name for name in names if can_fail("generous", name)])
 
 
 def words_of_faults():
     form = output_of(softtoken_tool, "fault", "add", "--help").split("FUNCTION [")[1]
     words = set(re.findall(r"[a-z]+=[a-z]*|\b(?:null|unplug|lasting)\b", form.split("Options")[0]))
-    for document, told in [
-            ("softtoken/README.md", (pathlib.Path(source) / "softtoken/README.md").read_text()),
-            ("docs/man/vemra-softtoken.1", man_page().split(".SH FAULTS")[1].split(".SH")[0])]:
-        compare(f"{document}, words of a fault", [word for word in words if word in told], words)
+    told = (pathlib.Path(source) / "softtoken/README.md").read_text(encoding="utf-8")
+    compare("softtoken/README.md, words of a fault", [word for word in words if word in told], words)
 
 
 def trace_columns(library, file):
@@ -150,8 +137,6 @@ def trace_columns(library, file):
     readme = (pathlib.Path(source) / "softtoken/README.md").read_text()
     compare("softtoken/README.md, trace",
             re.findall(r"\w+=", re.search(r"^    VemraPKI.*slot=.*", readme, re.MULTILINE)[0]), true)
-    section = man_page().split(".B VEMRA_SOFTTOKEN_TRACE")[1].split(".SH")[0]
-    compare("docs/man/vemra-softtoken.1, trace", re.findall(r"\w+=", section), true)
 
 
 # The stamp library finds the device library loaded already; its trace has no place here.
