@@ -7,6 +7,7 @@
 
 namespace vemra::softtoken::admin {
 
+/* What the program ends with; exec ends with the status of the program that it ran. */
 enum exit_status {
     exit_done = 0,
     exit_failed = 1,
@@ -28,7 +29,7 @@ private:
     int status_;
 };
 
-/* Adds the positional argument that names a token. */
+/* Adds the positional argument that names a token; name must live until it is parsed. */
 void add_token_name(CLI::App& command, std::string& name);
 
 /* Each adds its commands to the program; a command runs when the command line is parsed. */

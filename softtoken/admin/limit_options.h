@@ -10,15 +10,21 @@
 
 namespace vemra::softtoken::admin {
 
+/* How a token behaves: what a profile names, and what single options set over it. */
 struct token_profile {
     token_limits limits;
     login_scope login = login_scope::process;
     int retries = 10;
 };
 
+/* The options, and what was given for them. It must live until the command line is parsed. */
 class limit_options {
 public:
     void add_to(CLI::App& command);
+    /*
+     * Sets what was given, the named profile first; what was not given stays. Throws
+     * command_failure (usage) for limits that no token can have.
+     */
     void apply_to(token_profile& profile) const;
     /* Whether any of the options was given. */
     bool is_given() const;

@@ -6,12 +6,14 @@
 
 namespace vemra::softtoken::admin {
 
+/* One password of a command. */
 class password_input {
 public:
     /* prefix is "" or "new-"; it makes the option names, what names the password in prompts. */
     password_input(std::string prefix, std::string what)
         : prefix_(std::move(prefix)), what_(std::move(what)) {}
 
+    /* Adds the options; this must live until the command line is parsed. */
     void add_to(CLI::App& command);
 
     /* The first line of the file or descriptor, or what is typed at the prompt. */

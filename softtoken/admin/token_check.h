@@ -8,6 +8,7 @@
 
 namespace vemra::softtoken::admin {
 
+/* What is wrong, and what to do about it; both are for people. */
 struct finding {
     std::string what;
     std::string advice;

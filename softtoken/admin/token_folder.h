@@ -13,6 +13,7 @@ namespace vemra::softtoken::admin {
 /* The directory of a token; throws a message that says how to find the right name. */
 std::string directory_of(const std::string& name);
 
+/* An existing token, open. Throws like directory_of, and failure (damaged) for what is no token. */
 struct named_token {
     explicit named_token(const std::string& name);
 

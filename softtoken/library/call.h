@@ -84,12 +84,14 @@ int release_call(const call_facts& facts, Body body) {
     }
 }
 
+/* What a handle of the caller's points to; throws null_handle. */
 template <typename Handle>
 Handle& required(Handle* handle) {
     if (handle == nullptr) throw failure(error_code::null_handle);
     return *handle;
 }
 
+/* Throws bad_argument unless the claim about the caller's arguments holds. */
 inline void require_argument(bool good) {
     if (!good) throw failure(error_code::bad_argument);
 }

@@ -14,13 +14,15 @@ namespace vemra::softtoken {
  */
 class digest {
 public:
+    /* Throws crypto_failed when OpenSSL has cleaned itself up. */
     digest();
     ~digest();
     digest(const digest&) = delete;
     digest& operator=(const digest&) = delete;
 
+    /* Throws hash_finished after finish. */
     void update(const void* data, std::size_t size);
-    /* The digest's bytes; nothing can be added afterwards. */
+    /* The digest's 32 bytes, once; then nothing can be added, and this too throws hash_finished. */
     std::string finish();
 
 private:

@@ -8,16 +8,19 @@
 #include "library/token.h"
 #include "store/failure.h"
 
+/* A device; a duplicate is a handle of its own, logged out. */
 struct VEMRA_PKI_DEVICE_HANDLE_st {
     vemra::softtoken::token* token = nullptr; /* null for the pseudo device */
     vemra::softtoken::login login;
 };
 
+/* A key pair on a token. */
 struct VEMRA_PrivKey_Handle_st {
     vemra::softtoken::token* token;
-    std::int64_t keypair;
+    std::int64_t keypair; /* the number of its row */
 };
 
+/* A certificate, which needs its token no more. */
 struct VEMRA_CERT_st {
     std::string der;
 };

@@ -7,8 +7,10 @@
 
 namespace vemra::softtoken {
 
+/* The verified password of one handle, or of the process. */
 class login {
 public:
+    /* Whether it counts here, for the token as it is plugged in now. */
     /* A child made by fork is another process: it is logged out. */
     bool holds(const plug& present) const { return process_ == getpid() && plug_ == present; }
     void begin(const plug& present) {

@@ -8,7 +8,7 @@
 
 namespace vemra::softtoken {
 
-/* A copy with a NUL after it. */
+/* A copy with a NUL after it, made by malloc; Byte is char or unsigned char. Throws bad_alloc. */
 template <typename Byte>
 Byte* copy_for_caller(std::string_view bytes) {
     auto* copy = static_cast<char*>(std::malloc(bytes.size() + 1));

@@ -15,7 +15,9 @@
 
 namespace vemra::softtoken {
 
+/* Used by one call at a time, in the process that opened it. */
 struct open_token {
+    /* Throws damaged for what is no token, and for faults that are none. */
     open_token(const std::string& directory_of_token, const plug& present)
         : directory(directory_of_token),
           plugged(present),

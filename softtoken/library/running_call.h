@@ -27,6 +27,7 @@ public:
     void apply(const fault& due);
     /* How many bytes of a write arrive before the process ends; below 0 for all. */
     int torn_bytes() const noexcept { return torn_bytes_; }
+    /* Around the commit of a change: here the process ends, if a fault asks for that. */
     void before_commit() const noexcept;
     void after_commit() const noexcept;
     /* Keeps for the trace, and passes through, a length that the call tells its caller. */

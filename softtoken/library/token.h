@@ -20,6 +20,7 @@ namespace vemra::softtoken {
  */
 class token {
 public:
+    /* A token that was met for the first time, open in its directory. */
     token(const std::string& directory, std::unique_ptr<open_token> open);
 
     /* The type never changes, so this needs no look at the token. */
@@ -31,12 +32,17 @@ public:
     /* The token was found in a directory. */
     void settle(const std::string& directory, std::unique_ptr<open_token> open);
 
+    /* Takes the token's plug away, for all processes. */
     void unplug();
     /* Throws "removed" or returns. */
     void require_attached(running_call& call);
     int type(running_call& call);
     std::string serial_number(running_call& call);
 
+    /*
+     * Slots, as slot_table does it. A change needs a verified password where the token asks for
+     * one, and throws not_logged_in without it.
+     */
     int slot_length(running_call& call, int id);
     int read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size);
     void create_slot(running_call& call, login& device_login, int id,
@@ -48,6 +54,7 @@ public:
     void verify_password(running_call& call, login& device_login, const char* password,
                          int& retries);
 
+    /* Key pairs and their certificates by index; throws no_such_index. A keypair is a row. */
     int keypair_count(running_call& call);
     std::int64_t keypair_at(running_call& call, int index);
     int certificate_count(running_call& call, std::int64_t keypair);

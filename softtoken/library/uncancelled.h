@@ -5,6 +5,7 @@
 
 namespace vemra::softtoken {
 
+/* Lives around the piece of work; pieces may lie within each other. */
 class uncancelled {
 public:
     uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state_); }

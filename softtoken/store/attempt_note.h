@@ -34,6 +34,7 @@ public:
     noted_attempt(const noted_attempt&) = delete;
     noted_attempt& operator=(const noted_attempt&) = delete;
 
+    /* From here on the note outlives this. */
     void keep();
 
 private:

@@ -16,6 +16,7 @@ std::string certificate_from_der(std::string_view der);
  */
 std::vector<std::string> certificates_from_any(std::string_view bytes);
 
+/* The rest takes certificates as DER, and throws bad_certificate for what is none. */
 std::string certificate_to_pem(const std::string& der);
 bool same_certificate(const std::string& left, const std::string& right);
 /* The public key in its DER form. */
@@ -25,6 +26,7 @@ std::string public_half_of(const std::string& private_key);
 /* One line for people: the subject's distinguished name. */
 std::string subject_of(const std::string& der);
 
+/* A private key and the certificate over its public half. */
 struct made_certificate {
     std::string private_key; /* PKCS #8, DER */
     std::string der;

@@ -5,6 +5,7 @@
 
 namespace vemra::softtoken {
 
+/* It decides whether a fault of a token can fire, and whether naming a slot makes sense. */
 enum class works_on {
     nothing, /* no token at all */
     handle,  /* a token's handle, without asking the token */

@@ -11,6 +11,7 @@
 
 namespace vemra::softtoken {
 
+/* What a call ends with; error_text has a text for each. */
 enum class error_code : int {
     success = 1,
     no_such_slot = -7,
@@ -47,6 +48,7 @@ const char* error_text(int code) noexcept;
 /* A call that ends with an error code. The detail is for people (stderr, the admin tool). */
 class failure : public std::runtime_error {
 public:
+    /* Without a detail, what() is the text of the code. */
     explicit failure(error_code code);
     failure(error_code code, const std::string& detail);
 

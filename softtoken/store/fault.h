@@ -18,8 +18,10 @@
 
 namespace vemra::softtoken {
 
+/* What happens, in the order of the actions above. */
 enum class fault_action { give_code, give_null, delay, unplug, die_before, die_after, tear };
 
+/* One fault, taken apart. */
 struct fault {
     std::string text; /* as it was written, its words one space apart */
     std::string function;

@@ -10,6 +10,7 @@
 
 namespace vemra::softtoken {
 
+/* One row; id and keypair are numbers of rows. */
 struct stored_certificate {
     std::int64_t id = 0;
     std::int64_t keypair = 0;
@@ -25,6 +26,7 @@ public:
     int keypair_count();
     /* The row of the key pair at an index, in the order in which they were stored. */
     std::optional<std::int64_t> keypair_at(int index);
+    /* Those that were stored for the key pair of that row. */
     int certificate_count(std::int64_t keypair);
     /* The DER bytes of the certificate at an index. */
     std::optional<std::string> certificate_at(std::int64_t keypair, int index);

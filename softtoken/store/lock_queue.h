@@ -28,6 +28,7 @@ public:
     bool take_at_once();
     /* Waits for the turn behind all who came before; false when the deadline comes first. */
     bool wait(clock::time_point deadline);
+    /* Gives the turn to the next in the queue. */
     void release() noexcept;
 
 private:

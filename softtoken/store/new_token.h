@@ -9,6 +9,7 @@
 
 namespace vemra::softtoken {
 
+/* What a token is made of. */
 struct new_token {
     token_info info; /* the uid is made here */
     std::string password;

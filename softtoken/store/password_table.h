@@ -6,16 +6,18 @@
 
 namespace vemra::softtoken {
 
+/* Attempts that are left, out of so many. */
 struct retry_counter {
     int left = 0;
     int most = 0;
 };
 
-/* The caller holds a transaction around each change. */
+/* The caller holds a transaction around each change. Reading throws damaged without a password. */
 class password_table {
 public:
     explicit password_table(sqlite_connection& connection) : connection_(connection) {}
 
+    /* What the password is compared with. */
     password_hash hash();
     retry_counter retries();
     void set_retries_left(int left);

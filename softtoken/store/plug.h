@@ -31,6 +31,7 @@ struct plug {
     }
 };
 
+/* The file that says so. */
 std::string plug_path(const std::string& token_directory);
 
 /* Nothing when the token is unplugged or gone. */

@@ -10,9 +10,11 @@
 
 namespace vemra::softtoken {
 
+/* The bytes that come with each slot and mean nothing here. */
 constexpr std::size_t attribute_block_size = 4;
 constexpr const char* usual_attributes = "\x04\x01\x03\x07";
 
+/* A slot without its bytes; written is false while it was only created. */
 struct slot_summary {
     int id = 0;
     std::string attributes;
@@ -39,21 +41,29 @@ public:
     std::optional<int> length(int id);
     /* Throws no_such_slot. */
     int existing_length(int id);
-    /* Copies the slot into the buffer and returns its length. Throws damaged for a wrong sum. */
+    /*
+     * Copies the slot into the buffer and returns its length. Throws no_such_slot,
+     * buffer_too_small, or damaged for a wrong sum.
+     */
     int read(int id, unsigned char* buffer, int buffer_size);
     /* Throw what create and write would throw; nothing is changed. */
     void require_creatable(int id, int size, const token_limits& limits);
     void require_length(int id, int length);
-    /* Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. */
+    /*
+     * Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. Throws
+     * slot_exists, slot_too_large, too_many_slots or token_full.
+     */
     void create(int id, const unsigned char* attributes, int size, const token_limits& limits);
-    /* The length must be the slot's. */
+    /* Throws no_such_slot, and wrong_length unless the length is the slot's. */
     void write(int id, const void* data, int length);
+    /* Throws no_such_slot. */
     void remove(int id);
     /* Makes the bytes the slot, whatever it held; its attribute block stays. */
     void replace(int id, const std::string& bytes, const token_limits& limits);
     /* What the slot holds when only the first bytes of a write arrive. */
     std::string torn(int id, const void* data, int arriving);
 
+    /* In ascending order. */
     std::vector<slot_summary> list();
     /* Reads all slots. */
     std::vector<damaged_slot> damaged();

@@ -31,6 +31,7 @@ public:
      */
     bool read_start(void* bytes, std::size_t size) const;
 
+    /* For calls of SQLite's own; the connection stays its owner. */
     sqlite3* raw() const noexcept { return database_; }
     const std::string& path() const noexcept { return path_; }
 

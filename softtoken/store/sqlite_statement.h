@@ -36,6 +36,7 @@ public:
     sqlite_query(const sqlite_query&) = delete;
     sqlite_query& operator=(const sqlite_query&) = delete;
 
+    /* The parameter ?index, counted from 1. */
     sqlite_query& bind(int index, std::int64_t value);
     sqlite_query& bind_text(int index, std::string_view value);
     sqlite_query& bind_bytes(int index, const void* data, std::size_t size);
@@ -48,6 +49,7 @@ public:
         }
     }
 
+    /* Columns of the row that step gave, counted from 0; what has another type is converted. */
     std::int64_t integer(int column) const;
     int small(int column) const { return static_cast<int>(integer(column)); }
     bool is_null(int column) const;

@@ -27,14 +27,18 @@ void require_token_database(const std::string& path);
 /* The format that the token has at this moment; another process may take it over. */
 std::uint32_t format_version(sqlite_connection& connection);
 
+/* One open token. Not for use by two threads at once. */
 class token_database {
 public:
     /* Opens an existing token. Throws damaged for anything that is not one. */
     explicit token_database(const std::string& path);
 
+    /* Throws damaged for a row that no token can have. */
     token_info info();
+    /* The caller holds a transaction, and the settings lock. */
     void set_behaviour(const token_limits& limits, login_scope login);
 
+    /* What the tables of the token work on, while this lives. */
     sqlite_connection& connection() { return connection_; }
 
 private:
@@ -75,6 +79,7 @@ public:
     transaction(const transaction&) = delete;
     transaction& operator=(const transaction&) = delete;
 
+    /* Throws what keeps the change from being stored; it is undone then. */
     void commit();
 
 private:

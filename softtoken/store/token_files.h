@@ -18,6 +18,7 @@ namespace vemra::softtoken {
  */
 std::string root_directory();
 
+/* The file that holds the token's database. */
 std::string database_path(const std::string& token_directory);
 
 /* The tokens' directory names in ascending byte order; nothing when the root is missing. */

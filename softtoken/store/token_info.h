@@ -10,6 +10,7 @@ namespace vemra::softtoken {
 /* For whom a verified password counts. */
 enum class login_scope { process, handle, none };
 
+/* As it is stored, and written on the command line. */
 const char* name_of(login_scope scope) noexcept;
 /* Nothing for any other text. */
 std::optional<login_scope> login_scope_from(const std::string& name);
@@ -37,6 +38,7 @@ struct token_limits {
     }
 };
 
+/* The serial number and the type are what the device interface tells. */
 struct token_info {
     std::string uid; /* 32 hexadecimal digits, made at creation and never changed */
     std::string serial_number;
