@@ -141,7 +141,7 @@ silent_call = re.compile(r"\b(data|empty|size|release|_new_text|_public_type|sta
 def only_set_different_things(first, second):
     """Two assignments or copies of which neither names what the other sets, and which call nothing on the
     way that could fail or be seen. Their order is free."""
-    first, second = (re.sub(r"MEMCPY_S\(([\w.*>-]+), (.*)\);", r"\1 = \2;", line) for line in (first, second))
+    first, second = (re.sub(r"VEMRA_MEMCPY_S\(([\w.*>-]+), (.*)\);", r"\1 = \2;", line) for line in (first, second))
     one, other = (re.fullmatch(r"\s*([\w.*>-]+) = (.*);", line) for line in (first, second))
     if not one or not other:
         return False
@@ -206,11 +206,11 @@ RULES = {
     "wrong status": replacing(r"\bVEMRA_APP_STAMP_(SUCCESS|FAILURE|INVALID_HANDLE|INVALID_ARGUMENT|"
                               r"OUT_OF_MEMORY|UNSUPPORTED_TYPE|OUT_OF_RANGE|DEVICE_FULL)\b", other_status),
     "wrong text": changing_texts,
-    "missing log line": dropping(r"^\s+(LOG_\w+|log_verbose)\("),
+    "missing log line": dropping(r"^\s+(VEMRA_LOG_\w+|print_line<[\w:]+>)\("),
     "dropped restore": dropping(r"^\s+(private_(restore|delete|backup)_data\(|backup_\.clear)"),
     "dropped release": dropping(r"^\s+(delete(\[\])? |const library_buffer|const crypto::library_buffer)"),
     "dropped lock": dropping(r"^\s+const scoped_lock lock"),
-    "dropped statement": dropping(r"^\s+(?!return|continue|break|const |LOG_|log_verbose|delete|private_|backup_\.|\w+_deleter)"
+    "dropped statement": dropping(r"^\s+(?!return|continue|break|const |VEMRA_LOG_|print_line|delete|private_|backup_\.|\w+_deleter)"
                                   r"(\*?\w+(->|\.|::|\[))*\*?[\w\]>.*-]+(\(| \+?= |;).*"),
     "swapped order": swapping_statements,
     "swapped writes": swapping_writes,

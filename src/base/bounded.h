@@ -7,7 +7,7 @@
  * The bounded copy with the caller's own position for the assertion hook. The build defines
  * VEMRA_SOURCE_FILE: the source's path from the root of the project.
  */
-#define MEMCPY_S(dest, dest_size, src, src_size) \
+#define VEMRA_MEMCPY_S(dest, dest_size, src, src_size) \
     qo::base::__memcpy_s(VEMRA_SOURCE_FILE, __LINE__, dest, dest_size, src, src_size)
 
 namespace qo::base {

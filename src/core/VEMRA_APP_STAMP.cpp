@@ -87,7 +87,7 @@ unsigned char* _new_buffer(std::size_t size) {
 // The same with a copy of the text and a NUL in it.
 char* _new_text(const char* text, std::size_t length) {
     auto* buffer = reinterpret_cast<char*>(_new_buffer(length + 1));
-    if (buffer != nullptr) MEMCPY_S(buffer, length + 1, text, length);
+    if (buffer != nullptr) VEMRA_MEMCPY_S(buffer, length + 1, text, length);
     return buffer;
 }
 
@@ -120,22 +120,23 @@ void _list_stamp(const char* function, const device_ptr& owner, unsigned int slo
                  const std::string& name, stamp_set& stamps) {
     const int id = static_cast<int>(slot);
     if (id < first_stamp_slot || id > last_stamp_slot) {
-        LOG_ERROR_AS(function, "Invalid id of the storage of stamp: %d, skip it.", id);
+        VEMRA_LOG_ERROR_AS(function, "Invalid id of the storage of stamp: %d, skip it.", id);
         return;
     }
     const std::string data = owner->get_data(id);
     const uuid_bytes uuid =
         stamp_device_map::generate_uuid(owner, id, name, data.data(), data.size());
     if (uuid.empty()) {
-        LOG_ERROR_AS(function, "Unable to generate uuid of stamp.");
+        VEMRA_LOG_ERROR_AS(function, "Unable to generate uuid of stamp.");
         return;
     }
-    LOG_VERBOSE_AS(function, "uuid: %s", hex::encode(uuid.data(), uuid.size(), false).c_str());
+    VEMRA_LOG_VERBOSE_AS(function, "uuid: %s",
+                         hex::encode(uuid.data(), uuid.size(), false).c_str());
 
     std::shared_ptr<basic_stamp> stamp(new (std::nothrow)
                                            image_stamp(name, uuid, data.data(), data.size()));
     if (stamp == nullptr) {
-        LOG_ERROR_AS(function, "Unable to construct an image stamp object.");
+        VEMRA_LOG_ERROR_AS(function, "Unable to construct an image stamp object.");
         return;
     }
     stamps.push_back(stamp);
@@ -151,7 +152,7 @@ void _list_stamp(const char* function, const device_ptr& owner, unsigned int slo
 void _list_device(const char* function, const device_ptr& owner, const device_filter& filter,
                   bool images_wanted, stamp_set& stamps) {
     if (owner == nullptr || owner->get_handle() == nullptr) {
-        LOG_ERROR_AS(function, "Bad device pointer.");
+        VEMRA_LOG_ERROR_AS(function, "Bad device pointer.");
         return;
     }
     const int type = owner->get_type();
@@ -160,7 +161,7 @@ void _list_device(const char* function, const device_ptr& owner, const device_fi
     if (filter.type != any_device_type && filter.type != type) return;
     if (!images_wanted) return;
     if (!owner->has_data(stamp_info_slot)) {
-        LOG_DEBUG_AS(function, "No image stamp in device: %s.", serial.c_str());
+        VEMRA_LOG_DEBUG_AS(function, "No image stamp in device: %s.", serial.c_str());
         return;
     }
     const std::string record = owner->get_data(stamp_info_slot);
@@ -172,23 +173,23 @@ void _list_device(const char* function, const device_ptr& owner, const device_fi
 // Kept(bad-uuid): faults inside the record are -1, its absence is -2.
 int _check_record(const char* function, const VEMRA_APP_STAMP_RECORD* stamp) {
     if (stamp == nullptr) {
-        LOG_ERROR_AS(function, "Bad stamp.");
+        VEMRA_LOG_ERROR_AS(function, "Bad stamp.");
         return VEMRA_APP_STAMP_INVALID_ARGUMENT;
     }
     if (stamp->type != VEMRA_APP_STAMP_TYPE_RESERVED && stamp->type != VEMRA_APP_STAMP_TYPE_IMAGE) {
-        LOG_ERROR_AS(function, "Bad stamp type: %d.", stamp->type);
+        VEMRA_LOG_ERROR_AS(function, "Bad stamp type: %d.", stamp->type);
         return VEMRA_APP_STAMP_INVALID_HANDLE;
     }
     if (stamp->data == nullptr) {
-        LOG_ERROR_AS(function, "Bad stamp data.");
+        VEMRA_LOG_ERROR_AS(function, "Bad stamp data.");
         return VEMRA_APP_STAMP_INVALID_HANDLE;
     }
     if (stamp->data_length == 0) {
-        LOG_ERROR_AS(function, "Bad stamp size.");
+        VEMRA_LOG_ERROR_AS(function, "Bad stamp size.");
         return VEMRA_APP_STAMP_INVALID_HANDLE;
     }
     if (stamp->name == nullptr || stamp->name_length == 0) {
-        LOG_ERROR_AS(function, "Bad stamp name.");
+        VEMRA_LOG_ERROR_AS(function, "Bad stamp name.");
         return VEMRA_APP_STAMP_INVALID_HANDLE;
     }
     return VEMRA_APP_STAMP_SUCCESS;
@@ -200,7 +201,7 @@ device_ptr _find_device(const char* function, const device_list& devices, const 
                         int type) {
     for (const device_ptr& candidate : devices) {
         if (candidate == nullptr || candidate->get_handle() == nullptr) {
-            LOG_ERROR_AS(function, "Bad device pointer.");
+            VEMRA_LOG_ERROR_AS(function, "Bad device pointer.");
             continue;
         }
         if (candidate->get_serial_number() == serial && candidate->get_type() == type) {
@@ -217,8 +218,9 @@ void _verify_password(const char* function, const device& owner, const char* pas
     const int result =
         VemraPKICryptoVerifyPwd(owner.get_handle(), user_password, password, &retries);
     if (result == 1) return;
-    LOG_ERROR_AS(function, "Unable to verify password, because: %s, you can retry %d more times.",
-                 vemra::crypto::exception::get_error_message(result).c_str(), retries);
+    VEMRA_LOG_ERROR_AS(function,
+                       "Unable to verify password, because: %s, you can retry %d more times.",
+                       vemra::crypto::exception::get_error_message(result).c_str(), retries);
 }
 
 std::optional<stamp_info_mapping> _read_mapping(const char* function, const device& owner) {
@@ -226,7 +228,8 @@ std::optional<stamp_info_mapping> _read_mapping(const char* function, const devi
     try {
         record = owner.get_data(stamp_info_slot);
     } catch (const std::exception& error) {
-        LOG_ERROR_AS(function, "Unable to get stamp info from 8127, because: %s.", error.what());
+        VEMRA_LOG_ERROR_AS(function, "Unable to get stamp info from 8127, because: %s.",
+                           error.what());
         return std::nullopt;
     }
     return _parse_stamp_info_mapping(_bytes(record), record.size());
@@ -273,7 +276,7 @@ int VemraAppStampGetLastError(void) {
 
 const char* VemraAppStampGetErrorMessage(int errcode) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `errcode`: %d", errcode);
+    VEMRA_LOG_VERBOSE("Input `errcode`: %d", errcode);
 
     switch (errcode) {
         case VEMRA_APP_STAMP_SUCCESS:
@@ -299,7 +302,7 @@ const char* VemraAppStampGetErrorMessage(int errcode) {
 
 int VemraAppStampFreeMemory(void* mem) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `mem`: %p", mem);
+    VEMRA_LOG_VERBOSE("Input `mem`: %p", mem);
 
     if (mem == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
 
@@ -324,8 +327,8 @@ VEMRA_APP_STAMP_ENV_HANDLE VemraAppStampEnvInitialize(const VEMRA_APP_STAMP_CONF
 int VemraAppStampEnvGetConfiguration(VEMRA_APP_STAMP_ENV_HANDLE handle,
                                      VEMRA_APP_STAMP_CONFIG* config) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
-    LOG_VERBOSE("Input `config`: %p", static_cast<void*>(config));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `config`: %p", static_cast<void*>(config));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (config == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
@@ -342,8 +345,8 @@ int VemraAppStampEnvGetConfiguration(VEMRA_APP_STAMP_ENV_HANDLE handle,
 
 int VemraAppStampEnvGetMaxStampSize(VEMRA_APP_STAMP_ENV_HANDLE handle, unsigned long long* output) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
-    LOG_VERBOSE("Input `output`: %p", static_cast<void*>(output));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `output`: %p", static_cast<void*>(output));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (output == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
@@ -362,10 +365,10 @@ VEMRA_APP_STAMP_SET_HANDLE VemraAppStampGetAllStamps(int type, const char* devic
                                                      unsigned int device_sn_length,
                                                      int device_type) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `type`            : %d", type);
-    LOG_VERBOSE("Input `device_sn`       : %s", device_sn);
-    LOG_VERBOSE("Input `device_sn_length`: %u", device_sn_length);
-    LOG_VERBOSE("Input `device_type`     : %d", device_type);
+    VEMRA_LOG_VERBOSE("Input `type`            : %d", type);
+    VEMRA_LOG_VERBOSE("Input `device_sn`       : %s", device_sn);
+    VEMRA_LOG_VERBOSE("Input `device_sn_length`: %u", device_sn_length);
+    VEMRA_LOG_VERBOSE("Input `device_type`     : %d", device_type);
 
     if (type < VEMRA_APP_STAMP_TYPE_ANY || type > VEMRA_APP_STAMP_TYPE_IMAGE) {
         _finish(VEMRA_APP_STAMP_UNSUPPORTED_TYPE);
@@ -376,12 +379,12 @@ VEMRA_APP_STAMP_SET_HANDLE VemraAppStampGetAllStamps(int type, const char* devic
     try {
         devices = device::get_all_devices(-1, 0);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to load devices, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to load devices, because: %s.", error.what());
         _finish(VEMRA_APP_STAMP_FAILURE);
         return nullptr;
     }
     if (devices.empty()) {
-        LOG_ERROR("No device.");
+        VEMRA_LOG_ERROR("No device.");
         _finish(VEMRA_APP_STAMP_FAILURE);
         return nullptr;
     }
@@ -400,7 +403,7 @@ VEMRA_APP_STAMP_SET_HANDLE VemraAppStampGetAllStamps(int type, const char* devic
             _list_device(__func__, owner, filter, images_wanted, *stamps);
         } catch (const std::exception& error) {
             // One bad device does not hide the others; what it gave so far stays listed.
-            LOG_ERROR("%s", error.what());
+            VEMRA_LOG_ERROR("%s", error.what());
         }
     }
     _finish(VEMRA_APP_STAMP_SUCCESS);
@@ -409,7 +412,7 @@ VEMRA_APP_STAMP_SET_HANDLE VemraAppStampGetAllStamps(int type, const char* devic
 
 int VemraAppStampFreeStamps(VEMRA_APP_STAMP_SET_HANDLE handle) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
 
@@ -419,8 +422,8 @@ int VemraAppStampFreeStamps(VEMRA_APP_STAMP_SET_HANDLE handle) {
 
 int VemraAppStampGetStampCount(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int* count) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
-    LOG_VERBOSE("Input `count` : %p", static_cast<void*>(count));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `count` : %p", static_cast<void*>(count));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (count == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
@@ -433,11 +436,11 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
                           unsigned char** output_uuid, unsigned int* output_uuid_size,
                           VEMRA_APP_STAMP_RECORD** output_stamp) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`          : %p", static_cast<void*>(handle));
-    LOG_VERBOSE("Input `index`           : %u", index);
-    LOG_VERBOSE("Input `output_uuid`     : %p", static_cast<void*>(output_uuid));
-    LOG_VERBOSE("Input `output_uuid_size`: %p", static_cast<void*>(output_uuid_size));
-    LOG_VERBOSE("Input `output_stamp`    : %p", static_cast<void*>(output_stamp));
+    VEMRA_LOG_VERBOSE("Input `handle`          : %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `index`           : %u", index);
+    VEMRA_LOG_VERBOSE("Input `output_uuid`     : %p", static_cast<void*>(output_uuid));
+    VEMRA_LOG_VERBOSE("Input `output_uuid_size`: %p", static_cast<void*>(output_uuid_size));
+    VEMRA_LOG_VERBOSE("Input `output_stamp`    : %p", static_cast<void*>(output_stamp));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     // Kept(index-first): the index is tested before the outputs.
@@ -448,17 +451,17 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
 
     const std::shared_ptr<basic_stamp> stamp = _set_of(handle)[index];
     if (stamp == nullptr) {
-        LOG_ERROR("Invalid pointer of stamp.");
+        VEMRA_LOG_ERROR("Invalid pointer of stamp.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const uuid_bytes uuid = stamp->get_uuid();
     if (uuid.empty()) {
-        LOG_ERROR("No uuid in this stamp.");
+        VEMRA_LOG_ERROR("No uuid in this stamp.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const std::shared_ptr<stamp_device_map::item> item = g_stamp_device_map.get(uuid);
     if (item == nullptr || item->get_device() == nullptr) {
-        LOG_ERROR("Unable to get the own device of stamp %d.", static_cast<int>(index));
+        VEMRA_LOG_ERROR("Unable to get the own device of stamp %d.", static_cast<int>(index));
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
 
@@ -478,12 +481,12 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
             // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
             return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
         }
-        MEMCPY_S(record->data, data.size(), data.data(), data.size());
+        VEMRA_MEMCPY_S(record->data, data.size(), data.data(), data.size());
     }
 
     const std::string name = stamp->get_name();
     if (name.empty()) {
-        LOG_ERROR("Bad stamp name.");
+        VEMRA_LOG_ERROR("Bad stamp name.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     record->name = _new_text(name.data(), name.size());
@@ -493,7 +496,7 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
     *output_uuid = _new_buffer(uuid.size());
     // Kept(stays-allocated): on this path the name is never released.
     if (*output_uuid == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
-    MEMCPY_S(*output_uuid, uuid.size(), uuid.data(), uuid.size());
+    VEMRA_MEMCPY_S(*output_uuid, uuid.size(), uuid.data(), uuid.size());
     *output_uuid_size = static_cast<unsigned int>(uuid.size());
     *output_stamp = record.release();
     return _finish(VEMRA_APP_STAMP_SUCCESS);
@@ -501,19 +504,19 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
 
 int VemraAppStampFreeStamp(VEMRA_APP_STAMP_RECORD* handle) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<void*>(handle));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
 
-    if (handle->data != nullptr) LOG_DEBUG("Free stamp data.");
+    if (handle->data != nullptr) VEMRA_LOG_DEBUG("Free stamp data.");
     _free_record(handle);
     return _finish(VEMRA_APP_STAMP_SUCCESS);
 }
 
 int VemraAppStampGetStampType(const VEMRA_APP_STAMP_RECORD* handle, int* type) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`: %p", static_cast<const void*>(handle));
-    LOG_VERBOSE("Input `type`  : %p", static_cast<void*>(type));
+    VEMRA_LOG_VERBOSE("Input `handle`: %p", static_cast<const void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `type`  : %p", static_cast<void*>(type));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (type == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
@@ -525,9 +528,9 @@ int VemraAppStampGetStampType(const VEMRA_APP_STAMP_RECORD* handle, int* type) {
 int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* handle, unsigned char** output_bytes,
                               unsigned long long* output_size) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`      : %p", static_cast<const void*>(handle));
-    LOG_VERBOSE("Input `output_bytes`: %p", static_cast<void*>(output_bytes));
-    LOG_VERBOSE("Input `output_size` : %p", static_cast<void*>(output_size));
+    VEMRA_LOG_VERBOSE("Input `handle`      : %p", static_cast<const void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `output_bytes`: %p", static_cast<void*>(output_bytes));
+    VEMRA_LOG_VERBOSE("Input `output_size` : %p", static_cast<void*>(output_size));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (output_bytes == nullptr || output_size == nullptr) {
@@ -535,13 +538,13 @@ int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* handle, unsigned cha
     }
 
     const unsigned long long length = handle->data_length;
-    LOG_VERBOSE("Size of stamp: %lld bytes.", static_cast<long long>(length));
-    LOG_VERBOSE("Data of stamp: %s.", hex::encode(handle->data, length, false).c_str());
+    VEMRA_LOG_VERBOSE("Size of stamp: %lld bytes.", static_cast<long long>(length));
+    VEMRA_LOG_VERBOSE("Data of stamp: %s.", hex::encode(handle->data, length, false).c_str());
     if (handle->data != nullptr && length != 0) {
         // Kept(no-minus-3): without memory the bounded copy reports the null buffer, the caller
         // gets it with the true size, and the status is 1.
         *output_bytes = _new_buffer(length);
-        MEMCPY_S(*output_bytes, length, handle->data, length);
+        VEMRA_MEMCPY_S(*output_bytes, length, handle->data, length);
     }
     *output_size = length;
     return _finish(VEMRA_APP_STAMP_SUCCESS);
@@ -550,9 +553,9 @@ int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* handle, unsigned cha
 int VemraAppStampGetStampName(const VEMRA_APP_STAMP_RECORD* handle, char** output_string,
                               unsigned int* output_size) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`       : %p", static_cast<const void*>(handle));
-    LOG_VERBOSE("Input `output_string`: %p", static_cast<void*>(output_string));
-    LOG_VERBOSE("Input `output_size`  : %p", static_cast<void*>(output_size));
+    VEMRA_LOG_VERBOSE("Input `handle`       : %p", static_cast<const void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `output_string`: %p", static_cast<void*>(output_string));
+    VEMRA_LOG_VERBOSE("Input `output_size`  : %p", static_cast<void*>(output_size));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (output_string == nullptr || output_size == nullptr) {
@@ -560,8 +563,8 @@ int VemraAppStampGetStampName(const VEMRA_APP_STAMP_RECORD* handle, char** outpu
     }
 
     const unsigned int length = handle->name_length;
-    LOG_VERBOSE("Length of stamp name: %lld.", static_cast<long long>(length));
-    LOG_VERBOSE("Name of stamp: %.*s.", static_cast<int>(length), handle->name);
+    VEMRA_LOG_VERBOSE("Length of stamp name: %lld.", static_cast<long long>(length));
+    VEMRA_LOG_VERBOSE("Name of stamp: %.*s.", static_cast<int>(length), handle->name);
     if (handle->name != nullptr && length != 0) {
         *output_string = _new_text(handle->name, length);
         if (*output_string == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
@@ -573,10 +576,12 @@ int VemraAppStampGetStampName(const VEMRA_APP_STAMP_RECORD* handle, char** outpu
 int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_RECORD* handle, char** output_device_sn,
                                    unsigned int* output_device_sn_length, int* output_device_type) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `handle`                 : %p", static_cast<const void*>(handle));
-    LOG_VERBOSE("Input `output_device_sn`       : %p", static_cast<void*>(output_device_sn));
-    LOG_VERBOSE("Input `output_device_sn_length`: %p", static_cast<void*>(output_device_sn_length));
-    LOG_VERBOSE("Input `output_device_type`     : %p", static_cast<void*>(output_device_type));
+    VEMRA_LOG_VERBOSE("Input `handle`                 : %p", static_cast<const void*>(handle));
+    VEMRA_LOG_VERBOSE("Input `output_device_sn`       : %p", static_cast<void*>(output_device_sn));
+    VEMRA_LOG_VERBOSE("Input `output_device_sn_length`: %p",
+                      static_cast<void*>(output_device_sn_length));
+    VEMRA_LOG_VERBOSE("Input `output_device_type`     : %p",
+                      static_cast<void*>(output_device_type));
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (output_device_sn == nullptr || output_device_sn_length == nullptr ||
@@ -585,7 +590,7 @@ int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_RECORD* handle, char** 
     }
     const device_ptr* owner = _own_device_of(*handle);
     if (owner == nullptr || (*owner)->get_handle() == nullptr) {
-        LOG_ERROR("No own device.");
+        VEMRA_LOG_ERROR("No own device.");
         return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     }
 
@@ -595,7 +600,7 @@ int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_RECORD* handle, char** 
         serial = (*owner)->get_serial_number();
         type = (*owner)->get_type();
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to get device info from this stamp, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to get device info from this stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
 
@@ -609,18 +614,18 @@ int VemraAppStampGetStampOwnDevice(const VEMRA_APP_STAMP_RECORD* handle, char** 
 int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_length, int device_type,
                              const char* password, const VEMRA_APP_STAMP_RECORD* stamp) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `device_sn`       : %s", device_sn);
-    LOG_VERBOSE("Input `device_sn_length`: %u", device_sn_length);
-    LOG_VERBOSE("Input `device_type`     : %d", device_type);
-    LOG_VERBOSE("Input `password`        : %s", password);
-    LOG_VERBOSE("Input `stamp`           : %p", static_cast<const void*>(stamp));
+    VEMRA_LOG_VERBOSE("Input `device_sn`       : %s", device_sn);
+    VEMRA_LOG_VERBOSE("Input `device_sn_length`: %u", device_sn_length);
+    VEMRA_LOG_VERBOSE("Input `device_type`     : %d", device_type);
+    VEMRA_LOG_VERBOSE("Input `password`        : %s", password);
+    VEMRA_LOG_VERBOSE("Input `stamp`           : %p", static_cast<const void*>(stamp));
 
     if (device_sn == nullptr || device_sn_length == 0) {
-        LOG_ERROR("Bad device sn.");
+        VEMRA_LOG_ERROR("Bad device sn.");
         return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
     }
     if (device_type == any_device_type) {
-        LOG_ERROR("Bad device type.");
+        VEMRA_LOG_ERROR("Bad device type.");
         return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
     }
     const int checked = _check_record(__func__, stamp);
@@ -630,17 +635,17 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
     try {
         devices = device::get_all_devices(-1, 0);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to get any crypto device, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to get any crypto device, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     if (devices.empty()) {
-        LOG_ERROR("No device.");
+        VEMRA_LOG_ERROR("No device.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const std::string serial(device_sn, device_sn_length);
     const device_ptr owner = _find_device(__func__, devices, serial, device_type);
     if (owner == nullptr) {
-        LOG_ERROR("Unable to find a matched device by given serial number.");
+        VEMRA_LOG_ERROR("Unable to find a matched device by given serial number.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
 
@@ -651,7 +656,7 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
     if (!mapping) return _finish(VEMRA_APP_STAMP_FAILURE);
     const std::optional<int> slot = _choose_slot(*mapping);
     if (!slot) {
-        LOG_ERROR(
+        VEMRA_LOG_ERROR(
             "No more storage space to store the stamp, storage from %d to %d are all occupied.",
             first_stamp_slot, last_stamp_slot);
         return _finish(VEMRA_APP_STAMP_DEVICE_FULL);
@@ -664,7 +669,7 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
         _write_stamp(*owner, *slot, *stamp);
         _write_mapping(*owner, record);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to append a new stamp, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to append a new stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     return _finish(VEMRA_APP_STAMP_SUCCESS);
@@ -673,14 +678,14 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
 int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
                              const char* password, const VEMRA_APP_STAMP_RECORD* stamp) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `uuid`     : %s", hex::encode(uuid, uuid_size, false).c_str());
-    LOG_VERBOSE("Input `uuid_size`: %u", uuid_size);
-    LOG_VERBOSE("Input `password` : %s", password);
-    LOG_VERBOSE("Input `stamp`    : %p", static_cast<const void*>(stamp));
+    VEMRA_LOG_VERBOSE("Input `uuid`     : %s", hex::encode(uuid, uuid_size, false).c_str());
+    VEMRA_LOG_VERBOSE("Input `uuid_size`: %u", uuid_size);
+    VEMRA_LOG_VERBOSE("Input `password` : %s", password);
+    VEMRA_LOG_VERBOSE("Input `stamp`    : %p", static_cast<const void*>(stamp));
 
     if (uuid_size == 0 || uuid == nullptr) {
         // Kept(bad-uuid): a bad uuid is a plain failure; only a missing record is -2.
-        LOG_ERROR("Bad uuid.");
+        VEMRA_LOG_ERROR("Bad uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const int checked = _check_record(__func__, stamp);
@@ -688,7 +693,7 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
     const std::shared_ptr<stamp_device_map::item> item =
         g_stamp_device_map.get(uuid_bytes(uuid, uuid_size));
     if (item == nullptr) {
-        LOG_ERROR("Unable to find a device by this uuid.");
+        VEMRA_LOG_ERROR("Unable to find a device by this uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const device_ptr owner = item->get_device();
@@ -706,7 +711,7 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
         _write_stamp(*owner, slot, *stamp);
         _write_mapping(*owner, record);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to update stamp, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to update stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     return _finish(VEMRA_APP_STAMP_SUCCESS);
@@ -715,19 +720,19 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
 int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
                              const char* password) {
     call_stack_tracer tracer(__func__);
-    LOG_VERBOSE("Input `uuid`     : %s", hex::encode(uuid, uuid_size, false).c_str());
-    LOG_VERBOSE("Input `uuid_size`: %u", uuid_size);
-    LOG_VERBOSE("Input `password` : %s", password);
+    VEMRA_LOG_VERBOSE("Input `uuid`     : %s", hex::encode(uuid, uuid_size, false).c_str());
+    VEMRA_LOG_VERBOSE("Input `uuid_size`: %u", uuid_size);
+    VEMRA_LOG_VERBOSE("Input `password` : %s", password);
 
     if (uuid_size == 0 || uuid == nullptr) {
         // Kept(bad-uuid): a bad uuid is a plain failure.
-        LOG_ERROR("Bad uuid.");
+        VEMRA_LOG_ERROR("Bad uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const std::shared_ptr<stamp_device_map::item> item =
         g_stamp_device_map.get(uuid_bytes(uuid, uuid_size));
     if (item == nullptr) {
-        LOG_ERROR("Unable to find a device by this uuid.");
+        VEMRA_LOG_ERROR("Unable to find a device by this uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const device_ptr owner = item->get_device();
@@ -738,7 +743,7 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
     try {
         data = owner->get_data(slot);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to get stamp data from %d, because: %s.", slot, error.what());
+        VEMRA_LOG_ERROR("Unable to get stamp data from %d, because: %s.", slot, error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
 
@@ -751,7 +756,7 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
         try {
             _write_mapping(*owner, record);
         } catch (const std::exception& error) {
-            LOG_ERROR("Unable to delete stamp info from 8127, because: %s.", error.what());
+            VEMRA_LOG_ERROR("Unable to delete stamp info from 8127, because: %s.", error.what());
             return _finish(VEMRA_APP_STAMP_FAILURE);
         }
     }
@@ -759,7 +764,7 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
     try {
         owner->delete_data(slot);
     } catch (const std::exception& error) {
-        LOG_ERROR("Unable to delete stamp, because: %s.", error.what());
+        VEMRA_LOG_ERROR("Unable to delete stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     return _finish(VEMRA_APP_STAMP_SUCCESS);

@@ -5,7 +5,7 @@
 namespace vemra::app::stamp {
 
 void segment_fault_signal_handler(int signal) {
-    LOG_FATAL("Segment fault, signal: %d.", signal);
+    VEMRA_LOG_FATAL("Segment fault, signal: %d.", signal);
 }
 
 }  // namespace vemra::app::stamp

@@ -11,14 +11,26 @@ namespace {
 
 using text = std::string_view;
 
-constexpr text fatal_begin = " [FATAL]    [";
-constexpr text error_begin = " [ERROR]    [";
-constexpr text debug_begin = " [DEBUG]    [";
-constexpr text verbose_begin = " [VERBOSE]  [";
 constexpr text before_message = "] ";
 
-constexpr text no_location = "\n";
-constexpr text location = " (%s:%u)\n";
+constexpr text _begin_of(log_level level) {
+    switch (level) {
+        case log_level::fatal:
+            return " [FATAL]    [";
+        case log_level::error:
+            return " [ERROR]    [";
+        case log_level::debug:
+            return " [DEBUG]    [";
+        case log_level::verbose:
+            break;
+    }
+    return " [VERBOSE]  [";
+}
+
+constexpr text _end_of(log_level level) {
+    const bool has_position = level == log_level::fatal || level == log_level::error;
+    return has_position ? " (%s:%u)\n" : "\n";
+}
 
 inline char* _put(char* at, text piece) {
     std::memcpy(at, piece.data(), piece.size());
@@ -46,32 +58,17 @@ inline void _print(text begin, text function, text message, text end, va_list ar
 
 }  // namespace
 
-void log_verbose(text function, text message, ...) {
+template <log_level level>
+void print_line(text function, text message, ...) {
     va_list arguments;
     va_start(arguments, message);
-    _print(verbose_begin, function, message, no_location, arguments);
+    _print(_begin_of(level), function, message, _end_of(level), arguments);
     va_end(arguments);
 }
 
-void log_debug(text function, text message, ...) {
-    va_list arguments;
-    va_start(arguments, message);
-    _print(debug_begin, function, message, no_location, arguments);
-    va_end(arguments);
-}
-
-void log_error(text function, text message, ...) {
-    va_list arguments;
-    va_start(arguments, message);
-    _print(error_begin, function, message, location, arguments);
-    va_end(arguments);
-}
-
-void log_fatal(text function, text message, ...) {
-    va_list arguments;
-    va_start(arguments, message);
-    _print(fatal_begin, function, message, location, arguments);
-    va_end(arguments);
-}
+template void print_line<log_level::fatal>(text function, text message, ...);
+template void print_line<log_level::error>(text function, text message, ...);
+template void print_line<log_level::debug>(text function, text message, ...);
+template void print_line<log_level::verbose>(text function, text message, ...);
 
 }  // namespace vemra::app::stamp

@@ -13,36 +13,35 @@
  * A line that cannot be built for lack of memory throws std::bad_alloc.
  */
 
-#define LOG_VERBOSE(...) LOG_VERBOSE_AS(__func__, __VA_ARGS__)
-#define LOG_DEBUG(...) LOG_DEBUG_AS(__func__, __VA_ARGS__)
-#define LOG_ERROR(...) LOG_ERROR_AS(__func__, __VA_ARGS__)
-#define LOG_FATAL(...)          \
-    (CHECK_FORMAT(__VA_ARGS__), \
-     vemra::app::stamp::log_fatal(__func__, __VA_ARGS__, VEMRA_SOURCE_FILE, SOURCE_LINE))
+#define VEMRA_LOG_VERBOSE(...) VEMRA_LOG_VERBOSE_AS(__func__, __VA_ARGS__)
+#define VEMRA_LOG_DEBUG(...) VEMRA_LOG_DEBUG_AS(__func__, __VA_ARGS__)
+#define VEMRA_LOG_ERROR(...) VEMRA_LOG_ERROR_AS(__func__, __VA_ARGS__)
+#define VEMRA_LOG_FATAL(...) VEMRA_LOG_WITH_POSITION(fatal, __func__, __VA_ARGS__)
 
-#define LOG_VERBOSE_AS(function, ...) \
-    (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_verbose(function, __VA_ARGS__))
-#define LOG_DEBUG_AS(function, ...) \
-    (CHECK_FORMAT(__VA_ARGS__), vemra::app::stamp::log_debug(function, __VA_ARGS__))
-#define LOG_ERROR_AS(function, ...) \
-    (CHECK_FORMAT(__VA_ARGS__),     \
-     vemra::app::stamp::log_error(function, __VA_ARGS__, VEMRA_SOURCE_FILE, SOURCE_LINE))
+#define VEMRA_LOG_VERBOSE_AS(function, ...) VEMRA_LOG(verbose, function, __VA_ARGS__)
+#define VEMRA_LOG_DEBUG_AS(function, ...) VEMRA_LOG(debug, function, __VA_ARGS__)
+#define VEMRA_LOG_ERROR_AS(function, ...) VEMRA_LOG_WITH_POSITION(error, function, __VA_ARGS__)
 
-#define SOURCE_LINE static_cast<unsigned int>(__LINE__)
+#define VEMRA_LOG(level, function, ...) \
+    (VEMRA_CHECK_FORMAT(__VA_ARGS__),   \
+     vemra::app::stamp::print_line<vemra::app::stamp::log_level::level>(function, __VA_ARGS__))
+#define VEMRA_LOG_WITH_POSITION(level, function, ...)                    \
+    (VEMRA_CHECK_FORMAT(__VA_ARGS__),                                    \
+     vemra::app::stamp::print_line<vemra::app::stamp::log_level::level>( \
+         function, __VA_ARGS__, VEMRA_SOURCE_FILE, static_cast<unsigned int>(__LINE__)))
 // Lets the compiler compare the message with its arguments; nothing is printed here.
-#define CHECK_FORMAT(...) static_cast<void>(sizeof(std::printf(__VA_ARGS__)))
+#define VEMRA_CHECK_FORMAT(...) static_cast<void>(sizeof(std::printf(__VA_ARGS__)))
 
 namespace vemra::app::stamp {
 
-/*
- * The operations behind the macros. They take views because the compiler then counts the characters
+enum class log_level { fatal, error, debug, verbose };
+
+/**
+ * The operation behind the macros: one for each level. The last two arguments of an error or fatal
+ * line are the source file and line. It takes views because the compiler then counts the characters
  * of the macros' constants, not the running program.
  */
-
-void log_verbose(std::string_view function, std::string_view message, ...);
-void log_debug(std::string_view function, std::string_view message, ...);
-/* The last two arguments are the source file and line. */
-void log_error(std::string_view function, std::string_view message, ...);
-void log_fatal(std::string_view function, std::string_view message, ...);
+template <log_level level>
+void print_line(std::string_view function, std::string_view message, ...);
 
 }  // namespace vemra::app::stamp

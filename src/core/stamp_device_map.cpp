@@ -70,14 +70,14 @@ std::basic_string<unsigned char> stamp_device_map::generate_uuid(
     const std::unique_ptr<VEMRA_PKI_HASH_HANDLE_st, hash_deleter> hash(
         VemraPKICryptoNewHash(device->get_handle(), uuid_digest_algorithm));
     if (hash == nullptr) {
-        LOG_ERROR("Unable to new a hash handle.");
+        VEMRA_LOG_ERROR("Unable to new a hash handle.");
         return {};
     }
     for (const std::string& bytes : {serial, _little_endian(type), _little_endian(data_id)}) {
         const int updated =
             VemraPKICryptoHashUpdate(hash.get(), bytes.data(), static_cast<int>(bytes.size()));
         if (updated != 1) {
-            LOG_ERROR("Unable to update bytes to hash handle, vemra errcode: %d.", updated);
+            VEMRA_LOG_ERROR("Unable to update bytes to hash handle, vemra errcode: %d.", updated);
             return {};
         }
     }
@@ -87,7 +87,7 @@ std::basic_string<unsigned char> stamp_device_map::generate_uuid(
     const int finished = VemraPKICryptoHashFinal(hash.get(), &digest, &digest_length);
     const crypto::library_buffer<unsigned char> digest_owner(digest);
     if (finished != 1) {
-        LOG_ERROR("Unable to finish hash, vemra errcode: %d.", finished);
+        VEMRA_LOG_ERROR("Unable to finish hash, vemra errcode: %d.", finished);
         return {};
     }
     if (digest == nullptr && digest_length != 0) {

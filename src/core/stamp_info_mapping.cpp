@@ -82,16 +82,17 @@ stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const s
     stamp_info_mapping mapping;
     if (size == 0) return mapping;
     if (size < header_length) {
-        LOG_ERROR("Bad stamp info header: only %zu bytes present, skip it.", size);
+        VEMRA_LOG_ERROR("Bad stamp info header: only %zu bytes present, skip it.", size);
         return mapping;
     }
     std::size_t total = _total_length(bytes);
     if (total < header_length) {
-        LOG_ERROR("Bad stamp info header: total length %zu, skip it.", total);
+        VEMRA_LOG_ERROR("Bad stamp info header: total length %zu, skip it.", total);
         return mapping;
     }
     if (total > size) {
-        LOG_ERROR("Bad stamp info header: total length %zu, only %zu bytes present.", total, size);
+        VEMRA_LOG_ERROR("Bad stamp info header: total length %zu, only %zu bytes present.", total,
+                        size);
         total = size;
     }
 
@@ -100,7 +101,7 @@ stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const s
     for (const std::string_view entry : _split(body, entry_separator)) {
         const std::vector<std::string_view> parts = _split(entry, field_separator);
         if (parts.size() < 2) {
-            LOG_ERROR("Bad stamp info: %s, skip it.", std::string(entry).c_str());
+            VEMRA_LOG_ERROR("Bad stamp info: %s, skip it.", std::string(entry).c_str());
             continue;
         }
         mapping[_slot_of(parts[1])] = parts[0];

@@ -106,7 +106,7 @@ TEST_F(bounded, the_hook_is_told_the_position_of_the_caller) {
 }
 
 TEST_F(bounded, the_macro_tells_the_hook_its_own_position) {
-    MEMCPY_S(dest_, 0, "a", 1);
+    VEMRA_MEMCPY_S(dest_, 0, "a", 1);
     EXPECT_EQ(last_position, "tests/base/bounded_test.cpp:" + std::to_string(__LINE__ - 1));
 }
 

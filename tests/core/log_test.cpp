@@ -15,20 +15,20 @@ using vemra::app::stamp::environment;
 namespace {
 
 void speak_verbose() {
-    LOG_VERBOSE("Input `count` : %d", 3);
+    VEMRA_LOG_VERBOSE("Input `count` : %d", 3);
 }
 
 void speak_debug() {
-    LOG_DEBUG("No image stamp in device: %s.", "SN-1");
+    VEMRA_LOG_DEBUG("No image stamp in device: %s.", "SN-1");
 }
 
 int speak_error() {
-    LOG_ERROR("Unable to get stamp info from 8127, because: %s.", "reason");
+    VEMRA_LOG_ERROR("Unable to get stamp info from 8127, because: %s.", "reason");
     return __LINE__ - 1;
 }
 
 int speak_fatal() {
-    LOG_FATAL("Segment fault, signal: %d.", 11);
+    VEMRA_LOG_FATAL("Segment fault, signal: %d.", 11);
     return __LINE__ - 1;
 }
 
@@ -80,8 +80,8 @@ TEST(log, every_prefix_has_eleven_characters) {
 
 TEST(log, lines_without_arguments_are_printed_as_they_are) {
     const stdout_capture captured;
-    LOG_DEBUG("Free stamp data.");
-    LOG_ERROR("Unable to new a hash handle.");
+    VEMRA_LOG_DEBUG("Free stamp data.");
+    VEMRA_LOG_ERROR("Unable to new a hash handle.");
     const int line = __LINE__ - 1;
     EXPECT_EQ(captured.text(),
               " [DEBUG]    [TestBody] Free stamp data.\n"
@@ -91,9 +91,9 @@ TEST(log, lines_without_arguments_are_printed_as_they_are) {
 
 TEST(log, lines_of_a_shared_step_name_the_given_function) {
     const stdout_capture captured;
-    LOG_VERBOSE_AS("VemraAppStampAppendStamp", "one %d", 1);
-    LOG_DEBUG_AS("VemraAppStampAppendStamp", "two %d", 2);
-    LOG_ERROR_AS("VemraAppStampAppendStamp", "three %d", 3);
+    VEMRA_LOG_VERBOSE_AS("VemraAppStampAppendStamp", "one %d", 1);
+    VEMRA_LOG_DEBUG_AS("VemraAppStampAppendStamp", "two %d", 2);
+    VEMRA_LOG_ERROR_AS("VemraAppStampAppendStamp", "three %d", 3);
     const int line = __LINE__ - 1;
     EXPECT_EQ(captured.text(),
               " [VERBOSE]  [VemraAppStampAppendStamp] one 1\n"
@@ -104,14 +104,14 @@ TEST(log, lines_of_a_shared_step_name_the_given_function) {
 
 TEST(log, arguments_may_contain_percent_signs) {
     const stdout_capture captured;
-    LOG_VERBOSE("Name: %s", "100 %s %n");
+    VEMRA_LOG_VERBOSE("Name: %s", "100 %s %n");
     EXPECT_EQ(captured.text(), " [VERBOSE]  [TestBody] Name: 100 %s %n\n");
 }
 
 TEST(log, lines_of_any_length_are_whole) {
     const std::string bytes(100000, 'a');
     const stdout_capture captured;
-    LOG_VERBOSE("%s", bytes.c_str());
+    VEMRA_LOG_VERBOSE("%s", bytes.c_str());
     EXPECT_EQ(captured.text(), " [VERBOSE]  [TestBody] " + bytes + "\n");
 }
 

@@ -69,7 +69,7 @@ std::vector<device_id> device_tokens::list_devices() {
             devices_.push_back({id, device});
             ids.push_back(id);
         } catch (const std::exception& error) {
-            LOG_ERROR("Unable to read a device, because: %s.", error.what());
+            VEMRA_LOG_ERROR("Unable to read a device, because: %s.", error.what());
         }
     }
     return ids;
