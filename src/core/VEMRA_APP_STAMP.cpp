@@ -24,35 +24,40 @@
 #include "core/stamp_device_map.h"
 #include "core/stamp_info_mapping.h"
 #include "core/stamp_set.h"
+#include "core/stamp_slots.h"
 #include "vemra_crypto.h"
 #include "vemra_crypto_cpp/device.h"
 #include "vemra_crypto_cpp/exception.h"
 
 namespace hex = qo::base::codec::hex;
 
-using vemra::app::stamp::_encode_stamp_info_mapping;
-using vemra::app::stamp::_parse_stamp_info_mapping;
 using vemra::app::stamp::basic_stamp;
 using vemra::app::stamp::call_stack_tracer;
 using vemra::app::stamp::environment;
+using vemra::app::stamp::first_stamp_slot;
 using vemra::app::stamp::g_stamp_device_map;
 using vemra::app::stamp::image_stamp;
+using vemra::app::stamp::is_stamp_slot;
+using vemra::app::stamp::last_stamp_slot;
+using vemra::app::stamp::lowest_free_slot;
 using vemra::app::stamp::segment_fault_signal_handler;
 using vemra::app::stamp::stamp_device_map;
 using vemra::app::stamp::stamp_info_mapping;
+using vemra::app::stamp::stamp_info_slot;
 using vemra::app::stamp::stamp_set;
 using vemra::crypto::device;
 
 namespace {
 
+using vemra::app::stamp::_encode_stamp_info_mapping;
+using vemra::app::stamp::_parse_stamp_info_mapping;
+
 using device_ptr = std::shared_ptr<device>;
 using device_list = std::vector<device_ptr>;
-using uuid_bytes = std::basic_string<unsigned char>;
+using byte_string = std::basic_string<unsigned char>;
 
-constexpr int stamp_info_slot = 8127;
-constexpr int first_stamp_slot = 8130;
-constexpr int last_stamp_slot = 8134;
 constexpr int any_device_type = -1;
+constexpr int no_flags = 0;
 constexpr int user_password = 1;
 constexpr unsigned long long max_stamp_size = 16ULL * 1024 * 1024;
 
@@ -63,12 +68,12 @@ int _finish(int status) {
     return status;
 }
 
-environment& _environment_of(VEMRA_APP_STAMP_ENV_HANDLE handle) {
-    return *reinterpret_cast<environment*>(handle);
+environment* _environment_of(VEMRA_APP_STAMP_ENV_HANDLE handle) {
+    return reinterpret_cast<environment*>(handle);
 }
 
-stamp_set& _set_of(VEMRA_APP_STAMP_SET_HANDLE handle) {
-    return *reinterpret_cast<stamp_set*>(handle);
+stamp_set* _set_of(VEMRA_APP_STAMP_SET_HANDLE handle) {
+    return reinterpret_cast<stamp_set*>(handle);
 }
 
 device_ptr* _own_device_of(const VEMRA_APP_STAMP_RECORD& record) {
@@ -84,7 +89,14 @@ unsigned char* _new_buffer(std::size_t size) {
     return new (std::nothrow) unsigned char[size]();
 }
 
-// The same with a copy of the text and a NUL in it.
+// The same with a copy of the bytes in it.
+unsigned char* _new_copy(const byte_string& bytes) {
+    unsigned char* buffer = _new_buffer(bytes.size());
+    if (buffer != nullptr) VEMRA_MEMCPY_S(buffer, bytes.size(), bytes.data(), bytes.size());
+    return buffer;
+}
+
+// The same with a copy of the text and a NUL behind it.
 char* _new_text(const char* text, std::size_t length) {
     auto* buffer = reinterpret_cast<char*>(_new_buffer(length + 1));
     if (buffer != nullptr) VEMRA_MEMCPY_S(buffer, length + 1, text, length);
@@ -110,22 +122,69 @@ int _public_type(basic_stamp::type_t type) {
     return -1;
 }
 
+// A stamp of a set, with what the process knows of its uuid.
+struct listed_stamp {
+    std::shared_ptr<basic_stamp> stamp;
+    byte_string uuid;
+    device_ptr owner;
+};
+
+std::optional<listed_stamp> _find_listed(const char* function, stamp_set& stamps,
+                                         unsigned int index) {
+    listed_stamp found;
+    found.stamp = stamps[index];
+    if (found.stamp == nullptr) {
+        VEMRA_LOG_ERROR_AS(function, "Invalid pointer of stamp.");
+        return std::nullopt;
+    }
+    found.uuid = found.stamp->get_uuid();
+    if (found.uuid.empty()) {
+        VEMRA_LOG_ERROR_AS(function, "No uuid in this stamp.");
+        return std::nullopt;
+    }
+    const std::shared_ptr<stamp_device_map::item> item = g_stamp_device_map.get(found.uuid);
+    if (item != nullptr) found.owner = item->get_device();
+    if (found.owner == nullptr) {
+        VEMRA_LOG_ERROR_AS(function, "Unable to get the own device of stamp %d.",
+                           static_cast<int>(index));
+        return std::nullopt;
+    }
+    return found;
+}
+
+// A record without a name; null without memory.
+record_owner _new_record(const listed_stamp& listed) {
+    record_owner record(new (std::nothrow) VEMRA_APP_STAMP_RECORD(), _free_record);
+    if (record == nullptr) return record;
+    const byte_string data = listed.stamp->encode(basic_stamp::sealed);
+    record->type = _public_type(listed.stamp->get_type());
+    record->data_length = data.size();
+    record->own_device = new (std::nothrow) device_ptr(listed.owner);
+    if (record->own_device == nullptr) record.reset();
+    if (record == nullptr || data.empty()) return record;
+
+    record->data = _new_copy(data);
+    // Kept(stays-allocated): on this path the record and its device are never released.
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
+    if (record->data == nullptr) static_cast<void>(record.release());
+    return record;
+}
+
 struct device_filter {
     bool has_serial;
     std::string serial;
     int type;
 };
 
-void _list_stamp(const char* function, const device_ptr& owner, unsigned int slot,
-                 const std::string& name, stamp_set& stamps) {
-    const int id = static_cast<int>(slot);
-    if (id < first_stamp_slot || id > last_stamp_slot) {
-        VEMRA_LOG_ERROR_AS(function, "Invalid id of the storage of stamp: %d, skip it.", id);
+void _list_stamp(const char* function, const device_ptr& owner, int slot, const std::string& name,
+                 stamp_set& stamps) {
+    if (!is_stamp_slot(slot)) {
+        VEMRA_LOG_ERROR_AS(function, "Invalid id of the storage of stamp: %d, skip it.", slot);
         return;
     }
-    const std::string data = owner->get_data(id);
-    const uuid_bytes uuid =
-        stamp_device_map::generate_uuid(owner, id, name, data.data(), data.size());
+    const std::string data = owner->get_data(slot);
+    const byte_string uuid =
+        stamp_device_map::generate_uuid(owner, slot, name, data.data(), data.size());
     if (uuid.empty()) {
         VEMRA_LOG_ERROR_AS(function, "Unable to generate uuid of stamp.");
         return;
@@ -145,7 +204,7 @@ void _list_stamp(const char* function, const device_ptr& owner, unsigned int slo
     // plugged in anew.
     if (g_stamp_device_map.has(uuid)) return;
     std::shared_ptr<stamp_device_map::item> item(new (std::nothrow)
-                                                     stamp_device_map::item(owner, id, name));
+                                                     stamp_device_map::item(owner, slot, name));
     if (item != nullptr) g_stamp_device_map.put(uuid, item);
 }
 
@@ -164,8 +223,9 @@ void _list_device(const char* function, const device_ptr& owner, const device_fi
         VEMRA_LOG_DEBUG_AS(function, "No image stamp in device: %s.", serial.c_str());
         return;
     }
-    const std::string record = owner->get_data(stamp_info_slot);
-    for (const auto& [slot, name] : _parse_stamp_info_mapping(_bytes(record), record.size())) {
+    const std::string mapping_bytes = owner->get_data(stamp_info_slot);
+    for (const auto& [slot, name] :
+         _parse_stamp_info_mapping(_bytes(mapping_bytes), mapping_bytes.size())) {
         _list_stamp(function, owner, slot, name, stamps);
     }
 }
@@ -224,40 +284,23 @@ void _verify_password(const char* function, const device& owner, const char* pas
 }
 
 std::optional<stamp_info_mapping> _read_mapping(const char* function, const device& owner) {
-    std::string record;
+    std::string mapping_bytes;
     try {
-        record = owner.get_data(stamp_info_slot);
+        mapping_bytes = owner.get_data(stamp_info_slot);
     } catch (const std::exception& error) {
         VEMRA_LOG_ERROR_AS(function, "Unable to get stamp info from 8127, because: %s.",
                            error.what());
         return std::nullopt;
     }
-    return _parse_stamp_info_mapping(_bytes(record), record.size());
+    return _parse_stamp_info_mapping(_bytes(mapping_bytes), mapping_bytes.size());
 }
 
-void _write_mapping(device& owner, const std::string& record) {
-    owner.set_data(stamp_info_slot, record.data(), static_cast<int>(record.size()));
+void _write_mapping(device& owner, const std::string& mapping_bytes) {
+    owner.set_data(stamp_info_slot, mapping_bytes.data(), static_cast<int>(mapping_bytes.size()));
 }
 
 void _write_stamp(device& owner, int slot, const VEMRA_APP_STAMP_RECORD& stamp) {
     owner.set_data(slot, stamp.data, static_cast<int>(stamp.data_length));
-}
-
-// Kept(walk-end): a greater slot ends the walk. It finds the lowest free slot because the mapping
-// ascends.
-bool _is_occupied(const stamp_info_mapping& mapping, int candidate) {
-    for (const auto& entry : mapping) {
-        if (entry.first == static_cast<unsigned int>(candidate)) return true;
-        if (entry.first > static_cast<unsigned int>(candidate)) return false;
-    }
-    return false;
-}
-
-std::optional<int> _choose_slot(const stamp_info_mapping& mapping) {
-    for (int candidate = first_stamp_slot; candidate <= last_stamp_slot; ++candidate) {
-        if (!_is_occupied(mapping, candidate)) return candidate;
-    }
-    return std::nullopt;
 }
 
 }  // namespace
@@ -333,8 +376,8 @@ int VemraAppStampEnvGetConfiguration(VEMRA_APP_STAMP_ENV_HANDLE handle,
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (config == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
 
-    config->log_level = _environment_of(handle).get_log_level();
-    const std::string directory = _environment_of(handle).get_log_directory();
+    config->log_level = _environment_of(handle)->get_log_level();
+    const std::string directory = _environment_of(handle)->get_log_directory();
     if (!directory.empty()) {
         // Kept(no-minus-3): without memory the buffer is null, the length true and the status 1.
         config->log_directory = _new_text(directory.data(), directory.size());
@@ -377,7 +420,7 @@ VEMRA_APP_STAMP_SET_HANDLE VemraAppStampGetAllStamps(int type, const char* devic
 
     device_list devices;
     try {
-        devices = device::get_all_devices(-1, 0);
+        devices = device::get_all_devices(any_device_type, no_flags);
     } catch (const std::exception& error) {
         VEMRA_LOG_ERROR("Unable to load devices, because: %s.", error.what());
         _finish(VEMRA_APP_STAMP_FAILURE);
@@ -416,7 +459,7 @@ int VemraAppStampFreeStamps(VEMRA_APP_STAMP_SET_HANDLE handle) {
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
 
-    delete &_set_of(handle);
+    delete _set_of(handle);
     return _finish(VEMRA_APP_STAMP_SUCCESS);
 }
 
@@ -428,7 +471,7 @@ int VemraAppStampGetStampCount(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int* 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     if (count == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
 
-    *count = static_cast<unsigned int>(_set_of(handle).size());
+    *count = static_cast<unsigned int>(_set_of(handle)->size());
     return _finish(VEMRA_APP_STAMP_SUCCESS);
 }
 
@@ -444,47 +487,17 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
 
     if (handle == nullptr) return _finish(VEMRA_APP_STAMP_INVALID_HANDLE);
     // Kept(index-first): the index is tested before the outputs.
-    if (index >= _set_of(handle).size()) return _finish(VEMRA_APP_STAMP_OUT_OF_RANGE);
+    if (index >= _set_of(handle)->size()) return _finish(VEMRA_APP_STAMP_OUT_OF_RANGE);
     if (output_uuid == nullptr || output_uuid_size == nullptr || output_stamp == nullptr) {
         return _finish(VEMRA_APP_STAMP_INVALID_ARGUMENT);
     }
 
-    const std::shared_ptr<basic_stamp> stamp = _set_of(handle)[index];
-    if (stamp == nullptr) {
-        VEMRA_LOG_ERROR("Invalid pointer of stamp.");
-        return _finish(VEMRA_APP_STAMP_FAILURE);
-    }
-    const uuid_bytes uuid = stamp->get_uuid();
-    if (uuid.empty()) {
-        VEMRA_LOG_ERROR("No uuid in this stamp.");
-        return _finish(VEMRA_APP_STAMP_FAILURE);
-    }
-    const std::shared_ptr<stamp_device_map::item> item = g_stamp_device_map.get(uuid);
-    if (item == nullptr || item->get_device() == nullptr) {
-        VEMRA_LOG_ERROR("Unable to get the own device of stamp %d.", static_cast<int>(index));
-        return _finish(VEMRA_APP_STAMP_FAILURE);
-    }
-
-    record_owner record(new (std::nothrow) VEMRA_APP_STAMP_RECORD(), _free_record);
+    const std::optional<listed_stamp> listed = _find_listed(__func__, *_set_of(handle), index);
+    if (!listed) return _finish(VEMRA_APP_STAMP_FAILURE);
+    record_owner record = _new_record(*listed);
     if (record == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
-    const std::basic_string<unsigned char> data = stamp->encode(basic_stamp::sealed);
-    record->type = _public_type(stamp->get_type());
-    record->data_length = data.size();
-    record->own_device = new (std::nothrow) device_ptr(item->get_device());
-    if (record->own_device == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
 
-    if (!data.empty()) {
-        record->data = _new_buffer(data.size());
-        if (record->data == nullptr) {
-            // Kept(stays-allocated): on this path the record and its device are never released.
-            static_cast<void>(record.release());
-            // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
-            return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
-        }
-        VEMRA_MEMCPY_S(record->data, data.size(), data.data(), data.size());
-    }
-
-    const std::string name = stamp->get_name();
+    const std::string name = listed->stamp->get_name();
     if (name.empty()) {
         VEMRA_LOG_ERROR("Bad stamp name.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -493,11 +506,10 @@ int VemraAppStampGetStamp(VEMRA_APP_STAMP_SET_HANDLE handle, unsigned int index,
     if (record->name == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
     record->name_length = static_cast<unsigned int>(name.size());
 
-    *output_uuid = _new_buffer(uuid.size());
+    *output_uuid = _new_copy(listed->uuid);
     // Kept(stays-allocated): on this path the name is never released.
     if (*output_uuid == nullptr) return _finish(VEMRA_APP_STAMP_OUT_OF_MEMORY);
-    VEMRA_MEMCPY_S(*output_uuid, uuid.size(), uuid.data(), uuid.size());
-    *output_uuid_size = static_cast<unsigned int>(uuid.size());
+    *output_uuid_size = static_cast<unsigned int>(listed->uuid.size());
     *output_stamp = record.release();
     return _finish(VEMRA_APP_STAMP_SUCCESS);
 }
@@ -633,7 +645,7 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
 
     device_list devices;
     try {
-        devices = device::get_all_devices(-1, 0);
+        devices = device::get_all_devices(any_device_type, no_flags);
     } catch (const std::exception& error) {
         VEMRA_LOG_ERROR("Unable to get any crypto device, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -654,7 +666,7 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
 
     std::optional<stamp_info_mapping> mapping = _read_mapping(__func__, *owner);
     if (!mapping) return _finish(VEMRA_APP_STAMP_FAILURE);
-    const std::optional<int> slot = _choose_slot(*mapping);
+    const std::optional<int> slot = lowest_free_slot(*mapping);
     if (!slot) {
         VEMRA_LOG_ERROR(
             "No more storage space to store the stamp, storage from %d to %d are all occupied.",
@@ -662,12 +674,12 @@ int VemraAppStampAppendStamp(const char* device_sn, unsigned int device_sn_lengt
         return _finish(VEMRA_APP_STAMP_DEVICE_FULL);
     }
 
-    (*mapping)[static_cast<unsigned int>(*slot)] = std::string(stamp->name, stamp->name_length);
-    const std::string record = _encode_stamp_info_mapping(*mapping);
+    (*mapping)[*slot] = std::string(stamp->name, stamp->name_length);
+    const std::string mapping_bytes = _encode_stamp_info_mapping(*mapping);
     // Kept(no-rollback): what the first write stored stays when the second fails.
     try {
         _write_stamp(*owner, *slot, *stamp);
-        _write_mapping(*owner, record);
+        _write_mapping(*owner, mapping_bytes);
     } catch (const std::exception& error) {
         VEMRA_LOG_ERROR("Unable to append a new stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -691,7 +703,7 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
     const int checked = _check_record(__func__, stamp);
     if (checked != VEMRA_APP_STAMP_SUCCESS) return _finish(checked);
     const std::shared_ptr<stamp_device_map::item> item =
-        g_stamp_device_map.get(uuid_bytes(uuid, uuid_size));
+        g_stamp_device_map.get(byte_string(uuid, uuid_size));
     if (item == nullptr) {
         VEMRA_LOG_ERROR("Unable to find a device by this uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -704,12 +716,12 @@ int VemraAppStampUpdateStamp(const unsigned char* uuid, unsigned int uuid_size,
 
     std::optional<stamp_info_mapping> mapping = _read_mapping(__func__, *owner);
     if (!mapping) return _finish(VEMRA_APP_STAMP_FAILURE);
-    (*mapping)[static_cast<unsigned int>(slot)] = std::string(stamp->name, stamp->name_length);
-    const std::string record = _encode_stamp_info_mapping(*mapping);
+    (*mapping)[slot] = std::string(stamp->name, stamp->name_length);
+    const std::string mapping_bytes = _encode_stamp_info_mapping(*mapping);
     // Kept(no-rollback): what the first write stored stays when the second fails.
     try {
         _write_stamp(*owner, slot, *stamp);
-        _write_mapping(*owner, record);
+        _write_mapping(*owner, mapping_bytes);
     } catch (const std::exception& error) {
         VEMRA_LOG_ERROR("Unable to update stamp, because: %s.", error.what());
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -730,7 +742,7 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
         return _finish(VEMRA_APP_STAMP_FAILURE);
     }
     const std::shared_ptr<stamp_device_map::item> item =
-        g_stamp_device_map.get(uuid_bytes(uuid, uuid_size));
+        g_stamp_device_map.get(byte_string(uuid, uuid_size));
     if (item == nullptr) {
         VEMRA_LOG_ERROR("Unable to find a device by this uuid.");
         return _finish(VEMRA_APP_STAMP_FAILURE);
@@ -751,10 +763,10 @@ int VemraAppStampDeleteStamp(const unsigned char* uuid, unsigned int uuid_size,
     if (basic_stamp::detect_stamp_format(_bytes(data), data.size()) == basic_stamp::plain) {
         std::optional<stamp_info_mapping> mapping = _read_mapping(__func__, *owner);
         if (!mapping) return _finish(VEMRA_APP_STAMP_FAILURE);
-        mapping->erase(static_cast<unsigned int>(slot));
-        const std::string record = _encode_stamp_info_mapping(*mapping);
+        mapping->erase(slot);
+        const std::string mapping_bytes = _encode_stamp_info_mapping(*mapping);
         try {
-            _write_mapping(*owner, record);
+            _write_mapping(*owner, mapping_bytes);
         } catch (const std::exception& error) {
             VEMRA_LOG_ERROR("Unable to delete stamp info from 8127, because: %s.", error.what());
             return _finish(VEMRA_APP_STAMP_FAILURE);

@@ -1,8 +1,10 @@
 #include "core/stamp_device_map.h"
 
+#include <cstdint>
 #include <stdexcept>
 #include <utility>
 
+#include "base/little_endian.h"
 #include "core/log.h"
 #include "vemra_crypto.h"
 #include "vemra_crypto_cpp/library_buffer.h"
@@ -22,13 +24,8 @@ struct hash_deleter {
     void operator()(VEMRA_PKI_HASH_HANDLE_st* hash) const { VemraPKICryptoFreeHash(hash); }
 };
 
-std::string _little_endian(int value) {
-    const auto bits = static_cast<unsigned int>(value);
-    std::string bytes;
-    for (unsigned int shift = 0; shift < 32; shift += 8) {
-        bytes += static_cast<char>(bits >> shift & 0xff);
-    }
-    return bytes;
+std::string _bytes_of(int value) {
+    return qo::base::to_little_endian(static_cast<std::uint32_t>(value));
 }
 
 }  // namespace
@@ -73,7 +70,7 @@ std::basic_string<unsigned char> stamp_device_map::generate_uuid(
         VEMRA_LOG_ERROR("Unable to new a hash handle.");
         return {};
     }
-    for (const std::string& bytes : {serial, _little_endian(type), _little_endian(data_id)}) {
+    for (const std::string& bytes : {serial, _bytes_of(type), _bytes_of(data_id)}) {
         const int updated =
             VemraPKICryptoHashUpdate(hash.get(), bytes.data(), static_cast<int>(bytes.size()));
         if (updated != 1) {

@@ -1,16 +1,16 @@
 #include "core/stamp_info_mapping.h"
 
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
+#include "base/little_endian.h"
 #include "core/log.h"
 
 namespace vemra::app::stamp {
 
 namespace {
 
-constexpr std::size_t header_length = 5;
-constexpr char version = 1;
 constexpr std::string_view entry_separator = "||";
 constexpr std::string_view field_separator = "&";
 // As many as a full device has entries, so that reading one allocates little.
@@ -39,7 +39,7 @@ std::vector<std::string_view> _split(std::string_view text, std::string_view sep
 
 // Kept(slot-digits): no byte is rejected; each counts as its distance from "0", a leading "-"
 // included.
-unsigned int _slot_of(std::string_view digits) {
+int _slot_of(std::string_view digits) {
     const bool is_negative = !digits.empty() && digits.front() == '-';
     unsigned int slot = 0;
     for (const char digit : digits) {
@@ -47,20 +47,12 @@ unsigned int _slot_of(std::string_view digits) {
             static_cast<unsigned char>(digit) - static_cast<unsigned int>('0');
         slot = is_negative ? slot * 10 - value : slot * 10 + value;
     }
-    return slot;
-}
-
-std::size_t _total_length(const unsigned char* bytes) {
-    return static_cast<std::size_t>(bytes[0]) | static_cast<std::size_t>(bytes[1]) << 8 |
-           static_cast<std::size_t>(bytes[2]) << 16 | static_cast<std::size_t>(bytes[3]) << 24;
+    return static_cast<int>(slot);
 }
 
 std::string _header(std::size_t total) {
-    std::string header;
-    for (unsigned int shift = 0; shift < 32; shift += 8) {
-        header += static_cast<char>(total >> shift & 0xff);
-    }
-    header += version;
+    std::string header = qo::base::to_little_endian(static_cast<std::uint32_t>(total));
+    header += static_cast<char>(stamp_info_header::known_version);
     return header;
 }
 
@@ -71,22 +63,29 @@ std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping) {
     for (const auto& [slot, name] : mapping) {
         body += name;
         body += field_separator;
-        body += std::to_string(slot);
+        body += std::to_string(static_cast<unsigned int>(slot));
         body += entry_separator;
     }
-    if (!body.empty()) body.erase(body.size() - 2);
-    return _header(body.size() + header_length) + body;
+    if (!body.empty()) body.erase(body.size() - entry_separator.size());
+    return _header(body.size() + stamp_info_header::length) + body;
+}
+
+std::optional<stamp_info_header> parse_stamp_info_header(const unsigned char* bytes,
+                                                         std::size_t size) {
+    if (size < stamp_info_header::length) return std::nullopt;
+    return stamp_info_header{qo::base::from_little_endian(bytes), bytes[4]};
 }
 
 stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const std::size_t& size) {
     stamp_info_mapping mapping;
     if (size == 0) return mapping;
-    if (size < header_length) {
+    const std::optional<stamp_info_header> header = parse_stamp_info_header(bytes, size);
+    if (!header) {
         VEMRA_LOG_ERROR("Bad stamp info header: only %zu bytes present, skip it.", size);
         return mapping;
     }
-    std::size_t total = _total_length(bytes);
-    if (total < header_length) {
+    std::size_t total = header->total_length;
+    if (total < stamp_info_header::length) {
         VEMRA_LOG_ERROR("Bad stamp info header: total length %zu, skip it.", total);
         return mapping;
     }
@@ -96,8 +95,8 @@ stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const s
         total = size;
     }
 
-    const std::string_view body(reinterpret_cast<const char*>(bytes) + header_length,
-                                total - header_length);
+    const std::string_view body(reinterpret_cast<const char*>(bytes) + stamp_info_header::length,
+                                total - stamp_info_header::length);
     for (const std::string_view entry : _split(body, entry_separator)) {
         const std::vector<std::string_view> parts = _split(entry, field_separator);
         if (parts.size() < 2) {

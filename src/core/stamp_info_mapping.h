@@ -1,23 +1,35 @@
 #pragma once
 
 #include <cstddef>
-#include <map>
+#include <optional>
 #include <string>
+
+#include "core/stamp_slots.h"
 
 namespace vemra::app::stamp {
 
-/**
- * Which data slots of a device hold stamps, and under which names. Ascending by slot: choosing a
- * free slot depends on that.
- */
-using stamp_info_mapping = std::map<unsigned int, std::string>;
-
-/**
- * The record for slot 8127, little-endian:
+/*
+ * The bytes of slot 8127, little-endian:
  *
  *     offset 0, 4 bytes  total length, this header included
  *     offset 4, 1 byte   version, 1
  *     offset 5, the rest NAME&SLOT entries, joined by "||"
+ */
+
+struct stamp_info_header {
+    static constexpr std::size_t length = 5;
+    static constexpr unsigned char known_version = 1;
+
+    std::size_t total_length;
+    unsigned char version;
+};
+
+/** What the bytes tell of themselves, unchecked; nothing when there are too few. */
+std::optional<stamp_info_header> parse_stamp_info_header(const unsigned char* bytes,
+                                                         std::size_t size);
+
+/**
+ * The mapping's bytes.
  *
  * Kept(lossy-names): names are written as they are; one that is empty or contains "&" or "||" does
  * not come back.
@@ -25,7 +37,7 @@ using stamp_info_mapping = std::map<unsigned int, std::string>;
 std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping);
 
 /**
- * Reads a record of which `size` bytes are present. Any bytes are safe to read. Bad entries are
+ * Reads a mapping of whose bytes `size` are present. Any bytes are safe to read. Bad entries are
  * logged and skipped, a bad header is logged; no bytes at all are an empty mapping.
  */
 stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const std::size_t& size);

@@ -100,11 +100,12 @@ void device_tokens::write_slot(const device_id& device, int slot, const std::str
 }
 
 stamp_mapping device_tokens::parse_mapping(const std::string& record) {
-    return app::stamp::_parse_stamp_info_mapping(_bytes(record), record.size());
+    const auto mapping = app::stamp::_parse_stamp_info_mapping(_bytes(record), record.size());
+    return stamp_mapping(mapping.begin(), mapping.end());
 }
 
 std::string device_tokens::encode_mapping(const stamp_mapping& mapping) {
-    return app::stamp::_encode_stamp_info_mapping(mapping);
+    return app::stamp::_encode_stamp_info_mapping({mapping.begin(), mapping.end()});
 }
 
 bool device_tokens::is_sealed(const std::string& bytes) {
