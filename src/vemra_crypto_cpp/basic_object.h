@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/thread_safe_object.h"
+#include "vemra_crypto_cpp/free_handle.h"
 
 namespace vemra::crypto {
 
@@ -18,6 +19,11 @@ template <typename Handle>
 class basic_object : public qo::base::thread_safe_object {
 public:
     using owner_t = std::shared_ptr<std::remove_pointer_t<Handle>>;
+
+    /** Makes the owner of a raw handle; the handle is freed at once when memory fails. */
+    static owner_t own(Handle h) {
+        return owner_t(h, [](Handle handle) { free_handle(handle); });
+    }
 
     virtual ~basic_object() = default;
 

@@ -17,10 +17,6 @@ certificate::certificate(std::weak_ptr<keypair> owner, VEMRA_CERT_st* h, bool du
 certificate::certificate(const void* der, const unsigned long& len)
     : certificate(std::weak_ptr<keypair>(), VemraPKICertNewCert(der, len), false) {}
 
-certificate::owner_t certificate::own(VEMRA_CERT_st* h) {
-    return owner_t(h, [](VEMRA_CERT_st* handle) { VemraPKICertFreeCert(handle); });
-}
-
 bool certificate::equals(const certificate& other) const {
     if (get_handle() == other.get_handle()) return true;
     return VemraPKICertEqual(get_handle(), other.get_handle()) == 1;

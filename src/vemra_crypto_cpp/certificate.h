@@ -23,9 +23,6 @@ public:
     /** Reads `len` DER bytes. Its handle is null when they are no certificate. */
     certificate(const void* der, const unsigned long& len);
 
-    /** Makes the owner of a raw handle; the handle is freed at once when memory fails. */
-    static owner_t own(VEMRA_CERT_st* h);
-
     /** Whether both hold the same handle, or are equal to the library. */
     bool equals(const certificate& other) const;
     bool operator==(const certificate& other) const { return equals(other); }

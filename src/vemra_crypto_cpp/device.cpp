@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/bounded.h"
+#include "vemra_crypto_cpp/append_object.h"
 #include "vemra_crypto_cpp/exception.h"
 #include "vemra_crypto_cpp/library_buffer.h"
 #include "vemra_crypto_cpp/throw_site.h"
@@ -31,10 +32,6 @@ device::device(VEMRA_PKI_DEVICE_HANDLE_st* h, bool duplicate)
 
 device::device() : device(VemraPKICryptoGetPseudoDevice(), false) {}
 
-device::owner_t device::own(VEMRA_PKI_DEVICE_HANDLE_st* h) {
-    return owner_t(h, [](VEMRA_PKI_DEVICE_HANDLE_st* handle) { VemraPKICryptoFreeDevice(handle); });
-}
-
 std::vector<std::shared_ptr<device>> device::get_all_devices(int type, int flags) {
     std::vector<std::shared_ptr<device>> devices;
     VEMRA_PKI_DEVICE_LIST_st* list = VemraPKICryptoGetAllDevices(type, flags);
@@ -42,11 +39,7 @@ std::vector<std::shared_ptr<device>> device::get_all_devices(int type, int flags
 
     const int count = VemraPKICryptoGetDeviceCount(list);
     for (int i = 0; i < count; ++i) {
-        owner_t handle = own(VemraPKICryptoGetDevice(list, i));
-        std::shared_ptr<device> item(new (std::nothrow) device(std::move(handle)));
-        if (item == nullptr) throw std::bad_alloc();
-        item->load();
-        devices.push_back(std::move(item));
+        append_object<on_append::load>(devices, own(VemraPKICryptoGetDevice(list, i)));
     }
     return devices;
 }
@@ -72,11 +65,7 @@ void device::load() {
     for (int i = 0; i < count; ++i) {
         std::weak_ptr<device> self = shared_from_this();
         keypair::owner_t handle = keypair::own(VemraPKICryptoGetKeypair(get_handle(), i));
-        std::shared_ptr<keypair> item(new (std::nothrow)
-                                          keypair(std::move(self), std::move(handle)));
-        if (item == nullptr) throw std::bad_alloc();
-        item->load();
-        keypairs_.push_back(std::move(item));
+        append_object<on_append::load>(keypairs_, std::move(self), std::move(handle));
     }
 }
 

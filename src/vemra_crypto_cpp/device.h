@@ -28,9 +28,6 @@ public:
     /** Takes `h`, or a duplicate of it when `duplicate` is true; `h` is then the caller's still. */
     device(VEMRA_PKI_DEVICE_HANDLE_st* h, bool duplicate);
 
-    /** Makes the owner of a raw handle; the handle is freed at once when memory fails. */
-    static owner_t own(VEMRA_PKI_DEVICE_HANDLE_st* h);
-
     /** The attached devices, loaded, in the library's order. Takes no lock. */
     static std::vector<std::shared_ptr<device>> get_all_devices(int type, int flags);
 

@@ -1,7 +1,8 @@
 #include "vemra_crypto_cpp/keypair.h"
 
-#include <new>
 #include <utility>
+
+#include "vemra_crypto_cpp/append_object.h"
 
 namespace vemra::crypto {
 
@@ -13,10 +14,6 @@ keypair::keypair(std::weak_ptr<device> owner, owner_t handle)
 keypair::keypair(std::weak_ptr<device> owner, VEMRA_PrivKey_Handle_st* h, bool duplicate)
     : keypair(std::move(owner), own(duplicate ? VemraPKICryptoDupKeypair(h) : h)) {}
 
-keypair::owner_t keypair::own(VEMRA_PrivKey_Handle_st* h) {
-    return owner_t(h, [](VEMRA_PrivKey_Handle_st* handle) { VemraPKICryptoFreeKeypair(handle); });
-}
-
 void keypair::load() {
     const scoped_lock lock(*this);
     const int count = VemraPKICryptoGetCertificateCount(get_handle());
@@ -25,10 +22,7 @@ void keypair::load() {
         if (VemraPKICryptoGetCertificate(get_handle(), i, &p) != 1) continue;
         certificate::owner_t handle = certificate::own(p);
         std::weak_ptr<keypair> self = shared_from_this();
-        std::shared_ptr<certificate> item(new (std::nothrow)
-                                              certificate(std::move(self), std::move(handle)));
-        if (item == nullptr) throw std::bad_alloc();
-        certificates_.push_back(std::move(item));
+        append_object<on_append::nothing>(certificates_, std::move(self), std::move(handle));
     }
 }
 

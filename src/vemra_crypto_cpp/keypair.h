@@ -20,9 +20,6 @@ public:
     /** Takes `h`, or a duplicate of it when `duplicate` is true; `h` is then the caller's still. */
     keypair(std::weak_ptr<device> owner, VEMRA_PrivKey_Handle_st* h, bool duplicate);
 
-    /** Makes the owner of a raw handle; the handle is freed at once when memory fails. */
-    static owner_t own(VEMRA_PrivKey_Handle_st* h);
-
     /**
      * Appends the certificates in the library's order; one that cannot be fetched is left out.
      * Throws std::bad_weak_ptr if there is one and no std::shared_ptr holds the key pair.
