@@ -45,7 +45,7 @@ TEST(hex, encodes_only_the_given_length) {
 }
 
 TEST(hex, encodes_a_long_text_like_its_bytes_one_by_one) {
-    for (const std::size_t size : {511U, 512U, 513U, 1024U, 2000U}) {
+    for (const std::size_t size : {15U, 16U, 17U, 31U, 32U, 33U, 511U, 512U, 513U, 1024U, 2000U}) {
         bytes_t bytes;
         std::string expected;
         for (std::size_t i = 0; i < size; ++i) {
