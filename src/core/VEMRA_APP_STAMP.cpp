@@ -550,13 +550,14 @@ int VemraAppStampGetStampData(const VEMRA_APP_STAMP_RECORD* handle, unsigned cha
     }
 
     const unsigned long long length = handle->data_length;
+    const auto size = static_cast<std::size_t>(length);
     VEMRA_LOG_VERBOSE("Size of stamp: %lld bytes.", static_cast<long long>(length));
-    VEMRA_LOG_VERBOSE("Data of stamp: %s.", hex::encode(handle->data, length, false).c_str());
+    VEMRA_LOG_VERBOSE("Data of stamp: %s.", hex::encode(handle->data, size, false).c_str());
     if (handle->data != nullptr && length != 0) {
         // Kept(no-minus-3): without memory the bounded copy reports the null buffer, the caller
         // gets it with the true size, and the status is 1.
-        *output_bytes = _new_buffer(length);
-        VEMRA_MEMCPY_S(*output_bytes, length, handle->data, length);
+        *output_bytes = _new_buffer(size);
+        VEMRA_MEMCPY_S(*output_bytes, size, handle->data, size);
     }
     *output_size = length;
     return _finish(VEMRA_APP_STAMP_SUCCESS);
