@@ -14,15 +14,19 @@ trap 'rm -rf "$scratch"' EXIT
 
 # build SOURCE_DIR BUILD_DIR OBJECT [FLAGS]
 build() {
+    if ! configure_and_build "$@" >"$scratch/log" 2>&1; then
+        cat "$scratch/log" >&2
+        exit 1
+    fi
+    expect_position "$2/$3"
+}
+
+configure_and_build() {
     cmake -G Ninja -S "$1" -B "$2" -DCMAKE_C_COMPILER="$c_compiler" \
         -DCMAKE_CXX_COMPILER="$cxx_compiler" -DCMAKE_CXX_FLAGS="${4:-}" \
         -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE=-O0 -DVEMRA_BUILD_SOFTTOKEN=OFF \
-        -DVEMRA_BUILD_TOOL=OFF -DVEMRA_BUILD_TESTS=OFF -DVEMRA_BUILD_BENCH=OFF >"$scratch/log" 2>&1 &&
-        cmake --build "$2" --target "$3" >>"$scratch/log" 2>&1 || {
-        cat "$scratch/log" >&2
-        exit 1
-    }
-    expect_position "$2/$3"
+        -DVEMRA_BUILD_TOOL=OFF -DVEMRA_BUILD_TESTS=OFF -DVEMRA_BUILD_BENCH=OFF || return
+    cmake --build "$2" --target "$3"
 }
 
 # The paths of the file among the texts of an object file.
