@@ -44,6 +44,9 @@ class house_rules(unittest.TestCase):
         file.write_text(text)
         self.git("add", "--all")
 
+    def write_function(self, name, lines):
+        self.write("src/core/flow.cpp", f"int {name}() {{\n" + "    step();\n" * (lines - 2) + "}\n")
+
     def check(self, rule, checkout=None):
         checkout = checkout or self.checkout
         return subprocess.run([checkout / "scripts/rules", rule], cwd=checkout, capture_output=True,
@@ -57,6 +60,26 @@ class house_rules(unittest.TestCase):
         done = self.check(rule)
         self.assertEqual(done.returncode, 1)
         self.assertIn(told, done.stdout)
+
+    def test_a_function_may_have_60_lines(self):
+        self.write_function("flow", 60)
+        self.expect_holds("functions_stay_short")
+
+    def test_a_function_of_61_lines_is_named(self):
+        self.write_function("flow", 61)
+        self.expect_violated("functions_stay_short",
+                             "src/core/flow.cpp:1: flow has 61 lines, at most 60")
+
+    def test_an_exported_writer_may_have_100_lines(self):
+        self.write_function("VemraAppStampAppendStamp", 100)
+        self.expect_holds("functions_stay_short")
+
+    def test_an_exported_writer_of_101_lines_is_named(self):
+        self.write_function("VemraAppStampAppendStamp", 101)
+        self.expect_violated("functions_stay_short", "has 101 lines, at most 100")
+
+    def test_sources_without_a_function_are_suspicious(self):
+        self.expect_violated("functions_stay_short", "found no function")
 
     def test_a_header_may_be_guarded_by_a_pragma(self):
         self.write("tool/some.h", "#pragma once\n\nint some();\n")
