@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Files and headings that the documents link to or name exist, blocks of a document are of known
-kinds, and what a block shows of the sources stands there.
+kinds, what a block shows of the sources stands there, and tests/README.md knows every folder.
 
     links_test.py SOURCE_DIR
 
@@ -50,6 +50,11 @@ for document in documents:
                if kind not in KNOWN_BLOCKS]
     faults += [f"{name} shows code that is not in src/: {code.splitlines()[0]}"
                for code in SHOWN_CODE.findall(text) if code not in sources]
+rooms = (source / "tests/README.md").read_text(encoding="utf-8")
+faults += [f"tests/README.md says nothing of {folder.name}/"
+           for parent in [source / "tests", source / "tests/sweep"] for folder in parent.iterdir()
+           if (folder / "CMakeLists.txt").exists() or parent.name == "sweep" and folder.is_dir()
+           if f"`{folder.name}/`" not in rooms]
 if len(documents) < 12:
     faults.append(f"only {len(documents)} documents were found")
 print("\n".join(faults))
