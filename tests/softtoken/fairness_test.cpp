@@ -10,10 +10,13 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
+#include "store/password_table.h"
 #include "store/token_database.h"
 #include "token_fixture.h"
 
@@ -114,15 +117,43 @@ protected:
         make_token("one", token);
         in_child([] { return fill_slot(device_at().get(), 8130, "bytes") == 1; });
     }
+    // A process that has begun a change, and waiters behind it, each of which came after the last.
+    std::unique_ptr<process> start_holder() const {
+        const std::string sign = root() + "/.holds";
+        auto holder = std::make_unique<process>([&] { return change_for_ever(sign); });
+        while (!std::filesystem::exists(sign))
+            std::this_thread::sleep_for(milliseconds(1));
+        return holder;
+    }
+    template <typename Work>
+    std::unique_ptr<process> start_waiter(Work work) const {
+        const std::uint64_t before = tickets_drawn();
+        auto waiter = std::make_unique<process>(work);
+        while (tickets_drawn() == before)
+            std::this_thread::sleep_for(milliseconds(1));
+        return waiter;
+    }
+    std::uint64_t tickets_drawn() const { return number_at(0); }
+    // The first ticket that still counts: 0 while nobody was passed.
+    std::uint64_t passed_tickets() const { return number_at(8); }
+
+private:
     // Begins a change and goes no further.
-    bool change_for_ever() const {
+    bool change_for_ever(const std::string& sign) const {
         vemra::softtoken::token_database held(directory("one") + "/token.db");
         vemra::softtoken::transaction changing(held);
+        write_file(sign, "");
         for (;;)
             pause();
     }
-    // Whoever comes while another changes the token has to wait.
-    static void let_come() { std::this_thread::sleep_for(milliseconds(150)); }
+
+    std::uint64_t number_at(std::size_t position) const {
+        const std::string bytes = file_bytes(directory("one") + "/write.lock");
+        std::uint64_t number = 0;
+        if (bytes.size() >= position + sizeof number)
+            std::memcpy(&number, bytes.data() + position, sizeof number);
+        return number;
+    }
 };
 
 TEST_F(softtoken_fairness, four_writing_processes_finish_within_a_factor_of_two) {
@@ -160,18 +191,16 @@ TEST_F(softtoken_fairness, four_writing_threads_finish_within_a_factor_of_two) {
 TEST_F(softtoken_fairness, waiters_get_the_token_in_the_order_in_which_they_came) {
     shared_memory counts;
     std::vector<std::unique_ptr<process>> waiting;
-    process holder([this] { return change_for_ever(); });
-    let_come();
+    auto holder = start_holder();
     for (std::size_t number = 0; number < 6; ++number) {
-        waiting.push_back(std::make_unique<process>([&, number] {
-            device_owner device = device_at();
-            const bool good = write_slot(device.get(), 8130, "other") == 1;
+        waiting.push_back(start_waiter([&, number] {
+            vemra::softtoken::token_database own(directory("one") + "/token.db");
+            vemra::softtoken::transaction changing(own);
             counts->each.at(number) = ++counts->finished;
-            return good;
+            return true;
         }));
-        let_come();
     }
-    holder.end();
+    holder->end();
     for (auto& each : waiting)
         EXPECT_TRUE(each->succeeded());
     for (int number = 0; number < 6; ++number)
@@ -182,87 +211,60 @@ TEST_F(softtoken_fairness, waiters_get_the_token_in_the_order_in_which_they_came
 TEST_F(softtoken_fairness, login_waits_for_no_writer_that_came_after_it) {
     shared_memory counts;
     ASSERT_TRUE(in_child([] { return log_in(device_at().get(), "wrong") == wrong_password; }));
-    std::vector<std::unique_ptr<process>> writing;
-    process holder([this] { return change_for_ever(); });
-    let_come();
-    process login([&] {
-        device_owner device = device_at();
-        const bool good = log_in(device.get()) == 1;
-        counts->each.at(0) = counts->finished.load();
-        return good;
+    auto holder = start_holder();
+    auto login = start_waiter([] { return log_in(device_at().get()) == 1; });
+    auto writer = start_waiter([this] {
+        vemra::softtoken::token_database own(directory("one") + "/token.db");
+        vemra::softtoken::transaction changing(own);
+        vemra::softtoken::password_table passwords(own.connection());
+        return passwords.retries().left == passwords.retries().most;
     });
-    let_come();
-    for (int i = 0; i < writers; ++i) {
-        writing.push_back(std::make_unique<process>([&] {
-            const bool good = change_once();
-            ++counts->finished;
-            return good;
-        }));
-        let_come();
-    }
-    holder.end();
-    EXPECT_TRUE(login.succeeded());
-    EXPECT_EQ(counts->each.at(0), 0);
-    for (auto& each : writing)
-        EXPECT_TRUE(each->succeeded());
+    holder->end();
+    EXPECT_TRUE(login->succeeded());
+    EXPECT_TRUE(writer->succeeded());
 }
 
 TEST_F(softtoken_fairness, killed_waiters_block_nobody) {
-    process holder([this] { return change_for_ever(); });
-    let_come();
-    process first(change_once);
-    let_come();
-    process second(change_once);
-    let_come();
-    process third(change_once);
-    let_come();
-    first.end();
-    second.end();
-    holder.end();
-    const auto begin = clock_type::now();
-    EXPECT_TRUE(third.succeeded());
-    EXPECT_LT(clock_type::now() - begin, milliseconds(400));
+    auto holder = start_holder();
+    auto first = start_waiter(change_once);
+    auto second = start_waiter(change_once);
+    auto third = start_waiter(change_once);
+    first->end();
+    second->end();
+    holder->end();
+    EXPECT_TRUE(third->succeeded());
+    EXPECT_EQ(passed_tickets(), 0U);
 }
 
 TEST_F(softtoken_fairness, writer_killed_in_its_change_blocks_nobody) {
-    process holder([this] { return change_for_ever(); });
-    let_come();
-    process waiter(change_once);
-    let_come();
-    holder.end();
-    const auto begin = clock_type::now();
-    EXPECT_TRUE(waiter.succeeded());
-    EXPECT_LT(clock_type::now() - begin, milliseconds(400));
+    auto holder = start_holder();
+    auto waiter = start_waiter(change_once);
+    holder->end();
+    EXPECT_TRUE(waiter->succeeded());
 }
 
-// Two of them are passed at one cost of half a second, not one each; those who come later pay
-// nothing; and whoever goes on queues again.
+// Both are passed at once, and who comes later need not pass them again.
 TEST_F(softtoken_fairness, stopped_waiters_are_passed_and_go_on_later) {
-    process holder([this] { return change_for_ever(); });
-    let_come();
-    process first(change_once);
-    process second(change_once);
-    let_come();
-    process third(change_once);
-    let_come();
-    first.signal(SIGSTOP);
-    second.signal(SIGSTOP);
-    holder.end();
-    const auto begin = clock_type::now();
-    EXPECT_TRUE(third.succeeded());
-    EXPECT_LT(clock_type::now() - begin, seconds(3));
-    const auto next = clock_type::now();
+    auto holder = start_holder();
+    auto first = start_waiter(change_once);
+    auto second = start_waiter(change_once);
+    first->signal(SIGSTOP);
+    second->signal(SIGSTOP);
+    auto third = start_waiter(change_once);
+    const std::uint64_t ticket = tickets_drawn() - 1;
+    holder->end();
+    EXPECT_TRUE(third->succeeded());
+    EXPECT_EQ(passed_tickets(), ticket);
     EXPECT_TRUE(in_child(change_once));
-    EXPECT_LT(clock_type::now() - next, milliseconds(400));
-    first.signal(SIGCONT);
-    second.signal(SIGCONT);
-    EXPECT_TRUE(first.succeeded());
-    EXPECT_TRUE(second.succeeded());
+    EXPECT_EQ(passed_tickets(), ticket);
+    first->signal(SIGCONT);
+    second->signal(SIGCONT);
+    EXPECT_TRUE(first->succeeded());
+    EXPECT_TRUE(second->succeeded());
 }
 
 TEST_F(softtoken_fairness, questions_never_wait_for_a_writer) {
-    process holder([this] { return change_for_ever(); });
-    let_come();
+    auto holder = start_holder();
     const auto begin = clock_type::now();
     EXPECT_EQ(run_tool("info one").status, 0);
     EXPECT_EQ(run_tool("slots one").status, 0);

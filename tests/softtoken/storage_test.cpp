@@ -41,7 +41,7 @@ TEST_F(softtoken_storage, files_are_private_to_the_user) {
         names.insert(entry.path().filename());
     }
     EXPECT_EQ(names, (std::set<std::string>{"attached", "password.lock", "token.db", "token.db-shm",
-                                            "token.db-wal"}));
+                                            "token.db-wal", "write.lock"}));
 }
 
 TEST_F(softtoken_storage, new_root_is_private_to_the_user) {
