@@ -14,6 +14,7 @@
 #include "basics/text.h"
 #include "commands/command_line.h"
 #include "commands/context.h"
+#include "commands/shapes.h"
 #include "keep/trace.h"
 
 namespace vemra::tool {
@@ -48,12 +49,6 @@ std::string _command_name(const CLI::App& program) {
     return chosen.empty() ? "" : chosen.front()->get_name();
 }
 
-json _error_json(const failure& error) {
-    json object{{"message", error.what()}};
-    object.update(error.details());
-    return object;
-}
-
 void _print_json(context& run, const std::string& command, exit_code code, const json& error) {
     const json object{
         {"format", "vemra-stamp output"},      {"version", output_version}, {"command", command},
@@ -64,9 +59,9 @@ void _print_json(context& run, const std::string& command, exit_code code, const
 }
 
 exit_code _report(context& run, const CLI::App& program, const failure& error) {
-    output::error(error.what());
+    output::error(message_of(error));
     if (run.out.is_json())
-        _print_json(run, _command_name(program), error.code(), _error_json(error));
+        _print_json(run, _command_name(program), error.code(), error_json(error));
     return error.code();
 }
 

@@ -111,6 +111,52 @@ class Backup(ToolCase):
         path.unlink()
         self.restore(2)
 
+    def make_backup(self, *stamps):
+        """A backup as it may come from elsewhere; the manifest fits its files."""
+        folder = self.folder / "made"
+        folder.mkdir()
+        entries = []
+        for number, (name, content) in enumerate(stamps, 1):
+            file = f"stamp-{number}.bin"
+            (folder / file).write_bytes(content)
+            entries.append({"name": name, "slot": 0, "uuid": "", "bytes": len(content),
+                            "sha256": hashlib.sha256(content).hexdigest(), "file": file})
+        (folder / "manifest.json").write_text(json.dumps(
+            {"format": "vemra-stamp backup", "version": 1, "created": "",
+             "device": {"serial": self.serial, "type": 3}, "stamps": entries}))
+        return folder
+
+    def test_what_append_refuses_outright_is_left_out(self):
+        picture = NAME_SEAL.read_bytes()
+        made = self.make_backup(("Sealed", b"VemraSeal"), ("tab\there", picture), ("", picture),
+                                ("a&b", picture), ("a||b", picture), ("Empty", b""),
+                                ("Good", picture))
+        done = self.change(10, "--json", "restore", made)
+        result = json.loads(done.stdout)["result"]
+        self.assertEqual([one["name"] for one in result["appended"]], ["Good"])
+        self.assertEqual([(one["name"], one["reason"].split(" ")[-1])
+                          for one in result["left_out"]],
+                         [("Sealed", "stamp"), ("tab\there", "it"), ("", "empty"),
+                          ("a&b", "name"), ("a||b", "name"), ("Empty", "bytes")])
+        self.assertEqual(sorted(self.stamps()), ["Good", "Li Wei", "公司印章"])
+
+    def test_what_append_takes_with_an_option_is_restored_with_a_warning(self):
+        made = self.make_backup(("Text", b"only text\n"), ("Twice", COMPANY.read_bytes()),
+                                ("Twice", NAME_SEAL.read_bytes()))
+        done = self.change(0, "--json", "restore", made)
+        output = json.loads(done.stdout)
+        self.assertEqual([one["name"] for one in output["result"]["appended"]],
+                         ["Text", "Twice", "Twice"])
+        text, twice = output["warnings"]
+        self.assertIn('"Text" is restored as the backup holds it: this is no picture but text/plain',
+                      text)
+        self.assertIn('a stamp on this device has the name "Twice" already', twice)
+
+    def test_a_replaced_stamp_does_not_use_its_own_name_twice(self):
+        made = self.make_backup(("Li Wei", COMPANY.read_bytes()))
+        done = self.change(0, "--json", "restore", "--replace", made)
+        self.assertEqual(json.loads(done.stdout)["warnings"], [])
+
     def test_a_failure_after_the_first_is_a_partial_result(self):
         self.delete_all()
         self.fail_device("fail-from 3")

@@ -41,6 +41,22 @@ class Check(ToolCase):
             self.repair(2, "--name", text)
         self.assertEqual(self.stamps(), {})
 
+    def test_a_given_name_that_append_would_refuse_is_refused(self):
+        self.append("Seal", COMPANY)
+        self.raw_slot("write", 8131, NAME_SEAL.read_bytes())
+        for name, reason in (("Seal", b"has the name \"Seal\" already"),
+                             ("tab\there", b"has control characters in it")):
+            self.assertIn(reason, self.repair(2, "--name", "8131=" + name).stderr)
+        self.assertEqual(list(self.stamps()), ["Seal"])
+
+    def test_bytes_that_are_no_picture_are_listed_and_the_plan_says_so(self):
+        self.raw_slot("write", 8131, b"only text\n")
+        self.raw_slot("write", 8132, NAME_SEAL.read_bytes())
+        done = self.repair()
+        self.assertIn(b'slot 8131 as "recovered-8131", although this is no picture but text/plain\n',
+                      done.stderr)
+        self.assertIn(b'slot 8132 as "recovered-8132"\n', done.stderr)
+
     def test_entries_without_bytes_are_dropped(self):
         self.append("Seal", COMPANY)
         self.append("Gone", NAME_SEAL)

@@ -1,15 +1,15 @@
-/** How a command ends: the exit codes, and the exception that carries one with its cause. */
+/** How an operation ends: the named errors, and the exception that carries one with its facts. */
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace vemra::tool {
 
-using json = nlohmann::ordered_json;
-
+/** The named errors; the command line ends with their numbers. */
 enum class exit_code : int {
     done = 0,
     failed = 1,
@@ -26,18 +26,29 @@ enum class exit_code : int {
     interrupted = 130
 };
 
-/** A command's end in failure. what() is for people; details() join the error of --json. */
+/** What a failure knows beside its text. */
+struct failure_facts {
+    /** The device's own text and code; empty when it gave none. */
+    std::string cause{};
+    std::optional<int> attempts_left{};
+    /** How a device differs from what it should hold; nothing when that was not looked at. */
+    std::optional<std::vector<std::string>> differences{};
+    /** The directory in which the overwritten stamps are kept; empty when there is none. */
+    std::string recovery{};
+};
+
+/** An operation's end in failure. what() is for people, facts() for programs. */
 class failure : public std::runtime_error {
 public:
-    failure(exit_code code, const std::string& message, json details = json::object())
-        : std::runtime_error(message), code_(code), details_(std::move(details)) {}
+    failure(exit_code code, const std::string& message, failure_facts facts = {})
+        : std::runtime_error(message), code_(code), facts_(std::move(facts)) {}
 
     exit_code code() const noexcept { return code_; }
-    const json& details() const noexcept { return details_; }
+    const failure_facts& facts() const noexcept { return facts_; }
 
 private:
     exit_code code_;
-    json details_;
+    failure_facts facts_;
 };
 
 }  // namespace vemra::tool

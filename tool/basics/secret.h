@@ -18,10 +18,13 @@ public:
 
     /** False when there is no room left. */
     bool push_back(char byte);
+    /** Nothing happens to an empty one. */
     void pop_back();
+    /** Overwrites it. */
     void clear();
 
     bool empty() const { return length_ == 0; }
+    /** NUL-terminated, as the device library takes it; valid while this lives. */
     const char* c_str() const { return text_.data(); }
     std::string_view view() const { return {text_.data(), length_}; }
 

@@ -20,7 +20,9 @@ struct text_step {
 /** The first step of a text, which must not be empty. */
 text_step first_step(std::string_view text);
 
+/** Whether every byte belongs to a character. */
 bool is_utf8(std::string_view text);
+/** NUL, tabs and line ends among them. */
 bool has_control_characters(std::string_view text);
 /** Characters that change how the text around them is shown, or that show nothing. */
 bool has_invisible_characters(std::string_view text);

@@ -1,54 +1,37 @@
-#include <algorithm>
-#include <charconv>
+#include "keep/check.h"
 
-#include "basics/interruption.h"
+#include <charconv>
+#include <utility>
+
 #include "commands/commands.h"
-#include "commands/password_source.h"
+#include "commands/shapes.h"
 #include "keep/describe.h"
-#include "keep/device_lock.h"
-#include "keep/mapping_check.h"
-#include "keep/recovery.h"
-#include "keep/selector.h"
-#include "keep/stamp_checks.h"
-#include "terminal/progress.h"
+#include "keep/repair.h"
 
 namespace vemra::tool {
 
 namespace {
 
 struct check_options {
-    device_options device;
+    device_choice device;
     bool repair = false;
     bool yes = false;
     std::vector<std::string> names;
 };
 
-json _finding_json(const finding& one) {
-    return {{"kind", name_of(one.what)},
-            {"slot", one.slot == 0 ? json(nullptr) : json(one.slot)},
-            {"text", one.text}};
-}
-
-device_contents _check_one(context& run, const device_id& device) {
-    device_contents contents;
-    {
-        const progress shown(run.out, "checking " + describe(device));
-        contents = check_device(run.tokens(), device);
-    }
-    json entry{{"device", device_json(device)}, {"findings", json::array()}};
-    for (const finding& one : contents.findings) {
-        entry["findings"].push_back(_finding_json(one));
+void _tell_findings(context& run, const device_id& device, const std::vector<finding>& findings) {
+    run.result["devices"].push_back(
+        {{"device", device_json(device)}, {"findings", findings_json(findings)}});
+    for (const finding& one : findings) {
         run.out.print(describe(device) + ": " + one.text + "\n");
     }
-    if (contents.findings.empty())
+    if (findings.empty())
         run.out.print(describe(device) + ": in order\n");
     else
         run.code = exit_code::failed;
-    run.result["devices"].push_back(entry);
-    return contents;
 }
 
-// SLOT=NAME, each with a name that is fit for a new stamp.
+// SLOT=NAME.
 std::map<int, std::string> _given_names(const check_options& options) {
     std::map<int, std::string> names;
     for (const std::string& text : options.names) {
@@ -59,7 +42,6 @@ std::map<int, std::string> _given_names(const check_options& options) {
             throw failure(exit_code::usage, "--name takes SLOT=NAME, as in --name 8131=Seal");
         }
         names[slot] = std::string(parsed.ptr + 1);
-        check_name(names[slot]);
     }
     return names;
 }
@@ -71,80 +53,14 @@ bool _is_wanted(context& run, const check_options& options, const repair_plan& p
     }
     run.result["plan"] = plan.steps;
     output::error(text);
-    return options.yes || confirm(run, "Repair?", "--yes");
-}
-
-std::string _kept_text(const recovery& kept) {
-    return "\nThe old list and its stamps are kept; put them back with: vemra-stamp restore "
-           "--replace " +
-           kept.path();
-}
-
-// Every stamp that was readable must be so still, and the list must be the planned one.
-std::string _what_is_wrong(context& run, const device_id& device, const repair_plan& plan,
-                           const std::vector<stamp>& before) {
-    std::string wrong;
-    if (read_mapping(run.tokens(), device).entries != plan.mapping) {
-        wrong = "\n  the list is not the planned one";
-    }
-    const std::vector<stamp> after = run.tokens().stamps(device).stamps;
-    for (const stamp& one : before) {
-        const bool is_there = std::any_of(after.begin(), after.end(), [&](const stamp& other) {
-            return other.uuid == one.uuid && other.name == one.name && other.data == one.data;
-        });
-        if (!one.data.empty() && !is_there) {
-            wrong += "\n  " + describe(one) + " is not readable any more";
-        }
-    }
-    return wrong;
-}
-
-void _verify(context& run, const device_id& device, const repair_plan& plan,
-             const std::vector<stamp>& before, const recovery& kept) {
-    std::string wrong;
-    try {
-        wrong = _what_is_wrong(run, device, plan, before);
-    } catch (const failure& error) {
-        wrong = std::string("\n  ") + error.what();
-    }
-    if (wrong.empty()) return;
-    throw failure(exit_code::check_failed,
-                  "the repair was written, but not verified:" + wrong + _kept_text(kept),
-                  {{"recovery", kept.path()}});
-}
-
-recovery _keep(const device_id& device, const device_contents& contents,
-               const std::vector<stamp>& stamps) {
-    archive kept{device, {}};
-    for (const stamp& one : stamps) {
-        if (!one.data.empty()) kept.stamps.push_back({one.name, one.data, 0, one.uuid});
-    }
-    recovery files(kept);
-    files.add("mapping-record", contents.record.bytes);
-    return files;
-}
-
-void _write(context& run, const device_id& device, const device_contents& contents,
-            const repair_plan& plan) {
-    const std::vector<stamp> before = run.tokens().stamps(device).stamps;
-    const interruption::hold held;
-    recovery kept = _keep(device, contents, before);
-    const progress shown(run.out, "repairing " + describe(device));
-    try {
-        run.tokens().write_slot(device, mapping_slot, plan.record);
-    } catch (const failure& error) {
-        throw failure(exit_code::failed, error.what() + _kept_text(kept),
-                      {{"recovery", kept.path()}});
-    }
-    _verify(run, device, plan, before, kept);
-    kept.discard();
+    return options.yes || run.user.confirm("Repair?", "--yes");
 }
 
 void _repair(context& run, const check_options& options) {
     const std::map<int, std::string> names = _given_names(options);
-    const device_id device = run.tokens().find_device(options.device.serial, options.device.type);
-    const device_lock lock(device, device_lock::kind::exclusive, run.options.timeout);
-    const device_contents contents = _check_one(run, device);
+    locked_device device(run.tokens(), run.tokens().find_device(options.device));
+    const device_contents contents = check_device(device);
+    _tell_findings(run, device.id(), contents.findings);
     const repair_plan plan = plan_repair(run.tokens(), contents, names);
     run.result["repaired"] = false;
     if (plan.steps.empty()) {
@@ -153,10 +69,8 @@ void _repair(context& run, const check_options& options) {
         return;
     }
     if (!_is_wanted(run, options, plan)) throw failure(exit_code::usage, "nothing was changed");
-    verify_password(run, device);
-    _write(run, device, contents, plan);
+    const bool is_left = !repair_device(std::move(device), contents, plan).empty();
     run.result["repaired"] = true;
-    const bool is_left = !check_device(run.tokens(), device).findings.empty();
     run.code = is_left ? exit_code::partial : exit_code::done;
     run.out.note(is_left ? "repaired, verified; some findings remain" : "repaired, verified");
 }
@@ -168,15 +82,11 @@ void _check(context& run, const check_options& options) {
         return;
     }
     for (const device_id& device : run.tokens().devices()) {
-        if (!options.device.serial.empty() && device.serial != options.device.serial) continue;
-        if (options.device.type != -1 && device.type != options.device.type) continue;
-        const device_lock lock(device, device_lock::kind::shared, run.options.timeout);
-        _check_one(run, device);
+        if (!options.device.matches(device)) continue;
+        _tell_findings(run, device, check_device(run.tokens(), device).findings);
     }
     // Tells which devices there are when none was meant.
-    if (run.result["devices"].empty()) {
-        run.tokens().find_device(options.device.serial, options.device.type);
-    }
+    if (run.result["devices"].empty()) run.tokens().find_device(options.device);
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ void add_help(CLI::App& program, context& run);
 /* What several commands share. */
 
 /** Adds --device and --device-type. */
-void add_device_options(CLI::App& command, device_options& device);
+void add_device_options(CLI::App& command, device_choice& device);
 
 /** Warns of the last call's errors; the command then ends as a partial result. */
 void warn_of_errors(context& run);

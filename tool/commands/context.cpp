@@ -1,11 +1,9 @@
 #include "commands/context.h"
 
-#include "keep/loader.h"
-
 namespace vemra::tool {
 
 session& context::tokens() {
-    if (session_ == nullptr) session_ = std::make_unique<session>(load_tokens(), trace_);
+    if (session_ == nullptr) session_ = std::make_unique<session>(trace_, user, options.timeout);
     return *session_;
 }
 

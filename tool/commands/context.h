@@ -2,21 +2,28 @@
 #pragma once
 
 #include <memory>
+#include <nlohmann/json.hpp>
 
 #include "basics/failure.h"
 #include "commands/options.h"
 #include "commands/output.h"
+#include "commands/terminal_person.h"
 #include "keep/session.h"
 #include "keep/trace.h"
 
 namespace vemra::tool {
 
+using json = nlohmann::ordered_json;
+
+/** The options of one run, what it prints, and the tokens it reaches. */
 class context {
 public:
-    explicit context(trace& printed) : out(printed.original_output()), trace_(printed) {}
+    explicit context(trace& printed)
+        : out(printed.original_output()), user(options, out), trace_(printed) {}
 
     common_options options;
     output out;
+    terminal_person user;
     /** How the command ends when nothing is thrown. */
     exit_code code = exit_code::done;
     /** The command's data for --json. */

@@ -1,8 +1,8 @@
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "commands/shapes.h"
 #include "keep/describe.h"
-#include "keep/selector.h"
-#include "keep/slots.h"
+#include "keep/mapping_record.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {

@@ -3,7 +3,9 @@
 #include "basics/hex.h"
 #include "basics/text.h"
 #include "commands/commands.h"
+#include "commands/shapes.h"
 #include "files/file.h"
+#include "keep/listing.h"
 #include "keep/selector.h"
 #include "picture/picture.h"
 
@@ -30,14 +32,14 @@ json _written(const stamp& one, const std::string& file) {
 }
 
 void _export_one(context& run, const export_options& options) {
-    const std::vector<stamp> stamps = list_for_selection(run);
+    const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
     const stamp& one = select_stamp(stamps, options.selector);
     const bool to_output = options.file.empty() || options.file == "-";
     if (to_output) {
-        run.out.write(one.data);
+        run.out.write(one.data.get());
         return;
     }
-    write_file(options.file, one.data, _what(options));
+    write_file(options.file, one.data.get(), _what(options));
     run.result["files"] = json::array({_written(one, options.file)});
     run.out.note(quoted(one.name) + " is in " + options.file);
 }
@@ -50,7 +52,8 @@ std::string _file_name(const stamp& one) {
     }
     if (name.size() > 100) name.resize(100);
     if (!is_utf8(name) || name.front() == '.') name.insert(0, "stamp");
-    return printable(name) + "-" + to_hex(one.uuid).substr(0, 12) + look_at(one.data).file_suffix();
+    return printable(name) + "-" + to_hex(one.uuid).substr(0, 12) +
+           look_at(one.data.get()).file_suffix();
 }
 
 // A file that holds these bytes already is as good as written.
@@ -61,19 +64,19 @@ bool _holds(const std::string& path, const std::string& bytes) {
 }
 
 void _export_all(context& run, const export_options& options) {
-    const stamp_list list = read_all_stamps(run);
+    const stamp_list list = list_stamps(run.tokens());
     warn_of_errors(run);
     make_directory(options.all);
     run.result["files"] = json::array();
     for (const stamp& one : list.stamps) {
         const std::string path = std::filesystem::path(options.all) / _file_name(one);
         if (_what(options) == existing::keep && std::filesystem::exists(path) &&
-            !_holds(path, one.data)) {
+            !_holds(path, one.data.get())) {
             run.out.warn(path + " exists and was kept; --force replaces it");
             run.code = exit_code::partial;
             continue;
         }
-        write_file(path, one.data, existing::replace);
+        write_file(path, one.data.get(), existing::replace);
         run.result["files"].push_back(_written(one, path));
         run.out.print(path + "\n");
     }

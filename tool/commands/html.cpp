@@ -3,7 +3,6 @@
 #include "basics/digest.h"
 #include "basics/text.h"
 #include "keep/describe.h"
-#include "keep/session.h"
 #include "picture/picture.h"
 
 namespace vemra::tool {
@@ -81,11 +80,11 @@ std::string _picture(const stamp& one, const picture& seen) {
     if (one.data.empty()) return "<p>no bytes</p>";
     if (!seen.is_image()) return "<p>no picture: " + _escaped(seen.media_type) + "</p>";
     return "<img alt=\"" + _escaped(one.name) + "\" src=\"data:" + _escaped(seen.media_type) +
-           ";base64," + base64(one.data) + "\">";
+           ";base64," + base64(one.data.get()) + "\">";
 }
 
 std::string _card(const stamp& one) {
-    const picture seen = look_at(one.data);
+    const picture seen = look_at(one.data.get());
     const std::string size = seen.width && seen.height ? seen.pixels() + " pixels, " : "";
     return "<figure>\n<div class=\"ground\">" + _picture(one, seen) +
            "</div>\n<figcaption>\n<div class=\"name\">" + _escaped(one.name) +

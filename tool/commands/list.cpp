@@ -5,8 +5,7 @@
 #include "commands/commands.h"
 #include "commands/shapes.h"
 #include "keep/describe.h"
-#include "picture/picture.h"
-#include "terminal/progress.h"
+#include "keep/listing.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {
@@ -30,14 +29,8 @@ std::size_t _shown_digits(const std::vector<stamp>& stamps) {
     return digits;
 }
 
-stamp_list _read(context& run, const device_options& wanted) {
-    const progress shown(run.out, "reading stamps");
-    if (wanted.serial.empty() && wanted.type == -1) return run.tokens().stamps();
-    return run.tokens().stamps(run.tokens().find_device(wanted.serial, wanted.type));
-}
-
-void _list(context& run, const device_options& wanted) {
-    const stamp_list list = _read(run, wanted);
+void _list(context& run, const device_choice& wanted) {
+    const stamp_list list = list_stamps(run.tokens(), wanted);
     warn_of_errors(run);
     const std::size_t digits =
         run.out.is_verbose() ? std::string::npos : _shown_digits(list.stamps);
@@ -45,8 +38,9 @@ void _list(context& run, const device_options& wanted) {
     std::vector<std::vector<std::string>> rows{
         {"UUID", "NAME", "MEDIA TYPE", "BYTES", "PIXELS", "DEVICE"}};
     for (const stamp& one : list.stamps) {
-        const picture seen = look_at(one.data);
-        run.result["stamps"].push_back(stamp_json(one, seen));
+        const pictured_stamp shown = look_at(one);
+        const picture& seen = shown.seen;
+        run.result["stamps"].push_back(stamp_json(shown));
         rows.push_back({to_hex(one.uuid).substr(0, digits), printable(one.name), seen.media_type,
                         std::to_string(one.data.size()), seen.pixels(), describe(one.device)});
     }
@@ -59,7 +53,7 @@ void _list(context& run, const device_options& wanted) {
 }  // namespace
 
 void add_list(CLI::App& program, context& run) {
-    auto device = std::make_shared<device_options>();
+    auto device = std::make_shared<device_choice>();
     CLI::App* command = program.add_subcommand("list", "List the stamps");
     add_device_options(*command, *device);
     command->callback([&run, device] { _list(run, *device); });

@@ -19,10 +19,4 @@ struct common_options {
     double timeout = 10;
 };
 
-/** The device of commands that work on one; an empty serial number or type -1 is left open. */
-struct device_options {
-    std::string serial;
-    int type = -1;
-};
-
 }  // namespace vemra::tool

@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "basics/failure.h"
 #include "files/descriptor.h"
 
 namespace vemra::tool {

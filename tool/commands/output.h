@@ -8,10 +8,9 @@
 #include <string_view>
 #include <vector>
 
-#include "basics/failure.h"
-
 namespace vemra::tool {
 
+/** Messages stay silent with --quiet, as far as they may. */
 class output {
 public:
     explicit output(int descriptor) : descriptor_(descriptor) {}
@@ -28,13 +27,16 @@ public:
 
     /** Data for people; nothing with --json. */
     void print(std::string_view text) const;
-    /** Data as it is, whatever the format. */
+    /** Data as it is, whatever the format. Throws failure (failed) when it cannot be written. */
     void write(std::string_view bytes) const;
 
+    /** A message, unless --quiet is given. */
     void note(const std::string& text) const;
+    /** A message with --verbose. */
     void detail(const std::string& text) const;
     /** Shown, and kept for the object of --json. */
     void warn(const std::string& text);
+    /** A message in any case. */
     static void error(const std::string& text);
 
     const std::vector<std::string>& warnings() const { return warnings_; }

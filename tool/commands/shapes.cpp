@@ -3,7 +3,9 @@
 #include <optional>
 
 #include "basics/digest.h"
+#include "basics/hex.h"
 #include "keep/selector.h"
+#include "keep/storing_rule.h"
 
 namespace vemra::tool {
 
@@ -12,6 +14,39 @@ namespace {
 template <typename T>
 json _or_null(const std::optional<T>& value) {
     return value ? json(*value) : json(nullptr);
+}
+
+std::string _name_of(finding::kind kind) {
+    switch (kind) {
+        case finding::kind::unreadable:
+            return "unreadable";
+        case finding::kind::malformed_record:
+            return "malformed-record";
+        case finding::kind::entry_without_bytes:
+            return "entry-without-bytes";
+        case finding::kind::bytes_without_entry:
+            return "bytes-without-entry";
+        case finding::kind::slot_out_of_range:
+            return "slot-out-of-range";
+        case finding::kind::sealed_bytes:
+            return "sealed-bytes";
+        case finding::kind::doubtful_name:
+            return "doubtful-name";
+    }
+    return "";
+}
+
+// How the person has it stored all the same.
+std::string _remedy_for(objection::kind reason) {
+    switch (reason) {
+        case objection::kind::forbidden:
+            return "";
+        case objection::kind::no_picture:
+            return "; --any-data stores it all the same";
+        case objection::kind::used_name:
+            return "; --allow-duplicate gives it all the same";
+    }
+    return "";
 }
 
 }  // namespace
@@ -30,12 +65,59 @@ json picture_json(const picture& seen) {
             {"damaged", seen.is_damaged}};
 }
 
-json stamp_json(const stamp& one, const picture& seen) {
+json device_json(const device_id& device) {
+    return {{"serial", device.serial}, {"type", device.type}};
+}
+
+json identity_json(const stamp& one) {
+    return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
+}
+
+json stamp_json(const pictured_stamp& shown) {
+    const stamp& one = shown.one;
     json object = identity_json(one);
     object["bytes"] = one.data.size();
-    object["sha256"] = sha256(one.data);
-    object["picture"] = picture_json(seen);
+    object["sha256"] = sha256(one.data.get());
+    object["picture"] = picture_json(shown.seen);
     return object;
+}
+
+json findings_json(const std::vector<finding>& findings) {
+    json list = json::array();
+    for (const finding& one : findings) {
+        list.push_back({{"kind", _name_of(one.what)},
+                        {"slot", one.slot == 0 ? json(nullptr) : json(one.slot)},
+                        {"text", one.text}});
+    }
+    return list;
+}
+
+json error_json(const failure& error) {
+    const failure_facts& facts = error.facts();
+    json object{{"message", message_of(error)}};
+    if (facts.differences) object["differences"] = *facts.differences;
+    if (!facts.recovery.empty()) object["recovery"] = facts.recovery;
+    if (!facts.cause.empty()) object["cause"] = facts.cause;
+    if (facts.attempts_left) object["attempts_left"] = *facts.attempts_left;
+    const auto* several = dynamic_cast<const ambiguous_selector*>(&error);
+    if (several == nullptr) return object;
+    object["candidates"] = json::array();
+    for (const stamp& one : several->candidates()) {
+        object["candidates"].push_back(identity_json(one));
+    }
+    return object;
+}
+
+std::string message_of(const failure& error) {
+    std::string text = error.what();
+    if (const auto* refused = dynamic_cast<const refused_offer*>(&error)) {
+        text += _remedy_for(refused->reason());
+    }
+    if (!error.facts().recovery.empty()) {
+        text += "\nWhat was there is kept; put it back with: vemra-stamp restore --replace " +
+                error.facts().recovery;
+    }
+    return text;
 }
 
 }  // namespace vemra::tool

@@ -4,7 +4,7 @@
 
 namespace vemra::tool {
 
-void add_device_options(CLI::App& command, device_options& device) {
+void add_device_options(CLI::App& command, device_choice& device) {
     command.add_option("--device", device.serial, "Serial number of the device")->type_name("SN");
     command.add_option("--device-type", device.type, "Type of the device")
         ->check(number_from_0())

@@ -1,7 +1,7 @@
 #include "commands/commands.h"
 #include "commands/html.h"
 #include "files/file.h"
-#include "keep/selector.h"
+#include "keep/listing.h"
 
 namespace vemra::tool {
 
@@ -13,7 +13,7 @@ struct sheet_options {
 };
 
 void _sheet(context& run, const sheet_options& options) {
-    const stamp_list list = read_all_stamps(run);
+    const stamp_list list = list_stamps(run.tokens());
     warn_of_errors(run);
     write_file(options.file, make_sheet(list.stamps),
                options.force ? existing::replace : existing::keep);

@@ -11,9 +11,9 @@
 #include "commands/shapes.h"
 #include "files/descriptor.h"
 #include "keep/describe.h"
+#include "keep/listing.h"
+#include "keep/mapping_record.h"
 #include "keep/selector.h"
-#include "keep/slots.h"
-#include "picture/picture.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {
@@ -46,19 +46,6 @@ std::string _transparency(const picture& seen) {
     return "not told";
 }
 
-// The stamp's slot is known when the mapping lists as many as the library does.
-int _slot_of(context& run, const std::vector<stamp>& stamps, const stamp& wanted) {
-    std::size_t place = 0;
-    std::size_t on_device = 0;
-    for (const stamp& one : stamps) {
-        if (!(one.device == wanted.device)) continue;
-        if (&one == &wanted) place = on_device;
-        ++on_device;
-    }
-    const std::vector<int> slots = read_mapping(run.tokens(), wanted.device).listed_slots();
-    return slots.size() == on_device ? slots[place] : 0;
-}
-
 // chafa reads the picture from a file in memory and draws on the tool's own output.
 bool _draw(int output, const std::string& data) {
     const descriptor file(memfd_create("picture", 0));
@@ -89,11 +76,12 @@ bool _draw(int output, const std::string& data) {
 }
 
 void _show(context& run, const show_options& options) {
-    const std::vector<stamp> stamps = list_for_selection(run);
-    const stamp& one = select_stamp(stamps, options.selector);
-    const picture seen = look_at(one.data);
-    const int slot = _slot_of(run, stamps, one);
-    run.result["stamp"] = stamp_json(one, seen);
+    const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
+    const pictured_stamp shown = look_at(select_stamp(stamps, options.selector));
+    const stamp& one = shown.one;
+    const picture& seen = shown.seen;
+    const int slot = slot_of(run.tokens(), stamps, one);
+    run.result["stamp"] = stamp_json(shown);
     run.result["stamp"]["slot"] = slot == 0 ? json(nullptr) : json(slot);
 
     run.out.print(table({{"name", printable(one.name)},
@@ -102,12 +90,12 @@ void _show(context& run, const show_options& options) {
                          {"slot", slot == 0 ? "unknown" : std::to_string(slot)},
                          {"media type", seen.media_type},
                          {"bytes", std::to_string(one.data.size())},
-                         {"SHA-256", sha256(one.data)},
+                         {"SHA-256", sha256(one.data.get())},
                          {"pixels", seen.pixels()},
                          {"resolution", _resolution(seen)},
                          {"transparency", _transparency(seen)}}));
     if (!options.preview || run.out.is_json()) return;
-    if (!_draw(run.out.descriptor(), one.data)) {
+    if (!_draw(run.out.descriptor(), one.data.get())) {
         run.out.warn("no preview: chafa is not installed or cannot draw this");
     }
 }

@@ -1,18 +1,15 @@
-#include "commands/password_source.h"
-
 #include "commands/commands.h"
-#include "keep/device_lock.h"
-#include "keep/selector.h"
+#include "commands/shapes.h"
+#include "keep/locked_device.h"
 
 namespace vemra::tool {
 
 namespace {
 
-void _verify(context& run, const device_options& wanted) {
-    const device_id device = run.tokens().find_device(wanted.serial, wanted.type);
-    const device_lock lock(device, device_lock::kind::exclusive, run.options.timeout);
-    verify_password(run, device);
-    run.result["device"] = device_json(device);
+void _verify(context& run, const device_choice& wanted) {
+    const locked_device device(run.tokens(), run.tokens().find_device(wanted));
+    run.tokens().verify_password(device.id());
+    run.result["device"] = device_json(device.id());
     run.result["right"] = true;
     run.out.print("right\n");
 }
@@ -20,7 +17,7 @@ void _verify(context& run, const device_options& wanted) {
 }  // namespace
 
 void add_verify_password(CLI::App& program, context& run) {
-    auto device = std::make_shared<device_options>();
+    auto device = std::make_shared<device_choice>();
     CLI::App* command =
         program.add_subcommand("verify-password", "Tell whether a password is right");
     add_device_options(*command, *device);

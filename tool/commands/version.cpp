@@ -9,7 +9,8 @@ void _version(context& run) {
     run.result["library"] = nullptr;
     run.out.print("vemra-stamp " VEMRA_STAMP_VERSION "\n");
     try {
-        const std::string library = run.tokens().library_version();
+        const std::string library =
+            run.tokens().ask([](const token_reader& all) { return all.library_version(); });
         run.result["library"] = library;
         run.out.print("stamp library " + library + "\n");
     } catch (const failure& error) {

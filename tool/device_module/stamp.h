@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "basics/shared_bytes.h"
+
 namespace vemra::tool {
 
 /** A device's serial number and type. */
@@ -24,10 +26,11 @@ struct device_id {
 struct stamp {
     std::string uuid;
     std::string name;
-    std::string data;
+    shared_bytes data;
     device_id device;
 };
 
+/** What an enumeration gave. */
 struct stamp_list {
     /** The status of the enumeration; 1 when the list is usable. */
     int status = 0;
@@ -43,8 +46,10 @@ struct password_answer {
     std::string text;
 };
 
+/** Slot to name, as the record in the mapping slot has them. */
 using stamp_mapping = std::map<unsigned int, std::string>;
 
+/** The slot of the mapping, and the first and last of those that hold stamps. */
 constexpr int mapping_slot = 8127;
 constexpr int first_stamp_slot = 8130;
 constexpr int last_stamp_slot = 8134;

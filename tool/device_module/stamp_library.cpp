@@ -32,7 +32,8 @@ std::optional<stamp> _read_stamp(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int in
     one.uuid.assign(reinterpret_cast<const char*>(uuid), uuid_size);
     one.name.assign(record->name, record->name_length);
     // Read from the record: the accessor would print every byte on the trace.
-    one.data.assign(reinterpret_cast<const char*>(record->data), record->data_length);
+    one.data =
+        shared_bytes(std::string(reinterpret_cast<const char*>(record->data), record->data_length));
     one.device = *device;
     return one;
 }

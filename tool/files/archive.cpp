@@ -2,17 +2,19 @@
 
 #include <ctime>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "basics/digest.h"
 #include "basics/failure.h"
 #include "basics/hex.h"
 #include "basics/text.h"
 #include "files/file.h"
-#include "picture/picture.h"
 
 namespace vemra::tool {
 
 namespace {
+
+using json = nlohmann::ordered_json;
 
 constexpr const char* manifest_name = "manifest.json";
 constexpr const char* manifest_format = "vemra-stamp backup";
@@ -47,7 +49,7 @@ json _entry(const archived_stamp& one, const std::string& file) {
     entry["slot"] = one.slot;
     entry["uuid"] = to_hex(one.uuid);
     entry["bytes"] = one.data.size();
-    entry["sha256"] = sha256(one.data);
+    entry["sha256"] = sha256(one.data.get());
     entry["file"] = file;
     return entry;
 }
@@ -66,8 +68,8 @@ archived_stamp _read_stamp(const std::string& directory, const json& entry) {
     one.uuid = from_hex(entry.at("uuid").get<std::string>()).value();
     const std::string file = entry.at("file");
     _require_plain(file);
-    one.data = read_file(directory + "/" + file, most_stamp_bytes);
-    if (one.data.size() != entry.at("bytes") || sha256(one.data) != entry.at("sha256")) {
+    one.data = shared_bytes(read_file(directory + "/" + file, most_stamp_bytes));
+    if (one.data.size() != entry.at("bytes") || sha256(one.data.get()) != entry.at("sha256")) {
         throw failure(exit_code::failed,
                       directory + "/" + file + " is not the file that the manifest names");
     }
@@ -84,13 +86,13 @@ void write_archive(const std::string& directory, const archive& kept) {
     }
     json manifest{{"format", manifest_format}, {"version", manifest_version}, {"created", _now()}};
     manifest["device"] = json::object();
-    _put_text(manifest["device"], "serial", kept.device.serial);
-    manifest["device"]["type"] = kept.device.type;
+    _put_text(manifest["device"], "serial", kept.serial);
+    manifest["device"]["type"] = kept.type;
     manifest["stamps"] = json::array();
     for (std::size_t i = 0; i < kept.stamps.size(); ++i) {
         const archived_stamp& one = kept.stamps[i];
-        const std::string file = "stamp-" + std::to_string(i + 1) + look_at(one.data).file_suffix();
-        write_file(std::filesystem::path(directory) / file, one.data, existing::keep, true);
+        const std::string file = "stamp-" + std::to_string(i + 1) + one.suffix;
+        write_file(std::filesystem::path(directory) / file, one.data.get(), existing::keep, true);
         manifest["stamps"].push_back(_entry(one, file));
     }
     write_file(std::filesystem::path(directory) / manifest_name, manifest.dump(4) + "\n",
@@ -107,8 +109,8 @@ archive read_archive(const std::string& directory) {
             throw failure(exit_code::failed, path + " is of a format that this tool cannot read");
         }
         archive kept;
-        kept.device = {_get_text(manifest.at("device"), "serial"),
-                       manifest.at("device").at("type")};
+        kept.serial = _get_text(manifest.at("device"), "serial");
+        kept.type = manifest.at("device").at("type");
         for (const json& entry : manifest.at("stamps")) {
             kept.stamps.push_back(_read_stamp(directory, entry));
         }

@@ -7,21 +7,26 @@
 #include <string>
 #include <vector>
 
-#include "device_module/stamp.h"
+#include "basics/shared_bytes.h"
 
 namespace vemra::tool {
 
+/** A stamp with the place it had on its device. */
 struct archived_stamp {
     std::string name;
-    std::string data;
+    shared_bytes data;
     /** The slot it was in; 0 when it is not known. */
     int slot = 0;
     /** The uuid of that place, raw bytes; empty when it is not known. */
     std::string uuid;
+    /** How its file's name ends, as in ".png"; not known of one that was read. */
+    std::string suffix = ".bin";
 };
 
 struct archive {
-    device_id device;
+    /** The device that they are of. */
+    std::string serial;
+    int type = 0;
     std::vector<archived_stamp> stamps;
 };
 

@@ -7,6 +7,7 @@
 
 namespace vemra::tool {
 
+/** Closes the descriptor that it was given; -1 is none. */
 class descriptor {
 public:
     explicit descriptor(int number = -1) : number_(number) {}

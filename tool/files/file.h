@@ -6,6 +6,7 @@
 
 namespace vemra::tool {
 
+/** What the tool takes and stores of one stamp at most. */
 constexpr std::size_t most_stamp_bytes = std::size_t{16} * 1024 * 1024;
 
 /** Reads the stamp's bytes from a file, or from standard input for "-". Not empty, at most 16 MiB.
@@ -15,6 +16,7 @@ std::string read_stamp_file(const std::string& path);
 /** A whole file; throws failure (usage) when it cannot be read or is longer. */
 std::string read_file(const std::string& path, std::size_t most);
 
+/** What becomes of a file that is there already. */
 enum class existing { keep, replace };
 
 /**

@@ -14,7 +14,6 @@
 #include "basics/digest.h"
 #include "basics/failure.h"
 #include "keep/describe.h"
-#include "keep/session.h"
 
 namespace vemra::tool {
 

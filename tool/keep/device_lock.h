@@ -6,6 +6,7 @@
 
 namespace vemra::tool {
 
+/** Held until it is destroyed. Several readers share it; one writer has it alone. */
 class device_lock {
 public:
     enum class kind { shared, exclusive };

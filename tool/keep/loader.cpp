@@ -38,6 +38,10 @@ std::string _stamp_library_path() {
     return std::filesystem::exists(own) ? own.string() : stamp_library;
 }
 
+std::string _device_module_path() {
+    return (_program_directory() / VEMRA_PRIVATE_FROM_BIN / device_module).lexically_normal();
+}
+
 // Never closed: the device library keeps threads and exit handlers of its own.
 void* _open(const std::string& path) {
     void* library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
@@ -47,13 +51,9 @@ void* _open(const std::string& path) {
 
 }  // namespace
 
-std::string private_file(const std::string& name) {
-    return (_program_directory() / VEMRA_PRIVATE_FROM_BIN / name).lexically_normal();
-}
-
 std::unique_ptr<tokens> load_tokens() {
     _open(_stamp_library_path());
-    void* module = _open(private_file(device_module));
+    void* module = _open(_device_module_path());
     auto* make = reinterpret_cast<make_tokens_function*>(dlsym(module, make_tokens_name));
     if (make == nullptr) _throw_missing(dlerror());
     return std::unique_ptr<tokens>(make());

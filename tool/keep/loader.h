@@ -11,7 +11,4 @@ namespace vemra::tool {
 /** Throws failure (no_device) with the two remedies when a library is missing. */
 std::unique_ptr<tokens> load_tokens();
 
-/** A file of the tool's private directory, installed or in the build tree. */
-std::string private_file(const std::string& name);
-
 }  // namespace vemra::tool

@@ -13,11 +13,13 @@ namespace vemra::tool {
  */
 class recovery {
 public:
+    /** Throws failure (failed) when there is no place for it; nothing may be changed then. */
     explicit recovery(const archive& kept);
     /** One more file, for bytes that are no stamp; `restore` does not read it. */
     void add(const std::string& file, const std::string& bytes) const;
 
     const std::string& path() const { return path_; }
+    /** Removes it: the change turned out right. */
     void discard();
 
 private:

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "keep/slots.h"
+#include "keep/mapping_record.h"
 
 namespace vemra::tool {
 
@@ -13,10 +13,13 @@ using action = restore_item::action;
 
 class planner {
 public:
-    planner(const archive& kept, const std::vector<stamp>& present, bool replace)
+    planner(const archive& kept, const std::vector<stamp>& present, bool replace,
+            const storing_judge& judge)
         : kept_(kept),
           present_(present),
+          held_(present),
           replace_(replace),
+          judge_(judge),
           free_(static_cast<std::size_t>(stamp_slots) -
                 std::min<std::size_t>(present.size(), stamp_slots)) {}
 
@@ -27,7 +30,7 @@ public:
             const stamp* same = find([&](const stamp& other) {
                 return other.name == one.name && other.data == one.data;
             });
-            items.push_back({action::keep, one, {}, ""});
+            items.push_back({action::keep, one, {}, "", {}});
             if (same != nullptr) settle(items.back(), action::present, *same);
         }
         for (restore_item& item : items) {
@@ -53,11 +56,8 @@ private:
 
     void decide(restore_item& item) {
         const std::string& name = item.wanted.name;
-        if (name.empty() || item.wanted.data.empty() || name.find('&') != std::string::npos ||
-            name.find("||") != std::string::npos) {
-            item.reason = "a device cannot hold it under this name";
-            return;
-        }
+        const offer offered = make_offer(name, item.wanted.data);
+        if (is_forbidden(item, offered)) return;
         const stamp* same_name = find([&](const stamp& one) { return one.name == name; });
         const stamp* old = same_name == nullptr ? in_its_place(item.wanted) : same_name;
         const bool is_renamed =
@@ -65,15 +65,37 @@ private:
         if (same_name == nullptr && free_ > 0 && !is_renamed) {
             --free_;
             item.what = action::append;
+            hold(item, offered, held_.end());
             return;
         }
         if (old != nullptr && replace_) {
             settle(item, action::replace, *old);
+            hold(item, offered, std::find_if(held_.begin(), held_.end(), [&](const stamp& one) {
+                     return one.uuid == item.there.uuid;
+                 }));
             return;
         }
         item.reason = same_name != nullptr
                           ? "another stamp has this name; --replace puts this one in its place"
                           : "the device holds five stamps already";
+    }
+
+    bool is_forbidden(restore_item& item, const offer& offered) const {
+        for (const objection& one : judge_(offered, {})) {
+            if (one.what != objection::kind::forbidden) continue;
+            item.reason = one.text;
+            return true;
+        }
+        return false;
+    }
+
+    // Takes the stamp among those that the device will hold, in the place of another or at the end.
+    void hold(restore_item& item, const offer& offered, std::vector<stamp>::iterator place) {
+        if (place != held_.end()) held_.erase(place);
+        for (const objection& one : judge_(offered, held_)) {
+            item.doubts.push_back(one.text);
+        }
+        held_.push_back({"", item.wanted.name, item.wanted.data, {}});
     }
 
     const stamp* in_its_place(const archived_stamp& wanted) const {
@@ -87,7 +109,10 @@ private:
 
     const archive& kept_;
     const std::vector<stamp>& present_;
+    // What the device will hold.
+    std::vector<stamp> held_;
     bool replace_;
+    const storing_judge& judge_;
     std::size_t free_;
     std::set<std::string> claimed_;
 };
@@ -95,8 +120,8 @@ private:
 }  // namespace
 
 std::vector<restore_item> plan_restore(const archive& kept, const std::vector<stamp>& present,
-                                       bool replace) {
-    return planner(kept, present, replace).plan();
+                                       bool replace, const storing_judge& judge) {
+    return planner(kept, present, replace, judge).plan();
 }
 
 }  // namespace vemra::tool

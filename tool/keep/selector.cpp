@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 
 #include "basics/hex.h"
 #include "basics/text.h"
 #include "keep/describe.h"
-#include "terminal/progress.h"
 
 namespace vemra::tool {
 
@@ -54,33 +54,12 @@ const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& s
         throw failure(exit_code::no_stamp, "no stamp is selected by " + quoted(selector));
     }
     std::string message = "several stamps are selected by " + quoted(selector) + ":";
-    json candidates = json::array();
+    std::vector<stamp> candidates;
     for (const stamp* one : found) {
         message += "\n  " + describe(*one);
-        candidates.push_back(identity_json(*one));
+        candidates.push_back(*one);
     }
-    throw failure(exit_code::ambiguous, message, {{"candidates", candidates}});
-}
-
-stamp_list read_all_stamps(context& run) {
-    const progress shown(run.out, "reading stamps");
-    return run.tokens().stamps();
-}
-
-std::vector<stamp> list_for_selection(context& run) {
-    stamp_list list = read_all_stamps(run);
-    for (const std::string& error : run.tokens().errors()) {
-        run.out.warn(printable(error));
-    }
-    return std::move(list.stamps);
-}
-
-json device_json(const device_id& device) {
-    return {{"serial", device.serial}, {"type", device.type}};
-}
-
-json identity_json(const stamp& one) {
-    return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
+    throw ambiguous_selector(message, std::move(candidates));
 }
 
 }  // namespace vemra::tool

@@ -2,24 +2,27 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "commands/context.h"
+#include "basics/failure.h"
+#include "device_module/stamp.h"
 
 namespace vemra::tool {
 
-/** Throws failure: (no_stamp), (ambiguous) with the candidates, (usage) for an unusable selector.
- */
+/** A selector that fits several stamps (ambiguous). */
+class ambiguous_selector : public failure {
+public:
+    ambiguous_selector(const std::string& message, std::vector<stamp> candidates)
+        : failure(exit_code::ambiguous, message), candidates_(std::move(candidates)) {}
+
+    const std::vector<stamp>& candidates() const noexcept { return candidates_; }
+
+private:
+    std::vector<stamp> candidates_;
+};
+
+/** Throws ambiguous_selector, or failure: (no_stamp), (usage) for an unusable selector. */
 const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& selector);
-
-/** The stamps of all devices. */
-stamp_list read_all_stamps(context& run);
-/** The same; what could not be read is warned of. */
-std::vector<stamp> list_for_selection(context& run);
-
-/** A stamp's uuid, name and device as they stand in --json. */
-json identity_json(const stamp& one);
-/** The device as it stands in --json. */
-json device_json(const device_id& device);
 
 }  // namespace vemra::tool

@@ -2,10 +2,11 @@
 
 #include <algorithm>
 
+#include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/cause.h"
 #include "keep/describe.h"
-#include "keep/slots.h"
+#include "keep/loader.h"
 
 namespace vemra::tool {
 
@@ -19,28 +20,55 @@ std::string _list(const std::vector<device_id>& devices) {
     return text;
 }
 
-// Errors of an enumeration may be those of another device.
-bool _is_whole(session& tokens, const device_id& device, const stamp_list& list) {
-    const mapping_record record = read_mapping(tokens, device);
-    return record.faults.empty() && record.listed_slots().size() == list.stamps.size();
+std::string _attempts(int count) {
+    return std::to_string(count) + (count == 1 ? " attempt left" : " attempts left");
+}
+
+failure_facts _facts_of(const password_answer& answer, const std::string& cause) {
+    failure_facts facts{cause};
+    if (answer.retries >= 0) facts.attempts_left = answer.retries;
+    return facts;
+}
+
+// What a password's refusal means; the device tells -1 attempts when it does not know.
+failure _refusal(const password_answer& answer) {
+    const std::string cause = printable(cause_of(answer.text.c_str()));
+    const failure_facts facts = _facts_of(answer, cause);
+    if (answer.retries == 0) {
+        return {exit_code::locked, "the device is locked: " + cause + ", no attempts left", facts};
+    }
+    if (answer.retries < 0) {
+        return {exit_code::failed, "the password could not be verified: " + cause, facts};
+    }
+    return {exit_code::wrong_password,
+            "wrong password, " + _attempts(answer.retries) +
+                "; nothing was changed on this device, which says: " + cause,
+            facts};
 }
 
 }  // namespace
 
-template <typename Call>
-auto session::traced(Call call) -> decltype(call(std::declval<tokens&>())) {
+session::session(trace& printed, person& served, double lock_timeout)
+    : tokens_(load_tokens()), trace_(printed), served_(served), lock_timeout_(lock_timeout) {}
+
+void session::call(const std::function<void(tokens&)>& made) {
     struct taker {
         session& owner;
         ~taker() { owner.errors_ = owner.trace_.take(owner.password_); }
     };
     try {
         const taker take_trace{*this};
-        return call(*tokens_);
+        made(*tokens_);
     } catch (const std::exception& error) {
         const std::string cause = cause_of(error.what());
-        throw failure(exit_code::failed, "the device failed: " + printable(cause),
-                      {{"cause", cause}});
+        throw failure(exit_code::failed, "the device failed: " + printable(cause), {cause});
     }
+}
+
+int session::make(const change& wanted) {
+    int status = 0;
+    call([&](tokens& all) { status = wanted(all, password_.c_str()); });
+    return status;
 }
 
 std::string session::cause() const {
@@ -48,7 +76,7 @@ std::string session::cause() const {
 }
 
 std::vector<device_id> session::devices() {
-    std::vector<device_id> found = traced([](tokens& all) { return all.list_devices(); });
+    std::vector<device_id> found = ask([](token_reader& all) { return all.list_devices(); });
     if (found.empty()) {
         throw failure(exit_code::no_device, errors_.empty()
                                                 ? "no device is attached"
@@ -57,14 +85,11 @@ std::vector<device_id> session::devices() {
     return found;
 }
 
-device_id session::find_device(const std::string& serial, int type) {
+device_id session::find_device(const device_choice& choice) {
     const std::vector<device_id> attached = devices();
     std::vector<device_id> matching;
-    for (const device_id& device : attached) {
-        if (!serial.empty() && device.serial != serial) continue;
-        if (type != -1 && device.type != type) continue;
-        matching.push_back(device);
-    }
+    std::copy_if(attached.begin(), attached.end(), std::back_inserter(matching),
+                 [&](const device_id& device) { return choice.matches(device); });
     if (matching.empty()) {
         throw failure(exit_code::no_device, "no such device; attached:" + _list(attached));
     }
@@ -77,68 +102,27 @@ device_id session::find_device(const std::string& serial, int type) {
 }
 
 stamp_list session::stamps(const std::optional<device_id>& only) {
-    stamp_list list = traced([&](tokens& all) { return all.list_stamps(only); });
+    stamp_list list = ask([&](token_reader& all) { return all.list_stamps(only); });
     if (list.unreadable > 0 && errors_.empty()) {
         errors_.push_back(std::to_string(list.unreadable) + " stamps could not be read");
     }
     if (list.status == 1) return list;
-    const std::vector<std::string> errors = errors_;
-    const bool none = std::any_of(errors.begin(), errors.end(),
+    const bool none = std::any_of(errors_.begin(), errors_.end(),
                                   [](const std::string& text) { return text == "No device."; });
     if (none) throw failure(exit_code::no_device, "no device is attached");
-    throw failure(exit_code::failed, "the stamps cannot be listed: " + cause(),
-                  {{"cause", cause()}});
+    throw failure(exit_code::failed, "the stamps cannot be listed: " + cause(), {cause()});
 }
 
-std::vector<stamp> session::all_stamps(const device_id& device) {
-    stamp_list list = stamps(device);
-    if (list.unreadable == 0 && errors_.empty()) return std::move(list.stamps);
-    const std::string found = cause();
-    if (list.unreadable == 0 && _is_whole(*this, device, list)) return std::move(list.stamps);
-    throw failure(exit_code::failed,
-                  "the stamps of " + describe(device) + " cannot all be read: " + found +
-                      "\nSee: vemra-stamp check",
-                  {{"cause", found}});
-}
-
-int session::append(const device_id& device, const std::string& name, const std::string& data) {
-    return traced([&](tokens& all) { return all.append(device, password_.c_str(), name, data); });
-}
-
-int session::update(const std::string& uuid, const std::string& name, const std::string& data) {
-    return traced([&](tokens& all) { return all.update(uuid, password_.c_str(), name, data); });
-}
-
-int session::remove(const std::string& uuid) {
-    return traced([&](tokens& all) { return all.remove(uuid, password_.c_str()); });
-}
-
-password_answer session::verify_password(const device_id& device) {
-    return traced([&](tokens& all) { return all.verify_password(device, password_.c_str()); });
-}
-
-std::string session::read_slot(const device_id& device, int slot) {
-    return traced([&](tokens& all) { return all.read_slot(device, slot); });
-}
-
-void session::write_slot(const device_id& device, int slot, const std::string& bytes) {
-    traced([&](tokens& all) { all.write_slot(device, slot, bytes); });
-}
-
-stamp_mapping session::parse_mapping(const std::string& record) {
-    return traced([&](tokens& all) { return all.parse_mapping(record); });
-}
-
-std::string session::encode_mapping(const stamp_mapping& mapping) {
-    return traced([&](tokens& all) { return all.encode_mapping(mapping); });
-}
-
-bool session::is_sealed(const std::string& bytes) {
-    return traced([&](tokens& all) { return all.is_sealed(bytes); });
-}
-
-std::string session::library_version() {
-    return traced([](tokens& all) { return all.library_version(); });
+void session::verify_password(const device_id& device) {
+    for (;;) {
+        served_.give_password(device, password_);
+        password_answer answer;
+        call([&](tokens& all) { answer = all.verify_password(device, password_.c_str()); });
+        if (answer.result == 1) return;
+        const failure refusal = _refusal(answer);
+        if (refusal.code() != exit_code::wrong_password) throw refusal;
+        if (!served_.try_again(answer.retries)) throw refusal;
+    }
 }
 
 }  // namespace vemra::tool

@@ -17,6 +17,7 @@
 
 namespace vemra::tool {
 
+/** One for the process, which outlives everything that calls the library. */
 class trace {
 public:
     /** Call before any thread starts. */

@@ -19,6 +19,7 @@ struct picture {
     /** A PNG file that libpng cannot read to its end. */
     bool is_damaged = false;
 
+    /** Of any format, readable or not. */
     bool is_image() const { return media_type.rfind("image/", 0) == 0; }
     /** ".png" and the like; ".bin" for what has no usual one. */
     std::string file_suffix() const;

@@ -20,9 +20,9 @@ constexpr const char* erase_line = "\r\x1b[K";
 
 }  // namespace
 
-progress::progress(const output& out, std::string label, std::size_t finished, std::size_t steps)
+progress::progress(std::string label, std::size_t finished, std::size_t steps)
     : label_(std::move(label)), finished_(std::min(finished, steps)), steps_(steps) {
-    if (out.is_quiet() || isatty(STDERR_FILENO) == 0) return;
+    if (isatty(STDERR_FILENO) == 0) return;
     thread_ = std::thread([this] { run(); });
 }
 

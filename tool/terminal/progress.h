@@ -7,15 +7,13 @@
 #include <string>
 #include <thread>
 
-#include "commands/output.h"
-
 namespace vemra::tool {
 
 /** Shows itself until it is destroyed, and leaves no trace. Print nothing meanwhile. */
 class progress {
 public:
     /** The bar tells how many of the steps are finished; without steps only the time is shown. */
-    progress(const output& out, std::string label, std::size_t finished = 0, std::size_t steps = 0);
+    explicit progress(std::string label, std::size_t finished = 0, std::size_t steps = 0);
     ~progress();
     progress(const progress&) = delete;
     progress& operator=(const progress&) = delete;

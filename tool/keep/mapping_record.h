@@ -9,6 +9,7 @@
 
 namespace vemra::tool {
 
+/** The list of stamps in the mapping slot. */
 struct mapping_record {
     std::string bytes;
     stamp_mapping entries;
@@ -21,10 +22,16 @@ struct mapping_record {
     int lowest_free_slot() const;
 };
 
+/** Throws failure (failed) when the slot cannot be read. */
 mapping_record read_mapping(session& tokens, const device_id& device);
 
+/** The slot of one of the listed stamps; 0 when the record and the list do not agree. */
+int slot_of(session& tokens, const std::vector<stamp>& listed, const stamp& wanted);
+
+/** How many stamps a device holds at most. */
 constexpr int stamp_slots = last_stamp_slot - first_stamp_slot + 1;
 
+/** Whether stamps lie in this slot, not the list or something else. */
 inline bool is_stamp_slot(unsigned int slot) {
     return slot >= static_cast<unsigned int>(first_stamp_slot) &&
            slot <= static_cast<unsigned int>(last_stamp_slot);

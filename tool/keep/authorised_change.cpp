@@ -1,0 +1,300 @@
+#include "keep/authorised_change.h"
+
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <utility>
+
+#include "basics/failure.h"
+#include "basics/text.h"
+#include "keep/describe.h"
+
+namespace vemra::tool {
+
+namespace {
+
+// Writing and reading back.
+constexpr std::size_t steps_of_a_change = 2;
+constexpr int status_failed = 0;
+constexpr int status_done = 1;
+constexpr int status_device_full = -7;
+
+using by_uuid = std::map<std::string, const stamp*>;
+
+by_uuid _by_uuid(const std::vector<stamp>& stamps) {
+    by_uuid found;
+    for (const stamp& one : stamps) {
+        found[one.uuid] = &one;
+    }
+    return found;
+}
+
+std::vector<std::string> _differences(const std::vector<stamp>& expected,
+                                      const std::vector<stamp>& actual) {
+    const by_uuid wanted = _by_uuid(expected);
+    const by_uuid present = _by_uuid(actual);
+    std::vector<std::string> texts;
+    for (const auto& [uuid, one] : wanted) {
+        const auto found = present.find(uuid);
+        if (found == present.end()) {
+            texts.push_back(quoted(one->name) + " is missing");
+            continue;
+        }
+        if (found->second->name != one->name) {
+            texts.push_back(quoted(one->name) + " is named " + quoted(found->second->name));
+        }
+        if (found->second->data != one->data) {
+            texts.push_back("the bytes of " + quoted(one->name) + " differ");
+        }
+    }
+    for (const auto& [uuid, one] : present) {
+        if (wanted.count(uuid) == 0) texts.push_back(quoted(one->name) + " is there unexpectedly");
+    }
+    return texts;
+}
+
+// Stamps without bytes were not readable before either.
+std::vector<std::string> _lost(const std::vector<stamp>& before, const std::vector<stamp>& after) {
+    std::vector<std::string> texts;
+    for (const stamp& one : before) {
+        const bool is_there = std::any_of(after.begin(), after.end(), [&](const stamp& other) {
+            return other.uuid == one.uuid && other.name == one.name && other.data == one.data;
+        });
+        if (!one.data.empty() && !is_there) {
+            texts.push_back(describe(one) + " is not readable any more");
+        }
+    }
+    return texts;
+}
+
+std::string _joined(const std::vector<std::string>& texts) {
+    std::string joined;
+    for (const std::string& text : texts) {
+        joined += (joined.empty() ? "" : "; ") + text;
+    }
+    return joined;
+}
+
+// A signal may have come while this or an earlier device was being changed.
+void _heed_signals() {
+    if (!interruption::is_pending()) return;
+    throw failure(exit_code::interrupted, "interrupted; earlier changes are complete");
+}
+
+// The stamps of an enumeration before an append, with what the append added.
+std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<stamp>& actual,
+                                  const stamp& wanted) {
+    const by_uuid known = _by_uuid(before);
+    const auto added = std::find_if(actual.begin(), actual.end(),
+                                    [&](const stamp& one) { return known.count(one.uuid) == 0; });
+    before.push_back(wanted);
+    if (added != actual.end()) before.back().uuid = added->uuid;
+    return before;
+}
+
+archive _archive_of(const device_id& device) {
+    return {device.serial, device.type, {}};
+}
+
+void _require_verified(int status, const std::string& cause,
+                       const std::vector<std::string>& differences, const recovery* kept) {
+    if (status == status_done && differences.empty()) return;
+    failure_facts facts;
+    facts.differences = differences;
+    if (!differences.empty() && kept != nullptr) facts.recovery = kept->path();
+    if (status == status_done) {
+        throw failure(
+            exit_code::check_failed,
+            "the device took the change, but does not hold what it should: " + _joined(differences),
+            facts);
+    }
+    facts.cause = cause;
+    throw failure(status == status_device_full ? exit_code::device_full : exit_code::failed,
+                  differences.empty() ? "the device refused the change: " + cause +
+                                            "; its stamps are as they were before"
+                                      : "the device failed in the middle of the change: " + cause +
+                                            "; against before: " + _joined(differences),
+                  facts);
+}
+
+}  // namespace
+
+authorised_change authorise(locked_device device, std::size_t changes) {
+    _heed_signals();
+    session& tokens = device.tokens();
+    tokens.verify_password(device.id());
+    tokens.served().detail("the password of " + describe(device.id()) + " is right");
+    return {std::move(device), changes};
+}
+
+authorised_change::authorised_change(locked_device device, std::size_t changes)
+    : device_(std::move(device)), steps_(changes * steps_of_a_change) {}
+
+stamp authorised_change::append(const std::string& name, const shared_bytes& data) {
+    begin();
+    const std::vector<stamp> before = device_.stamps();
+    if (before.size() < static_cast<std::size_t>(stamp_slots)) keep_unlisted_bytes();
+    stamp appended{"", name, data, device_.id()};
+    carry_out(
+        "writing " + quoted(name), nullptr,
+        [&](tokens& all, const char* password) {
+            return all.append(device_.id(), password, name, data.get());
+        },
+        [&](bool is_done) {
+            if (!is_done) return compare_with(before);
+            device_.read_again();
+            const std::vector<stamp> expected = _with_appended(before, device_.stamps(), appended);
+            appended.uuid = expected.back().uuid;
+            return _differences(expected, device_.stamps());
+        });
+    return appended;
+}
+
+void authorised_change::update(const pictured_stamp& old, const std::string& name,
+                               const shared_bytes& data) {
+    begin();
+    const std::vector<stamp> before = device_.stamps();
+    const std::string& uuid = old.one.uuid;
+    std::vector<stamp> expected = before;
+    for (stamp& one : expected) {
+        if (one.uuid == uuid) one = {uuid, name, data, device_.id()};
+    }
+    recovery kept = keep(old);
+    carry_out(
+        "replacing " + quoted(old.one.name), &kept,
+        [&](tokens& all, const char* password) {
+            return all.update(uuid, password, name, data.get());
+        },
+        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+}
+
+void authorised_change::remove(const stamp& old) {
+    begin();
+    const std::vector<stamp> before = device_.stamps();
+    std::vector<stamp> expected;
+    std::copy_if(before.begin(), before.end(), std::back_inserter(expected),
+                 [&](const stamp& one) { return one.uuid != old.uuid; });
+    recovery kept = keep(look_at(old));
+    carry_out(
+        "removing " + quoted(old.name), &kept,
+        [&](tokens& all, const char* password) { return all.remove(old.uuid, password); },
+        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+}
+
+void authorised_change::write_list(const mapping_record& old, const mapping_record& wanted) {
+    begin();
+    session& tokens_of_device = device_.tokens();
+    const std::vector<stamp> before = tokens_of_device.stamps(device_.id()).stamps;
+    recovery kept = keep_all(before, old);
+    carry_out(
+        "repairing " + describe(device_.id()), &kept,
+        [&](tokens& all, const char*) {
+            all.write_slot(device_.id(), mapping_slot, wanted.bytes);
+            return status_done;
+        },
+        [&](bool is_done) {
+            const mapping_record now = read_mapping(tokens_of_device, device_.id());
+            device_.know(tokens_of_device.stamps(device_.id()).stamps);
+            std::vector<std::string> texts = _lost(before, device_.stamps());
+            if (is_done && now.entries != wanted.entries) {
+                texts.insert(texts.begin(), "the list is not the planned one");
+            } else if (!is_done && now.bytes != old.bytes) {
+                texts.insert(texts.begin(), "the list is not the old one");
+            }
+            return texts;
+        });
+}
+
+void authorised_change::begin() {
+    _heed_signals();
+    if (!hold_) hold_.emplace();
+}
+
+// An append overwrites what lies unlisted in the slot that it takes.
+void authorised_change::keep_unlisted_bytes() {
+    session& tokens = device_.tokens();
+    const int slot = read_mapping(tokens, device_.id()).lowest_free_slot();
+    if (slot == 0) return;
+    const shared_bytes bytes(
+        tokens.ask([&](token_reader& all) { return all.read_slot(device_.id(), slot); }));
+    if (bytes.empty()) return;
+    archive unlisted = _archive_of(device_.id());
+    const std::string name = "unlisted-" + std::to_string(slot);
+    unlisted.stamps.push_back(to_archive(look_at({"", name, bytes, device_.id()}), slot));
+    const recovery kept(unlisted);
+    tokens.served().warn("slot " + std::to_string(slot) +
+                         " holds bytes that no stamp is listed for; they are kept in " +
+                         kept.path());
+}
+
+recovery authorised_change::keep(const pictured_stamp& old) const {
+    archive overwritten = _archive_of(device_.id());
+    overwritten.stamps.push_back(to_archive(old));
+    recovery kept(overwritten);
+    device_.tokens().served().detail("the old " + quoted(old.one.name) + " is kept in " +
+                                     kept.path() + " until the change is verified");
+    return kept;
+}
+
+recovery authorised_change::keep_all(const std::vector<stamp>& stamps,
+                                     const mapping_record& list) const {
+    archive overwritten = _archive_of(device_.id());
+    for (const stamp& one : stamps) {
+        if (!one.data.empty()) overwritten.stamps.push_back(to_archive(look_at(one)));
+    }
+    recovery kept(overwritten);
+    kept.add("mapping-record", list.bytes);
+    return kept;
+}
+
+void authorised_change::carry_out(const std::string& label, recovery* kept,
+                                  const write_call& change, const comparison& differences) {
+    const int status = write(label, change);
+    const std::vector<std::string> found = read_back(status, kept, differences);
+    device_.tokens().served().detail(std::to_string(device_.stamps().size()) +
+                                     " stamps read back and compared");
+    if (kept != nullptr && found.empty()) kept->discard();
+    _require_verified(status, cause_, found, kept);
+}
+
+int authorised_change::write(const std::string& label, const write_call& change) {
+    session& tokens = device_.tokens();
+    const auto shown = tokens.served().show({label, finished_++, steps_});
+    try {
+        const int status = tokens.make(change);
+        cause_ = tokens.cause();
+        return status;
+    } catch (const failure& error) {
+        cause_ = printable(error.facts().cause);
+        return status_failed;
+    }
+}
+
+std::vector<std::string> authorised_change::read_back(int status, const recovery* kept,
+                                                      const comparison& differences) {
+    try {
+        const auto shown = device_.tokens().served().show({"reading back", finished_++, steps_});
+        return differences(status == status_done);
+    } catch (const failure& error) {
+        failure_facts facts = error.facts();
+        if (kept != nullptr) facts.recovery = kept->path();
+        if (status == status_done) {
+            throw failure(
+                exit_code::check_failed,
+                std::string("what the device holds now cannot be verified: ") + error.what(),
+                facts);
+        }
+        facts.cause = cause_;
+        throw failure(exit_code::failed,
+                      "the device refused the change: " + cause_ +
+                          "\nWhat it holds now cannot be read: " + error.what(),
+                      facts);
+    }
+}
+
+std::vector<std::string> authorised_change::compare_with(const std::vector<stamp>& expected) {
+    device_.read_again();
+    return _differences(expected, device_.stamps());
+}
+
+}  // namespace vemra::tool

@@ -1,0 +1,71 @@
+/**
+ * Changes to the stamps of one device after its password was verified: the one way to write.
+ *
+ * Signals are held from the first change on; one that came in is heeded before the next change.
+ * Every change goes the same way: what it overwrites is kept in a recovery directory, the change
+ * is written, the device is read again and its stamps are compared with what they should be. Only
+ * then is the recovery directory removed.
+ */
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "basics/interruption.h"
+#include "keep/locked_device.h"
+#include "keep/mapping_record.h"
+#include "keep/pictured_stamp.h"
+#include "keep/recovery.h"
+
+namespace vemra::tool {
+
+class authorised_change {
+public:
+    /* Failures: (device_full), (failed) when the device refused, (check_failed) when what it holds
+     * afterwards is not what it should be, (interrupted) before anything is changed. */
+
+    /** Returns the new stamp as the device lists it. */
+    stamp append(const std::string& name, const shared_bytes& data);
+    void update(const pictured_stamp& old, const std::string& name, const shared_bytes& data);
+    void remove(const stamp& old);
+    /** Writes the list of stamps anew. Those that could be read before must be so still. */
+    void write_list(const mapping_record& old, const mapping_record& wanted);
+
+    const locked_device& device() const { return device_; }
+
+private:
+    friend authorised_change authorise(locked_device device, std::size_t changes);
+
+    using write_call = std::function<int(tokens& all, const char* password)>;
+    /** Reads the device and tells how it differs from what it should hold. */
+    using comparison = std::function<std::vector<std::string>(bool is_done)>;
+
+    authorised_change(locked_device device, std::size_t changes);
+
+    void begin();
+    void keep_unlisted_bytes();
+    recovery keep(const pictured_stamp& old) const;
+    recovery keep_all(const std::vector<stamp>& stamps, const mapping_record& list) const;
+    void carry_out(const std::string& label, recovery* kept, const write_call& change,
+                   const comparison& differences);
+    int write(const std::string& label, const write_call& change);
+    std::vector<std::string> read_back(int status, const recovery* kept,
+                                       const comparison& differences);
+    std::vector<std::string> compare_with(const std::vector<stamp>& expected);
+
+    locked_device device_;
+    std::size_t finished_ = 0;
+    std::size_t steps_;
+    std::string cause_;
+    std::optional<interruption::hold> hold_;
+};
+
+/**
+ * Has the password verified; throws as session::verify_password does, or (interrupted), and nothing
+ * was changed then. `changes` is how many there will be, for showing how far they are.
+ */
+[[nodiscard]] authorised_change authorise(locked_device device, std::size_t changes = 1);
+
+}  // namespace vemra::tool

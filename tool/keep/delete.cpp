@@ -1,0 +1,62 @@
+#include "keep/delete.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "basics/text.h"
+#include "keep/after_changes.h"
+#include "keep/authorised_change.h"
+#include "keep/listing.h"
+#include "keep/selector.h"
+
+namespace vemra::tool {
+
+namespace {
+
+void _require_unchanged(locked_device& device, const stamp& selected) {
+    for (const stamp& one : device.stamps()) {
+        if (one.uuid == selected.uuid && one.name == selected.name && one.data == selected.data) {
+            return;
+        }
+    }
+    throw failure(exit_code::no_stamp, quoted(selected.name) + " is not there any more");
+}
+
+}  // namespace
+
+selection select_stamps(session& tokens, const std::vector<std::string>& selectors) {
+    const std::vector<stamp> stamps = stamps_for_selection(tokens);
+    selection selected;
+    for (const std::string& selector : selectors) {
+        const stamp& one = select_stamp(stamps, selector);
+        std::vector<stamp>& chosen = selected[one.device];
+        const bool is_known = std::any_of(chosen.begin(), chosen.end(), [&](const stamp& other) {
+            return other.uuid == one.uuid;
+        });
+        if (!is_known) chosen.push_back(one);
+    }
+    return selected;
+}
+
+void delete_stamps(session& tokens, const selection& chosen,
+                   const std::function<void(const stamp&)>& tell_deleted) {
+    std::size_t deleted = 0;
+    try {
+        for (const auto& [id, stamps] : chosen) {
+            locked_device device(tokens, id);
+            for (const stamp& one : stamps) {
+                _require_unchanged(device, one);
+            }
+            authorised_change change = authorise(std::move(device), stamps.size());
+            for (const stamp& one : stamps) {
+                change.remove(one);
+                ++deleted;
+                tell_deleted(one);
+            }
+        }
+    } catch (const failure& error) {
+        throw after_changes(error, deleted);
+    }
+}
+
+}  // namespace vemra::tool

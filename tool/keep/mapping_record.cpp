@@ -1,0 +1,43 @@
+#include "keep/mapping_record.h"
+
+#include <algorithm>
+
+namespace vemra::tool {
+
+std::vector<int> mapping_record::listed_slots() const {
+    std::vector<int> slots;
+    for (const auto& entry : entries) {
+        if (is_stamp_slot(entry.first)) slots.push_back(static_cast<int>(entry.first));
+    }
+    return slots;
+}
+
+int mapping_record::lowest_free_slot() const {
+    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
+        if (entries.count(static_cast<unsigned int>(slot)) == 0) return slot;
+    }
+    return 0;
+}
+
+mapping_record read_mapping(session& tokens, const device_id& device) {
+    mapping_record record;
+    record.bytes =
+        tokens.ask([&](token_reader& all) { return all.read_slot(device, mapping_slot); });
+    record.entries = tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); });
+    record.faults = tokens.errors();
+    return record;
+}
+
+int slot_of(session& tokens, const std::vector<stamp>& listed, const stamp& wanted) {
+    std::size_t place = 0;
+    std::size_t on_device = 0;
+    for (const stamp& one : listed) {
+        if (!(one.device == wanted.device)) continue;
+        if (one.uuid == wanted.uuid) place = on_device;
+        ++on_device;
+    }
+    const std::vector<int> slots = read_mapping(tokens, wanted.device).listed_slots();
+    return slots.size() == on_device ? slots[place] : 0;
+}
+
+}  // namespace vemra::tool

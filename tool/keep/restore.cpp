@@ -1,0 +1,77 @@
+#include "keep/restore.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include "basics/text.h"
+#include "keep/after_changes.h"
+#include "keep/authorised_change.h"
+#include "keep/describe.h"
+
+namespace vemra::tool {
+
+namespace {
+
+using action = restore_item::action;
+
+bool _is_change(const restore_item& item) {
+    return item.what == action::append || item.what == action::replace;
+}
+
+void _warn_of_doubts(session& tokens, const restore_item& item) {
+    for (const std::string& doubt : item.doubts) {
+        tokens.served().warn(quoted(item.wanted.name) +
+                             " is restored as the backup holds it: " + doubt);
+    }
+}
+
+void _carry_out(authorised_change& change, restore_item& item) {
+    const archived_stamp& wanted = item.wanted;
+    if (item.what == action::append) {
+        item.there = change.append(wanted.name, wanted.data);
+    } else {
+        change.update(look_at(item.there), wanted.name, wanted.data);
+    }
+}
+
+}  // namespace
+
+device_id restore_target(session& tokens, const archive& kept, const device_choice& choice) {
+    if (!choice.is_open()) return tokens.find_device(choice);
+    const device_id origin{kept.serial, kept.type};
+    const std::vector<device_id> attached = tokens.devices();
+    if (std::find(attached.begin(), attached.end(), origin) != attached.end()) return origin;
+    throw failure(exit_code::no_device, describe(origin) +
+                                            ", which the backup was made of, is not attached; "
+                                            "--device names another one");
+}
+
+void restore_backup(session& tokens, const device_id& device, const archive& kept, bool replace,
+                    const std::function<void(const restore_item&)>& tell) {
+    locked_device locked(tokens, device);
+    const storing_judge judge = [&](const offer& offered, const std::vector<stamp>& others) {
+        return objections_to(tokens, offered, others);
+    };
+    std::vector<restore_item> items = plan_restore(kept, locked.stamps(), replace, judge);
+    for (const restore_item& item : items) {
+        if (!_is_change(item)) tell(item);
+    }
+    const auto changes = std::count_if(items.begin(), items.end(), _is_change);
+    if (changes == 0) return;
+    authorised_change change = authorise(std::move(locked), static_cast<std::size_t>(changes));
+    std::size_t done = 0;
+    try {
+        for (restore_item& item : items) {
+            if (!_is_change(item)) continue;
+            _warn_of_doubts(tokens, item);
+            _carry_out(change, item);
+            ++done;
+            tell(item);
+        }
+    } catch (const failure& error) {
+        throw after_changes(error, done);
+    }
+}
+
+}  // namespace vemra::tool

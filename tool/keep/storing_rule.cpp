@@ -1,0 +1,92 @@
+#include "keep/storing_rule.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "basics/text.h"
+#include "files/file.h"
+
+namespace vemra::tool {
+
+namespace {
+
+using kind = objection::kind;
+
+// Why a name does not survive the mapping or misleads readers; empty for a good one.
+std::string _fault_of_name(const std::string& name) {
+    if (name.empty()) return "is empty";
+    if (!is_utf8(name)) return "is not UTF-8";
+    if (has_control_characters(name)) return "has control characters in it";
+    if (name.find('&') != std::string::npos || name.find("||") != std::string::npos) {
+        return "has \"&\" or \"||\" in it, which a device cannot keep in a name";
+    }
+    return "";
+}
+
+std::string _fault_of_bytes(session& tokens, const shared_bytes& data) {
+    if (data.empty()) return "the stamp has no bytes";
+    if (data.size() > most_stamp_bytes) {
+        return "the stamp has more than " + std::to_string(most_stamp_bytes) + " bytes";
+    }
+    if (tokens.ask([&](token_reader& all) { return all.is_sealed(data.get()); })) {
+        return "these bytes mark a sealed slot and would not be listed as a stamp";
+    }
+    return "";
+}
+
+bool _is_waived(kind what, const allowance& waived) {
+    return (what == kind::no_picture && waived.any_data) ||
+           (what == kind::used_name && waived.used_name);
+}
+
+}  // namespace
+
+offer make_offer(std::optional<std::string> name, std::optional<shared_bytes> data) {
+    offer made{std::move(name), std::move(data), {}};
+    if (made.data) made.seen = look_at(made.data->get());
+    return made;
+}
+
+std::vector<objection> objections_to(session& tokens, const offer& offered,
+                                     const std::vector<stamp>& others) {
+    std::vector<objection> found;
+    if (offered.name) {
+        const std::string fault = _fault_of_name(*offered.name);
+        if (!fault.empty()) {
+            found.push_back({kind::forbidden, "the name " + quoted(*offered.name) + " " + fault});
+        }
+    }
+    if (offered.data) {
+        const std::string fault = _fault_of_bytes(tokens, *offered.data);
+        if (!fault.empty()) found.push_back({kind::forbidden, fault});
+        if (offered.seen.is_damaged) {
+            found.push_back({kind::no_picture, "the PNG picture is damaged"});
+        } else if (!offered.seen.is_image()) {
+            found.push_back(
+                {kind::no_picture, "this is no picture but " + offered.seen.media_type});
+        }
+    }
+    const bool is_used =
+        offered.name && std::any_of(others.begin(), others.end(),
+                                    [&](const stamp& one) { return one.name == *offered.name; });
+    if (is_used) {
+        found.push_back({kind::used_name, "a stamp on this device has the name " +
+                                              quoted(*offered.name) + " already"});
+    }
+    return found;
+}
+
+void require_storable(session& tokens, const offer& offered, const std::vector<stamp>& others,
+                      const allowance& waived) {
+    for (const objection& one : objections_to(tokens, offered, others)) {
+        if (!_is_waived(one.what, waived)) throw refused_offer(one);
+    }
+}
+
+void warn_of_doubts(person& served, const offer& offered) {
+    if (offered.seen.transparent == picture::transparency::no) {
+        served.warn("the picture has no transparency: it will cover what it is set upon");
+    }
+}
+
+}  // namespace vemra::tool
