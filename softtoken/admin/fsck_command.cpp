@@ -7,7 +7,9 @@
 #include "admin/token_check.h"
 #include "admin/token_folder.h"
 #include "store/failure.h"
+#include "store/new_token.h"
 #include "store/plug.h"
+#include "store/token_draft.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken::admin {
@@ -22,9 +24,31 @@ bool _is_sound(const std::string& directory, const std::string& name) {
     return found.empty();
 }
 
-// Directories in which nothing of a token lies are somebody's own.
-bool _looks_like_token(const std::string& directory) {
-    return identify(database_path(directory)) || find_plug(plug_path(directory));
+// Directories in which nothing of a token lies are somebody's own. One that cannot be looked into
+// may hold a token.
+bool _may_be_token(const std::string& directory) {
+    try {
+        return identify(database_path(directory)) || find_plug(plug_path(directory));
+    } catch (const failure&) {
+        return true;
+    }
+}
+
+// Whatever was left holds keys and pictures of a token, under a name that nobody looks at.
+bool _nothing_was_left(const std::string& root, bool clear) {
+    hidden_tokens hidden = find_hidden_tokens(root);
+    for (const std::string& path : hidden.damaged) {
+        std::printf(
+            "%s: a damaged token that \"restore\" kept, with its keys: remove it when nothing "
+            "is to be saved from it\n",
+            path.c_str());
+    }
+    for (const std::string& path : hidden.left) {
+        if (clear) std::filesystem::remove_all(path);
+        std::printf("%s: left by a program that was killed, with a token's keys: %s\n",
+                    path.c_str(), clear ? "cleared" : "run \"fsck --clear\"");
+    }
+    return clear || hidden.left.empty();
 }
 
 // Two of one identity cannot be told apart; only the first would be seen.
@@ -43,21 +67,28 @@ bool _is_single(const std::string& directory, const std::string& name,
     return false;
 }
 
-bool _all_are_sound() {
+bool _all_are_sound(bool clear) {
     std::string root = root_directory();
     std::map<std::string, std::string> known;
     bool all = true;
     for (const std::string& name : token_names(root)) {
         std::string directory = root + "/" + name;
-        if (!_looks_like_token(directory)) continue;
+        if (!_may_be_token(directory)) continue;
         all &= _is_sound(directory, name);
         all &= _is_single(directory, name, known);
     }
-    return all;
+    return _nothing_was_left(root, clear) && all;
 }
 
-void _fsck(const std::string& name) {
-    bool sound = name.empty() ? _all_are_sound() : _is_sound(directory_of(name), name);
+// A token that cannot be looked at is told by its check, not taken for missing.
+std::string _directory_of(const std::string& name) {
+    require_token_name(name);
+    std::string directory = root_directory() + "/" + name;
+    return _may_be_token(directory) ? directory : directory_of(name);
+}
+
+void _fsck(const std::string& name, bool clear) {
+    bool sound = name.empty() ? _all_are_sound(clear) : _is_sound(_directory_of(name), name);
     if (!sound) throw command_failure(exit_failed, "not all is sound: see the lines above");
 }
 
@@ -65,9 +96,11 @@ void _fsck(const std::string& name) {
 
 void add_fsck_command(CLI::App& program) {
     auto name = std::make_shared<std::string>();
+    auto clear = std::make_shared<bool>(false);
     CLI::App* command = program.add_subcommand("fsck", "Check one token, or all of them");
     command->add_option("TOKEN", *name, "The token's name; all tokens when left out");
-    command->callback([name] { _fsck(*name); });
+    command->add_flag("--clear", *clear, "Remove hidden copies that killed programs left");
+    command->callback([name, clear] { _fsck(*name, *clear); });
 }
 
 }  // namespace vemra::softtoken::admin

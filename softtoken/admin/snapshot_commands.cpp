@@ -12,7 +12,9 @@
 #include "store/failure.h"
 #include "store/new_token.h"
 #include "store/plug.h"
+#include "store/token_draft.h"
 #include "store/token_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken::admin {
 
@@ -58,30 +60,8 @@ void _snapshot(const snapshot_options& options) {
     }
 }
 
-// A token that is being put together under a hidden name; whatever is left of it goes at the end.
-class draft {
-public:
-    draft(const std::string& root, const std::string& name)
-        : path_(root + "/." + name + "." + random_hex(8)) {
-        make_root(root);
-        fs::create_directory(path_);
-        fs::permissions(path_, fs::perms::owner_all);
-    }
-    ~draft() {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    draft(const draft&) = delete;
-    draft& operator=(const draft&) = delete;
-
-    const std::string& path() const { return path_; }
-
-private:
-    std::string path_;
-};
-
 // A database of its own in the draft, found sound, with the snapshot's bytes.
-std::string _take_in(const snapshot_options& options, const draft& made) {
+std::string _take_in(const snapshot_options& options, const token_draft& made) {
     std::string path = database_path(made.path());
     _make_new_file(path);
     fs::copy_file(options.file, path, fs::copy_options::overwrite_existing);
@@ -96,12 +76,24 @@ std::string _take_in(const snapshot_options& options, const draft& made) {
     return database.info().uid;
 }
 
-// The identity of the token in a directory; empty when it cannot be read.
+// The identity of the token in a directory; empty when the token is damaged or not there.
 std::string _identity_in(const std::string& directory) {
     try {
+        if (!identify(database_path(directory))) return {};
         return token_database(database_path(directory)).info().uid;
-    } catch (const failure&) {
+    } catch (const unknown_format&) {
+        throw;
+    } catch (const failure& error) {
+        if (error.code() != error_code::damaged) throw;
         return {};
+    }
+}
+
+bool _is_identity_in(const std::string& directory, const std::string& uid) {
+    try {
+        return _identity_in(directory) == uid;
+    } catch (const failure&) {
+        return false;  // Whoever cannot read it does not meet it beside the other.
     }
 }
 
@@ -122,22 +114,15 @@ void _require_own_place(const std::string& place, const std::string& uid) {
 void _require_no_twin(const std::string& name, const std::string& uid) {
     std::string root = root_directory();
     for (const std::string& other : token_names(root)) {
-        if (other == name || _identity_in(root + "/" + other) != uid) continue;
+        if (other == name || !_is_identity_in(root + "/" + other, uid)) continue;
         throw command_failure(exit_failed, "the snapshot is of the token \"" + other +
                                                "\": restore it under that name, or remove that "
                                                "one first");
     }
 }
 
-// A damaged token is kept, since something may still be saved from it.
-void _set_aside(const std::string& damaged, const std::string& name) {
-    std::string kept = root_directory() + "/." + name + ".damaged." + random_hex(8);
-    fs::rename(damaged, kept);
-    std::printf("%s: the damaged token was kept in %s\n", name.c_str(), kept.c_str());
-}
-
 // Puts the draft in the token's place at once; what was there is in the draft's place afterwards.
-void _put_in_place(const draft& made, const std::string& place) {
+void _put_in_place(const token_draft& made, const std::string& place) {
     sync_directory(made.path());
     unsigned int flags = fs::exists(place) ? RENAME_EXCHANGE : RENAME_NOREPLACE;
     if (renameat2(AT_FDCWD, made.path().c_str(), AT_FDCWD, place.c_str(), flags) != 0) {
@@ -154,20 +139,32 @@ void _require_snapshot(const std::string& path) {
                           path + " is a token in use and no snapshot: make one with \"snapshot\"");
 }
 
+// A damaged token is kept, since something may still be saved from it: the draft has the name that
+// it is kept under, so that it has that name from the moment of the exchange on.
 void _restore(const snapshot_options& options) {
     require_token_name(options.name);
     _require_snapshot(options.file);
-    std::string place = root_directory() + "/" + options.name;
-    draft made(root_directory(), options.name);
+    std::string root = root_directory();
+    std::string place = root + "/" + options.name;
+    make_root(root);
+    bool present = fs::exists(place);
+    if (present) require_own_token(place);
+    bool damaged = present && _identity_in(place).empty();
+    token_draft made(root,
+                     damaged ? hidden_name_of_damaged(options.name) : hidden_name(options.name));
     std::string uid = _take_in(options, made);
     _require_own_place(place, uid);
     _require_no_twin(options.name, uid);
     _sync_file(database_path(made.path()));
-    bool present = fs::exists(place);
-    bool damaged = present && _identity_in(place).empty();
+    std::optional<directory_lock> replaced;
+    if (present && !fs::is_symlink(place)) replaced.emplace(place);
     if (!present || find_plug(plug_path(place))) plug_in(made.path());
+    if (present) give_to_owner_of(database_path(place), made.descriptor());
     _put_in_place(made, place);
-    if (damaged) _set_aside(made.path(), options.name);
+    if (!damaged) return;
+    made.keep();
+    std::printf("%s: the damaged token was kept in %s\n", options.name.c_str(),
+                made.path().c_str());
 }
 
 void _add(CLI::App& program, const char* name, const char* description,

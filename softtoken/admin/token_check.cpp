@@ -11,6 +11,7 @@
 #include "store/password_hash.h"
 #include "store/slot_table.h"
 #include "store/token_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken::admin {
 
@@ -81,16 +82,46 @@ void _check_keys(token_database& database, const std::string& name, findings& fo
     }
 }
 
-void _check_modes(const std::string& directory, findings& found) {
+void _check_files(const std::string& directory, findings& found) {
     std::vector<std::string> paths{directory};
-    for (const auto& entry : std::filesystem::directory_iterator(directory))
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error))
         paths.push_back(entry.path());
+    struct stat owner {};
+    if (error || stat(directory.c_str(), &owner) != 0) return;
     for (const std::string& path : paths) {
         struct stat status {};
-        if (stat(path.c_str(), &status) == 0 && (status.st_mode & 077) != 0) {
+        if (stat(path.c_str(), &status) != 0) continue;
+        if ((status.st_mode & 077) != 0) {
             found.push_back({"others may use " + path, "run \"chmod go= " + path + "\""});
         }
+        if (status.st_uid != owner.st_uid) {
+            std::string user = user_name(owner.st_uid);
+            found.push_back({path + " belongs to user " + user_name(status.st_uid) +
+                                 ", the token's directory to " + user,
+                             "as root, run \"chown " + user + ": " + path + "\""});
+        }
     }
+}
+
+// Only damage is a reason to bring a token back: one that is in use, or lies where nothing can be
+// written or read at this moment, may be sound.
+std::string _advice_for(const failure& error, const std::string& name) {
+    switch (error.code()) {
+        case error_code::busy:
+            return "the token is in use: check it again when the other program is done";
+        case error_code::damaged:
+            return _bring_back(name);
+        default:
+            return "that is no damage of the token: mend it, and check again";
+    }
+}
+
+finding _finding_of(const failure& error, const std::string& name) {
+    if (dynamic_cast<const unknown_format*>(&error) != nullptr) {
+        return {error.what(), "check it with the software that made it"};
+    }
+    return {error.what(), _advice_for(error, name)};
 }
 
 }  // namespace
@@ -108,25 +139,31 @@ findings check_database(token_database& database, const std::string& name) {
         _check_keys(database, name, found);
         database.info();
     } catch (const failure& error) {
-        found.push_back({error.what(), _bring_back(name)});
+        found.push_back(_finding_of(error, name));
     }
     return found;
 }
 
 findings check_token(const std::string& directory, const std::string& name) {
     findings found;
+    std::string path = database_path(directory);
     try {
-        token_database database(database_path(directory));
-        found = check_database(database, name);
+        require_own_token(directory);
+        if (identify(path)) {
+            token_database database(path);
+            found = check_database(database, name);
+        } else {
+            found.push_back({path + ": No such file or directory", _bring_back(name)});
+        }
     } catch (const failure& error) {
-        found.push_back({error.what(), _bring_back(name)});
+        found.push_back(_finding_of(error, name));
     }
     try {
         read_faults(directory);
     } catch (const failure& error) {
         found.push_back({error.what(), "run \"fault clear " + name + "\""});
     }
-    _check_modes(directory, found);
+    _check_files(directory, found);
     return found;
 }
 

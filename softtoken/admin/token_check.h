@@ -18,7 +18,7 @@ using findings = std::vector<finding>;
 /* Everything in the database; name is the token's, for the advice. */
 findings check_database(token_database& database, const std::string& name);
 
-/* The database, the faults and the modes of the files in a token's directory. */
+/* The database, the faults, and the owners and modes of the files in a token's directory. */
 findings check_token(const std::string& directory, const std::string& name);
 
 }  // namespace vemra::softtoken::admin

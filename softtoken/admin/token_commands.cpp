@@ -12,7 +12,9 @@
 #include "store/new_token.h"
 #include "store/password_check.h"
 #include "store/plug.h"
+#include "store/token_draft.h"
 #include "store/token_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken::admin {
 
@@ -113,8 +115,9 @@ void _list() {
     _print_row("TOKEN", "SERIAL NUMBER", "TYPE", "STATE", "LABEL");
     for (const std::string& name : token_names(root)) {
         std::string path = database_path(root + "/" + name);
-        if (!identify(path)) continue;
         try {
+            if (!identify(path)) continue;
+            require_own_token(root + "/" + name);
             token_database database(path);
             token_info info = database.info();
             _print_row(name, info.serial_number, std::to_string(info.type),
@@ -169,9 +172,10 @@ void _remove_link(const std::string& name, const std::filesystem::path& link) {
 void _remove(const std::string& name) {
     std::filesystem::path directory = directory_of(name);
     if (std::filesystem::is_symlink(directory)) return _remove_link(name, directory);
+    directory_lock in_use(directory);
     pull_out(directory);
     std::filesystem::path hidden = directory;
-    hidden.replace_filename("." + name + "." + random_hex(8));
+    hidden.replace_filename(hidden_name(name));
     std::filesystem::rename(directory, hidden);
     sync_directory(directory.parent_path());
     std::filesystem::remove_all(hidden);

@@ -3,6 +3,7 @@
 #include "admin/arguments.h"
 #include "store/new_token.h"
 #include "store/token_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken::admin {
 
@@ -15,6 +16,7 @@ std::string directory_of(const std::string& name) {
                                                (root.empty() ? "any directory" : root) +
                                                ": see \"vemra-softtoken list\"");
     }
+    require_own_token(directory);
     return directory;
 }
 

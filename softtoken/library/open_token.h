@@ -12,6 +12,7 @@
 #include "store/slot_table.h"
 #include "store/token_database.h"
 #include "store/token_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken {
 
@@ -19,11 +20,16 @@ namespace vemra::softtoken {
 struct open_token {
     /* Throws damaged for what is no token, and for faults that are none. */
     open_token(const std::string& directory_of_token, const plug& present)
-        : directory(directory_of_token),
+        : directory(own(directory_of_token)),
           plugged(present),
           database(database_path(directory)),
           info(database.info()),
           faults(read_faults(directory)) {}
+
+    static const std::string& own(const std::string& directory_of_token) {
+        require_own_token(directory_of_token);
+        return directory_of_token;
+    }
 
     /* The limits and faults were set anew while the token stayed plugged in. */
     void read_settings(const plug& present) {

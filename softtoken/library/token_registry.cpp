@@ -55,13 +55,25 @@ VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::string root = root_directory();
     std::vector<token*> attached;
-    auto names = token::with_room(nullptr, [&] { return token_names(root); });
+    auto names = names_in(root);
     for (const std::string& name : names) {
         token* found = find(root + "/" + name);
         if (found == nullptr || (type != -1 && found->known_type() != type)) continue;
         attached.push_back(found);
     }
     return list_of(std::move(attached));
+}
+
+// A root that cannot be read may hold tokens: that is no list without any.
+std::vector<std::string> token_registry::names_in(const std::string& root) {
+    try {
+        return token::with_room(nullptr, [&] { return token_names(root); });
+    } catch (const out_of_descriptors&) {
+        throw;
+    } catch (const failure& error) {
+        report_once("no tokens can be looked for", error.what());
+        throw;
+    }
 }
 
 // The attached token in a directory, or null. What cannot be read is reported once and skipped; but
@@ -75,12 +87,13 @@ token* token_registry::find(const std::string& directory) {
             return known ? place->second : meet(directory, *present);
         }
         if (identify(database_path(directory))) {
+            require_own_token(directory);
             token::with_room(nullptr, [&] { require_token_database(database_path(directory)); });
         }
     } catch (const out_of_descriptors&) {
         throw;
     } catch (const failure& error) {
-        report_once(error.what());
+        report_once("token skipped", error.what());
     }
     return nullptr;
 }
@@ -101,9 +114,9 @@ token* token_registry::meet(const std::string& directory, const plug& present) {
     return known.get();
 }
 
-void token_registry::report_once(const std::string& reason) {
+void token_registry::report_once(const char* what, const std::string& reason) {
     if (!reported_.insert(reason).second) return;
-    std::fprintf(stderr, "vemra-softtoken: token skipped: %s\n", reason.c_str());
+    std::fprintf(stderr, "vemra-softtoken: %s: %s\n", what, reason.c_str());
 }
 
 VEMRA_PKI_DEVICE_LIST_st* token_registry::list_of(std::vector<token*> tokens) {

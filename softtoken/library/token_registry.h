@@ -39,7 +39,8 @@ private:
 
     token* find(const std::string& directory);
     token* meet(const std::string& directory, const plug& present);
-    void report_once(const std::string& reason);
+    std::vector<std::string> names_in(const std::string& root);
+    void report_once(const char* what, const std::string& reason);
     VEMRA_PKI_DEVICE_LIST_st* list_of(std::vector<token*> tokens);
 
     std::mutex mutex_;

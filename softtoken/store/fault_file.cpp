@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -10,6 +9,7 @@
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/plug.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken {
 
@@ -39,14 +39,13 @@ std::vector<fault> read_faults(const std::string& token_directory) {
 void write_faults(const std::string& token_directory, const std::vector<fault>& faults) {
     std::string path = _path(token_directory);
     std::string draft = path + ".new";
-    {
-        std::ofstream file(draft);
-        for (const fault& each : faults)
-            file << each.text << "\n";
-        if (!file.flush()) fail_with_errno(draft);
-    }
-    std::filesystem::permissions(
-        draft, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    std::string text;
+    for (const fault& each : faults)
+        text += each.text + "\n";
+    std::FILE* file = fdopen(make_token_file(token_directory, "faults.new"), "w");
+    if (file == nullptr) fail_with_errno(draft);
+    bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    if (std::fclose(file) != 0 || !written) fail_with_errno(draft);
     if (std::rename(draft.c_str(), path.c_str()) != 0) fail_with_errno(path);
     note_changed_settings(token_directory);
 }

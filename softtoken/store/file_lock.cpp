@@ -1,17 +1,15 @@
 #include "store/file_lock.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
-#include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/lock_queue.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken {
 
 file_lock::file_lock(const std::string& path, std::chrono::steady_clock::time_point deadline)
-    : file_(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600)) {
-    if (file_ < 0) fail_with_errno(path);
+    : file_(open_token_file(path)) {
     try {
         lock_queue queue(file_);
         if (queue.take_at_once() || queue.wait(deadline)) return;

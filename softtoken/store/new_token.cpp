@@ -15,6 +15,7 @@
 #include "store/openssl_use.h"
 #include "store/plug.h"
 #include "store/token_database.h"
+#include "store/token_draft.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken {
@@ -159,19 +160,12 @@ void create_token(const std::string& root, const std::string& name, const new_to
     make_root(root);
     require_free_name(root, name);
     std::string place = root + "/" + name;
-    std::string draft = root + "/." + name + "." + random_hex(8);
-    if (mkdir(draft.c_str(), 0700) != 0) fail_with_errno(draft);
-    try {
-        _fill_database(database_path(draft), token);
-        if (token.attached) plug_in(draft);
-        sync_directory(draft);
-        if (rename(draft.c_str(), place.c_str()) != 0) fail_with_errno(place);
-        sync_directory(root);
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove_all(draft, ignored);
-        throw;
-    }
+    token_draft draft(root, hidden_name(name));
+    _fill_database(database_path(draft.path()), token);
+    if (token.attached) plug_in(draft.path());
+    sync_directory(draft.path());
+    if (rename(draft.path().c_str(), place.c_str()) != 0) fail_with_errno(place);
+    sync_directory(root);
 }
 
 }  // namespace vemra::softtoken

@@ -9,6 +9,7 @@
 #include <cstdio>
 
 #include "store/durable_files.h"
+#include "store/token_owner.h"
 
 namespace vemra::softtoken {
 
@@ -37,9 +38,9 @@ std::optional<plug> find_plug(const std::string& path_of_plug) {
 void plug_in(const std::string& token_directory) {
     std::string path = plug_path(token_directory);
     if (find_plug(path)) return;
-    std::string draft = path + "." + std::to_string(getpid());
-    int file = open(draft.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
-    if (file < 0) fail_with_errno(draft);
+    std::string name = "attached." + std::to_string(getpid());
+    std::string draft = token_directory + "/" + name;
+    int file = make_token_file(token_directory, name);
     _stamp_with_this_moment(file);
     close(file);
     if (rename(draft.c_str(), path.c_str()) != 0) fail_with_errno(path);

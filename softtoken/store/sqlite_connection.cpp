@@ -1,6 +1,7 @@
 #include "store/sqlite_connection.h"
 
 #include <cstring>
+#include <filesystem>
 #include <new>
 
 #include "store/descriptor_limit.h"
@@ -15,6 +16,7 @@ error_code _code_of(int result) {
     switch (result & 0xff) {
         case SQLITE_BUSY:
         case SQLITE_LOCKED:
+        case SQLITE_PROTOCOL:
             return error_code::busy;
         case SQLITE_CORRUPT:
         case SQLITE_NOTADB:
@@ -33,10 +35,29 @@ std::string _printable(std::string text) {
     return text;
 }
 
+// Every byte in digits, so that none of them means anything.
+std::string _uri_of(const std::string& path) {
+    std::string uri = "file:";
+    for (char byte : std::filesystem::absolute(path).string()) {
+        if (byte == '/') {
+            uri += byte;
+            continue;
+        }
+        for (int shift : {8, 4, 0})
+            uri += shift == 8 ? '%'
+                              : "0123456789abcdef"[static_cast<unsigned char>(byte) >> shift & 15];
+    }
+    return uri;
+}
+
 }  // namespace
 
-sqlite_connection::sqlite_connection(const std::string& path, int flags) : path_(path) {
-    int result = sqlite3_open_v2(path.c_str(), &database_, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+sqlite_connection::sqlite_connection(const std::string& path, int flags, const char* vfs,
+                                     bool immutable)
+    : path_(path) {
+    std::string name = immutable ? _uri_of(path) + "?immutable=1" : path;
+    flags |= SQLITE_OPEN_NOMUTEX | (immutable ? SQLITE_OPEN_URI : 0);
+    int result = sqlite3_open_v2(name.c_str(), &database_, flags, vfs);
     try {
         if (result != SQLITE_OK) fail(result);
         sqlite3_extended_result_codes(database_, 1);
@@ -77,9 +98,12 @@ void sqlite_connection::fail(int result) const {
     if ((result & 0xff) == SQLITE_CANTOPEN && is_descriptor_limit(reason)) {
         throw out_of_descriptors(path_, reason);
     }
-    const char* text = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
+    std::string text = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
     // A file that cannot be opened has a better reason than SQLite's.
     if ((result & 0xff) == SQLITE_CANTOPEN && reason != 0) text = std::strerror(reason);
+    if ((result & 0xff) == SQLITE_IOERR && reason != 0) {
+        text += ": " + std::string(std::strerror(reason));
+    }
     throw failure(_code_of(result), path_ + ": " + _printable(text));
 }
 

@@ -12,8 +12,12 @@ namespace vemra::softtoken {
 /* One connection. Not for use by two threads at once; its owner keeps them apart. */
 class sqlite_connection {
 public:
-    /* flags are those of sqlite3_open_v2. */
-    sqlite_connection(const std::string& path, int flags);
+    /*
+     * flags and vfs are those of sqlite3_open_v2. An immutable file is one that nobody changes;
+     * SQLite then looks for no log.
+     */
+    sqlite_connection(const std::string& path, int flags, const char* vfs = nullptr,
+                      bool immutable = false);
     ~sqlite_connection();
     sqlite_connection(const sqlite_connection&) = delete;
     sqlite_connection& operator=(const sqlite_connection&) = delete;

@@ -1,5 +1,8 @@
 #include "store/token_database.h"
 
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+
 #include <algorithm>
 #include <array>
 #include <climits>
@@ -42,8 +45,9 @@ void _require_token(const sqlite_connection& connection) {
     }
     std::uint32_t version = _big_endian(bytes, user_version_position);
     if (version != schema_version && version != version_without_sums) {
-        throw failure(error_code::damaged,
-                      path + ": token format " + std::to_string(version) + " is not known here");
+        throw unknown_format(
+            error_code::damaged,
+            path + ": token format " + std::to_string(version) + " is not known here");
     }
 }
 
@@ -58,6 +62,17 @@ void _require_sound_log(const std::string& path) {
     if (begins_like_one || bytes.find_first_not_of('\0') == std::string_view::npos) return;
     throw failure(error_code::damaged,
                   path + ": damaged log; move it away to go on with the state before it");
+}
+
+// Where SQLite can make neither log nor index, nobody changes anything either: it needs no locks,
+// and reads a log that lies there with an index in memory.
+sqlite_connection _open(const std::string& path) {
+    if (!is_on_read_only_disk(path)) return {path, SQLITE_OPEN_READWRITE};
+    struct stat log {};
+    if (stat((path + "-wal").c_str(), &log) == 0 && log.st_size > 0) {
+        return {path, SQLITE_OPEN_READONLY, "unix-none"};
+    }
+    return {path, SQLITE_OPEN_READONLY, "unix-none", true};
 }
 
 std::vector<std::int64_t> _slot_numbers(sqlite_connection& connection) {
@@ -121,6 +136,11 @@ private:
 
 }  // namespace
 
+bool is_on_read_only_disk(const std::string& path) {
+    struct statvfs disk {};
+    return statvfs(path.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
+}
+
 std::uint32_t format_version(sqlite_connection& connection) {
     sqlite_statement statement(connection, "PRAGMA user_version");
     sqlite_query query(statement);
@@ -131,9 +151,10 @@ void require_token_database(const std::string& path) {
     _require_token(sqlite_connection(path, SQLITE_OPEN_READONLY));
 }
 
-token_database::token_database(const std::string& path) : connection_(path, SQLITE_OPEN_READWRITE) {
+token_database::token_database(const std::string& path) : connection_(_open(path)) {
     _require_token(connection_);
     _require_sound_log(path + "-wal");
+    if (is_on_read_only_disk(path)) connection_.execute("PRAGMA locking_mode=EXCLUSIVE");
     // Full synchronisation makes each commit durable before the call returns. A process that ends
     // without closing leaves its log behind; the next one to open the token takes it in.
     connection_.execute(

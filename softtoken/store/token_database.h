@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "store/failure.h"
 #include "store/file_lock.h"
 #include "store/sqlite_connection.h"
 #include "store/sqlite_statement.h"
@@ -21,8 +22,17 @@ constexpr std::uint32_t schema_version = 2;
  */
 constexpr std::uint32_t version_without_sums = 1;
 
+/* A token of a format that came later: nothing is known to be wrong with it. */
+class unknown_format : public failure {
+public:
+    using failure::failure;
+};
+
 /* Throws damaged unless the file's header says that it is a token of a known format. Reads only. */
 void require_token_database(const std::string& path);
+
+/* Whether nothing can be written where a file lies, by anybody. */
+bool is_on_read_only_disk(const std::string& path);
 
 /* The format that the token has at this moment; another process may take it over. */
 std::uint32_t format_version(sqlite_connection& connection);
@@ -30,7 +40,10 @@ std::uint32_t format_version(sqlite_connection& connection);
 /* One open token. Not for use by two threads at once. */
 class token_database {
 public:
-    /* Opens an existing token. Throws damaged for anything that is not one. */
+    /*
+     * Opens an existing token. Throws damaged for anything that is not one, unknown_format for one
+     * of a later format. On a disk that is read only it can be read.
+     */
     explicit token_database(const std::string& path);
 
     /* Throws damaged for a row that no token can have. */

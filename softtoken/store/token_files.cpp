@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <memory>
 
-#include "store/descriptor_limit.h"
+#include "store/durable_files.h"
 
 namespace vemra::softtoken {
 
@@ -44,7 +44,7 @@ std::vector<std::string> token_names(const std::string& root) {
     std::vector<std::string> names;
     if (root.empty()) return names;
     std::unique_ptr<DIR, int (*)(DIR*)> directory(opendir(root.c_str()), closedir);
-    if (directory == nullptr && is_descriptor_limit(errno)) throw out_of_descriptors(root, errno);
+    if (directory == nullptr && errno != ENOENT) fail_with_errno(root);
     if (directory == nullptr) return names;
     while (const dirent* entry = readdir(directory.get())) {
         if (entry->d_name[0] != '.' && _is_directory(root, *entry))
@@ -56,7 +56,10 @@ std::vector<std::string> token_names(const std::string& root) {
 
 std::optional<file_identity> identify(const std::string& path) {
     struct stat status {};
-    if (stat(path.c_str(), &status) != 0) return std::nullopt;
+    if (stat(path.c_str(), &status) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR) fail_with_errno(path);
+        return std::nullopt;
+    }
     return file_identity{status.st_dev, status.st_ino};
 }
 

@@ -21,7 +21,10 @@ std::string root_directory();
 /* The file that holds the token's database. */
 std::string database_path(const std::string& token_directory);
 
-/* The tokens' directory names in ascending byte order; nothing when the root is missing. */
+/*
+ * The tokens' directory names in ascending byte order; nothing when the root is missing. Throws
+ * storage_failed for a root that cannot be read.
+ */
 std::vector<std::string> token_names(const std::string& root);
 
 /* Tells one state of a file from another. */
@@ -34,7 +37,7 @@ struct file_identity {
     }
 };
 
-/* Nothing when there is no such file. */
+/* Nothing when there is no such file. Throws storage_failed when that cannot be found out. */
 std::optional<file_identity> identify(const std::string& path);
 
 }  // namespace vemra::softtoken
