@@ -218,7 +218,8 @@ void token::verify_password(running_call& call, login& device_login, const char*
     open_token& open = start(call);
     login& state = login_of(open, device_login);
     state.end();
-    // A lock file is all that it opens, before anything else.
+    // Its lock file is the first thing that it opens, and an attempt that comes to nothing is
+    // handed back, so it can begin anew.
     with_room(this, [&] {
         check_password(open.database, open.passwords, directory_, password, retries);
     });

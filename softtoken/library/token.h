@@ -50,7 +50,10 @@ public:
     void write_slot(running_call& call, login& device_login, int id, const void* data, int length);
     void delete_slot(running_call& call, login& device_login, int id);
 
-    /* The retry count is the true one afterwards, whatever the outcome. */
+    /*
+     * retries becomes the number of attempts that are left, whatever the outcome of the check. It
+     * stays as it was when there is none: the token is unplugged, unreadable, or fails on demand.
+     */
     void verify_password(running_call& call, login& device_login, const char* password,
                          int& retries);
 

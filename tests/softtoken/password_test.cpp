@@ -130,6 +130,16 @@ TEST_F(softtoken_password, retry_count_may_be_left_out) {
     EXPECT_EQ(VemraPKICryptoVerifyPwd(device(), 1, password, nullptr), 1);
 }
 
+TEST_F(softtoken_password, retry_count_stays_when_the_token_cannot_be_asked) {
+    use(process);
+    int retries = 77;
+    ASSERT_EQ(run_tool("fault add one 'VerifyPwd return=-122'").status, 0);
+    EXPECT_EQ(verify(password, retries), -122);
+    detach("one");
+    EXPECT_EQ(verify(password, retries), removed);
+    EXPECT_EQ(retries, 77);
+}
+
 TEST_F(softtoken_password, password_is_in_no_file) {
     use(process);
     ASSERT_EQ(log_in(device()), 1);
