@@ -1,11 +1,13 @@
 #include "core/stamp_info_mapping.h"
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "base/little_endian.h"
 #include "core/log.h"
+#include "core/stamp_info_header.h"
 
 namespace vemra::app::stamp {
 
@@ -68,12 +70,6 @@ std::string _encode_stamp_info_mapping(const stamp_info_mapping& mapping) {
     }
     if (!body.empty()) body.erase(body.size() - entry_separator.size());
     return _header(body.size() + stamp_info_header::length) + body;
-}
-
-std::optional<stamp_info_header> parse_stamp_info_header(const unsigned char* bytes,
-                                                         std::size_t size) {
-    if (size < stamp_info_header::length) return std::nullopt;
-    return stamp_info_header{qo::base::from_little_endian(bytes), bytes[4]};
 }
 
 stamp_info_mapping _parse_stamp_info_mapping(const unsigned char* bytes, const std::size_t& size) {

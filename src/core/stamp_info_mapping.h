@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <string>
 
 #include "core/stamp_slots.h"
@@ -15,18 +14,6 @@ namespace vemra::app::stamp {
  *     offset 4, 1 byte   version, 1
  *     offset 5, the rest NAME&SLOT entries, joined by "||"
  */
-
-struct stamp_info_header {
-    static constexpr std::size_t length = 5;
-    static constexpr unsigned char known_version = 1;
-
-    std::size_t total_length;
-    unsigned char version;
-};
-
-/** What the bytes tell of themselves, unchecked; nothing when there are too few. */
-std::optional<stamp_info_header> parse_stamp_info_header(const unsigned char* bytes,
-                                                         std::size_t size);
 
 /**
  * The mapping's bytes.

@@ -1,8 +1,8 @@
+#include "core/stamp_info_header.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
-
-#include "core/stamp_info_mapping.h"
 
 using vemra::app::stamp::parse_stamp_info_header;
 

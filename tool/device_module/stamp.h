@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "basics/shared_bytes.h"
+#include "core/stamp_info_header.h"
+#include "core/stamp_slots.h"
 
 namespace vemra::tool {
 
@@ -50,8 +52,8 @@ struct password_answer {
 using stamp_mapping = std::map<unsigned int, std::string>;
 
 /** The slot of the mapping, and the first and last of those that hold stamps. */
-constexpr int mapping_slot = 8127;
-constexpr int first_stamp_slot = 8130;
-constexpr int last_stamp_slot = 8134;
+constexpr int mapping_slot = app::stamp::stamp_info_slot;
+using app::stamp::first_stamp_slot;
+using app::stamp::last_stamp_slot;
 
 }  // namespace vemra::tool

@@ -51,20 +51,18 @@ void _check_record(device_contents& contents) {
         contents.findings.push_back({kind::malformed_record, 0, printable(fault)});
     }
     const std::string& bytes = contents.record.bytes;
-    if (bytes.size() < 5) return;
-    std::size_t total = 0;
-    for (std::size_t i = 4; i-- > 0;) {
-        total = total << 8 | static_cast<unsigned char>(bytes[i]);
-    }
-    if (total < bytes.size() && total >= 5) {
+    const auto header = app::stamp::parse_stamp_info_header(
+        reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+    if (!header) return;
+    const std::size_t total = header->total_length;
+    if (total < bytes.size() && total >= header->length) {
         contents.findings.push_back(
             {kind::malformed_record, 0,
              std::to_string(bytes.size() - total) + " bytes stand behind the record's end"});
     }
-    if (bytes[4] != 1) {
-        contents.findings.push_back(
-            {kind::malformed_record, 0,
-             "the record's version is " + std::to_string(static_cast<unsigned char>(bytes[4]))});
+    if (header->version != header->known_version) {
+        contents.findings.push_back({kind::malformed_record, 0,
+                                     "the record's version is " + std::to_string(header->version)});
     }
 }
 

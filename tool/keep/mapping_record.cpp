@@ -13,10 +13,7 @@ std::vector<int> mapping_record::listed_slots() const {
 }
 
 int mapping_record::lowest_free_slot() const {
-    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
-        if (entries.count(static_cast<unsigned int>(slot)) == 0) return slot;
-    }
-    return 0;
+    return app::stamp::lowest_free_slot({entries.begin(), entries.end()}).value_or(0);
 }
 
 mapping_record read_mapping(session& tokens, const device_id& device) {

@@ -33,8 +33,7 @@ constexpr int stamp_slots = last_stamp_slot - first_stamp_slot + 1;
 
 /** Whether stamps lie in this slot, not the list or something else. */
 inline bool is_stamp_slot(unsigned int slot) {
-    return slot >= static_cast<unsigned int>(first_stamp_slot) &&
-           slot <= static_cast<unsigned int>(last_stamp_slot);
+    return app::stamp::is_stamp_slot(static_cast<int>(slot));
 }
 
 }  // namespace vemra::tool
