@@ -96,15 +96,49 @@ configure() {
         die "the configuration of build/$preset failed"
 }
 
-# build PRESET [TARGETS...]: everything when no target is named.
+# Seconds as people tell them.
+as_time() {
+    if [ "$1" -lt 60 ]; then
+        printf '%d s' "$1"
+    else
+        printf '%d min %d s' "$(($1 / 60))" "$(($1 % 60))"
+    fi
+}
+
+# Tells from the "[done/all]" before each line of a build how far it has come and how long it has
+# taken: at a terminal on one line that is drawn over, elsewhere whenever another tenth is done.
+show_progress() {
+    local line tenth shown=0 started=$SECONDS
+    while IFS= read -r line; do
+        [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]] || continue
+        if [ -t 1 ]; then
+            printf '\r\033[K  %d of %d, %s' "${BASH_REMATCH[1]}" "${BASH_REMATCH[2]}" \
+                "$(as_time $((SECONDS - started)))"
+            continue
+        fi
+        tenth=$((10 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+        [ "$tenth" -gt "$shown" ] || continue
+        shown=$tenth
+        say "  ${BASH_REMATCH[1]} of ${BASH_REMATCH[2]}, $(as_time $((SECONDS - started)))"
+    done
+    [ ! -t 1 ] || printf '\r\033[K'
+}
+
+# build PRESET [TARGETS...]: everything when no target is named. What the build says is shown only
+# when it fails.
 build() {
-    local preset=$1
+    local preset=$1 log result=0 started=$SECONDS
     local targets=()
     shift
     [ $# -eq 0 ] || targets=(--target "$@")
-    run_quietly "Building build/$preset" \
-        cmake --build "$source_dir/build/$preset" --parallel "$(nproc)" "${targets[@]}" ||
-        die "the build in build/$preset failed"
+    say "Building build/$preset ..."
+    log=$(mktemp)
+    cmake --build "$source_dir/build/$preset" --parallel "$(nproc)" "${targets[@]}" 2>&1 |
+        tee "$log" | show_progress || result=$?
+    [ "$result" -eq 0 ] || cat "$log" >&2
+    rm -f "$log"
+    [ "$result" -eq 0 ] || die "the build in build/$preset failed"
+    say "Built in $(as_time $((SECONDS - started)))."
 }
 
 # run_tests PRESET [CTEST ARGUMENTS...]: in parallel, with the output of those that fail.
