@@ -3,6 +3,7 @@
 import os
 import pathlib
 import pty
+import re
 import shutil
 import subprocess
 import tempfile
@@ -10,6 +11,9 @@ import unittest
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent.parent
 
+APT_GET = '#!/bin/sh\necho "$*" >>"$RECORD"\n'
+NOTHING_INSTALLED = "#!/bin/sh\nexit 1\n"
+AS_IS = '#!/bin/sh\nexec "$@"\n'
 BUILD_OF_20 = """#!/bin/sh
 for step in $(seq 20); do
     echo "[$step/20] Building CXX object file_$step.o"
@@ -34,6 +38,11 @@ class Scripts(unittest.TestCase):
         path.write_text(text)
         path.chmod(0o755)
 
+    def on_a_fresh_machine(self):
+        self.stand_in("dpkg-query", NOTHING_INSTALLED)
+        self.stand_in("apt-get", APT_GET)
+        self.stand_in("sudo", AS_IS.replace('"$@"', '$(echo "$*" | sed "s/^-n //")'))
+
     def run_script(self, *words):
         return subprocess.run(list(map(str, words)), env=self.environment, text=True, check=False,
                               stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
@@ -42,6 +51,30 @@ class Scripts(unittest.TestCase):
     def with_library(self, commands):
         library = SOURCE / "scripts/lib.sh"
         return ["bash", "-c", f'set -euo pipefail; . "{library}"; {commands}', SOURCE / "scripts/x"]
+
+    def installed(self):
+        lines = [line for line in self.record.read_text().splitlines() if "install" in line]
+        return {word for line in lines for word in line.split() if re.match("[a-z]", word)}
+
+    def test_packages_can_be_installed_and_nothing_else_be_done(self):
+        self.on_a_fresh_machine()
+        for script in ("test", "check"):
+            done = self.run_script(SOURCE / "scripts" / script, "--yes", "--packages-only")
+            self.assertEqual(done.returncode, 0, done.stdout)
+            self.assertNotIn("Configuring", done.stdout)
+            self.assertIn("g++", self.installed())
+
+    def test_package_installs_what_its_build_takes_for_granted_or_declares(self):
+        self.on_a_fresh_machine()
+        self.stand_in("git", "#!/bin/sh\nexit 1\n")
+        tree = self.folder / "tree"
+        shutil.copytree(SOURCE / "scripts", tree / "scripts")
+        self.run_script(tree / "scripts/package", "--yes")
+        control = (SOURCE / "debian/control").read_text()
+        declared = re.search(r"^Build-Depends:((?:.*\n)(?: .*\n)*)", control, re.MULTILINE)[1]
+        names = {re.match(r"[a-z0-9+.-]+", entry.strip())[0] for entry in declared.split(",")}
+        names = {"debhelper" if name == "debhelper-compat" else name for name in names}
+        self.assertEqual((names | {"build-essential"}) - self.installed(), set())
 
     def test_a_build_tells_how_far_it_has_come_and_how_long_it_took(self):
         self.stand_in("cmake", BUILD_OF_20)
