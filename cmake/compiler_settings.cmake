@@ -1,8 +1,8 @@
 # Settings that every target of this project shares.
 
-option(VEMRA_WARNINGS_AS_ERRORS "Treat compiler warnings as errors" OFF)
-set(VEMRA_SANITIZE "" CACHE STRING "Sanitizers for every target, for example address,undefined")
-option(VEMRA_COVERAGE "Measure line and branch coverage" OFF)
+vemra_setting(VEMRA_WARNINGS_AS_ERRORS BOOL OFF "Treat compiler warnings as errors")
+vemra_setting(VEMRA_SANITIZE STRING "" "Sanitizers for every target, for example address,undefined")
+vemra_setting(VEMRA_COVERAGE BOOL OFF "Measure line and branch coverage")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                     -Wcast-align -Wformat=2 -Wundef

@@ -16,9 +16,12 @@ namespace vemra::softtoken::admin {
 
 namespace {
 
+// Beside the tool, or where an absolute folder of libraries was configured.
 std::filesystem::path _library_directory() {
-    std::filesystem::path tool = std::filesystem::read_symlink("/proc/self/exe");
-    return (tool.parent_path() / SOFTTOKEN_FROM_BIN).lexically_normal();
+    std::filesystem::path bin = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    std::filesystem::path built = (bin / SOFTTOKEN_BUILT).lexically_normal();
+    if (std::filesystem::exists(built)) return built;
+    return (bin / SOFTTOKEN_INSTALLED).lexically_normal();
 }
 
 // The loader would take the directory for several, or for another one.

@@ -33,13 +33,15 @@ std::filesystem::path _program_directory() {
 
 // The library that was installed together with this tool, else the system's.
 std::string _stamp_library_path() {
-    const std::filesystem::path own =
-        _program_directory() / VEMRA_LIBRARIES_FROM_BIN / stamp_library;
+    const std::filesystem::path own = _program_directory() / VEMRA_STAMP_LIBRARY_INSTALLED;
     return std::filesystem::exists(own) ? own.string() : stamp_library;
 }
 
 std::string _device_module_path() {
-    return (_program_directory() / VEMRA_PRIVATE_FROM_BIN / device_module).lexically_normal();
+    const std::filesystem::path bin = _program_directory();
+    const std::filesystem::path built = bin / VEMRA_PRIVATE_BUILT / device_module;
+    if (std::filesystem::exists(built)) return built.lexically_normal();
+    return (bin / VEMRA_PRIVATE_INSTALLED / device_module).lexically_normal();
 }
 
 // Never closed: the device library keeps threads and exit handlers of its own.
