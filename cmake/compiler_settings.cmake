@@ -3,6 +3,8 @@
 vemra_setting(VEMRA_WARNINGS_AS_ERRORS BOOL OFF "Treat compiler warnings as errors")
 vemra_setting(VEMRA_SANITIZE STRING "" "Sanitizers for every target, for example address,undefined")
 vemra_setting(VEMRA_COVERAGE BOOL OFF "Measure line and branch coverage")
+vemra_setting(VEMRA_QUICK_OPTIONS STRING ""
+              "Further compile options for the tools and the tests, but not for any library")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
                     -Wcast-align -Wformat=2 -Wundef
