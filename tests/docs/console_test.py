@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Runs the commands that a document shows in `console` blocks, and compares what they print.
 
-    console_test.py SOURCE_DIR BUILD_DIR DOCUMENT
+    console_test.py SOURCE_DIR BUILD_DIR DOCUMENT...
 
 A block holds commands after "$ " (continued after "> ") and under each what it prints, as a person
 at a terminal sees it. "..." stands for any text within a line, or for any lines where it is a line.
 All blocks of a document run in one shell, in a folder that looks like a fresh checkout after
-scripts/demo, with a home and tokens of its own. Comments that a reader of the document does not see
+scripts/demo, with a home and tokens of its own; those of a further document run in a new shell, in
+the folder and with the home that the one before left. Comments that a reader of the document does not see
 help out:
 
     <!-- console          commands to run unseen, one a line; each must succeed
@@ -15,6 +16,7 @@ help out:
     <!-- types: A, B -->  passwords that the next block types, instead of the usual one
 """
 
+import os
 import pathlib
 import re
 import shutil
@@ -41,7 +43,7 @@ def pattern_of(expected):
     return "".join(lines)
 
 
-def make_checkout(folder, source, build):
+def make_checkout(folder, source, build, documents):
     """What a reader has in front of them: the sources, and what scripts/demo built."""
     for name in ("examples", "include"):
         (folder / name).symlink_to(source / name)
@@ -49,7 +51,10 @@ def make_checkout(folder, source, build):
     (folder / "build/demo").symlink_to(build)
     (folder / "scripts").mkdir()
     demo = folder / "scripts/demo"
-    demo.write_text(f'#!/bin/sh\nexec "{source}/scripts/demo" --built "{build}" "$@"\n')
+    # The demo that shows its serial numbers has them; any other must not wait for that one's locks.
+    serials = "DEMO" if b"DEMO-0001" in documents[0].read_bytes() else f"DEMO-{os.getpid()}"
+    demo.write_text(f'#!/bin/sh\nexport VEMRA_DEMO_SERIALS="{serials}"\n'
+                    f'exec "{source}/scripts/demo" --built "{build}" "$@"\n')
     demo.chmod(0o755)
     (folder / "home").mkdir()
 
@@ -96,20 +101,27 @@ class Document:
                                    f"-- shown in the document\n{expected}-- printed\n{shown}--")
 
 
-def main(source, build, document):
-    folder = pathlib.Path(tempfile.mkdtemp(prefix="console-test-"))
-    make_checkout(folder, source, build)
+def faults_of(document, folder):
     console = Console(folder, environment_of(folder), PASSWORD)
     try:
         shown = Document(document, console)
         shown.run()
     finally:
         console.close()
-        shutil.rmtree(folder, ignore_errors=True)
     if shown.compared == 0:
         shown.faults.append(f"{document.name} shows no command")
-    print("\n".join(shown.faults))
-    return bool(shown.faults)
+    return shown.faults
+
+
+def main(source, build, *documents):
+    folder = pathlib.Path(tempfile.mkdtemp(prefix="console test "))
+    make_checkout(folder, source, build, documents)
+    try:
+        faults = [fault for document in documents for fault in faults_of(document, folder)]
+    finally:
+        shutil.rmtree(folder, ignore_errors=True)
+    print("\n".join(faults))
+    return bool(faults)
 
 
 if __name__ == "__main__":
