@@ -120,6 +120,47 @@ test_cmake_package() {
     run "$scratch/build/consumer_cxx"
 }
 
+# readme_block NUMBER: one of the blocks of code below the README's heading.
+readme_block() {
+    awk -v wanted="$1" '/^## / { here = /^## Building, installing, linking/ }
+        here && /^```/ { inside = !inside; number += inside; next }
+        here && inside && number == wanted' "$source_dir/README.md" |
+        sed "s|/vemra/lib\>|/vemra/$library_dir|"
+}
+
+# follow NUMBER: does what a block of commands says, as somebody at a shell. Each ends in success.
+follow() {
+    readme_block "$1" >"$scratch/commands"
+    [ -s "$scratch/commands" ] || fail "the README has no block $1"
+    cat "$scratch/commands" >&2
+    HOME=${scratch// /_} bash -euo pipefail "$scratch/commands" || fail "the README's block $1 fails"
+}
+
+# The lines of the README as they are printed there, but the first: this build is there already.
+test_readme() {
+    local program home=${scratch// /_} # the shell takes what pkg-config prints apart at blanks
+    trap 'rm -rf "$scratch" "$home"' EXIT
+    mkdir -p "$home" "$scratch/sources" "$scratch/application"
+    ln -s "$build_dir" "$scratch/sources/build"
+    cd "$scratch/sources"
+    readme_block 1 | grep -qx 'cmake -S . -B build && cmake --build build' || fail "another first line"
+    readme_block 1 | tail -n +2 | HOME=$home bash -eu
+    cd "$scratch/application"
+    cp "$consumer/consumer.c" program.c
+    for block in 2 3; do
+        rm -f a.out
+        follow "$block"
+        cp a.out "program_$block"
+    done
+    readme_block 4 >CMakeLists.txt
+    follow 5
+    libraries=$home/vemra/$library_dir
+    for program in ./program_2 ./program_3 build/program; do
+        run "$program"
+    done
+    [[ " ${parts[*]} " != *" softtoken "* ]] || follow 6 >/dev/null
+}
+
 configure_parent() {
     local folder=$1
     shift
