@@ -30,8 +30,8 @@ protected:
     }
     /* The admin tool with its library in a directory of that name; the tool's path, quoted. */
     std::string installed_in(const std::string& name) const {
-        std::filesystem::path tool = SOFTTOKEN_TOOL;
-        std::filesystem::path library = SOFTTOKEN_LIBRARY;
+        std::filesystem::path tool = file_of(SOFTTOKEN_TOOL);
+        std::filesystem::path library = file_of(SOFTTOKEN_LIBRARY);
         std::filesystem::path place = root() + "/." + name + "/bin";
         std::filesystem::path to_library = library.lexically_relative(tool.parent_path());
         std::filesystem::create_directories((place / to_library).parent_path());
@@ -62,7 +62,7 @@ TEST_F(softtoken_exec, refuses_a_program_whose_rpath_leads_elsewhere) {
 
 TEST_F(softtoken_exec, refuses_a_preloaded_library_under_any_name) {
     std::string copy = root() + "/innocent.so";
-    std::filesystem::copy_file(OTHER_LIBRARY, copy);
+    std::filesystem::copy_file(file_of(OTHER_LIBRARY), copy);
     // AddressSanitizer, where it is built in, wants to be preloaded first.
     program_result result = run("ASAN_OPTIONS=verify_asan_link_order=0 LD_PRELOAD=" + copy +
                                 " " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
@@ -71,9 +71,9 @@ TEST_F(softtoken_exec, refuses_a_preloaded_library_under_any_name) {
 }
 
 TEST_F(softtoken_exec, overrides_the_callers_library_path) {
-    std::string other = std::filesystem::path(OTHER_LIBRARY).parent_path();
+    std::string other = std::filesystem::path(file_of(OTHER_LIBRARY)).parent_path();
     program_result result =
-        run("LD_LIBRARY_PATH=" + other + " " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
+        run("LD_LIBRARY_PATH='" + other + "' " SOFTTOKEN_TOOL " exec -- " FREES_AT_EXIT);
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(result.output, "bytes\nfreed\n");
 }
@@ -99,7 +99,7 @@ TEST_F(softtoken_exec, names_what_a_library_path_cannot_hold) {
 }
 
 TEST_F(softtoken_exec, judges_a_script_by_its_last_interpreter) {
-    std::string direct = script("direct", "#!" USES_OTHER_LIBRARY);
+    std::string direct = script("direct", "#!" + copy_of(file_of(USES_OTHER_LIBRARY), "program"));
     std::string nested = script("nested", "#! \t" + direct + " word");
     for (const std::string& each : {direct, nested, script("deep", "#!" + nested)}) {
         program_result result = run_tool("exec -- " + each);
@@ -116,7 +116,7 @@ TEST_F(softtoken_exec, runs_a_script_whose_interpreter_is_a_script) {
 }
 
 TEST_F(softtoken_exec, refuses_a_script_whose_interpreter_has_another_users_rights) {
-    std::string interpreter = copy_of(FREES_AT_EXIT, "interpreter");
+    std::string interpreter = copy_of(file_of(FREES_AT_EXIT), "interpreter");
     std::filesystem::permissions(interpreter, std::filesystem::perms::set_uid,
                                  std::filesystem::perm_options::add);
     program_result result = run_tool("exec -- " + script("script", "#!" + interpreter));
@@ -159,7 +159,7 @@ TEST_F(softtoken_exec, file_that_may_not_be_run_yields_to_one_that_may) {
 
 TEST_F(softtoken_exec, refuses_a_program_with_another_users_rights) {
     std::string copy = root() + "/privileged";
-    std::filesystem::copy_file(FREES_AT_EXIT, copy);
+    std::filesystem::copy_file(file_of(FREES_AT_EXIT), copy);
     std::filesystem::permissions(copy, std::filesystem::perms::set_uid,
                                  std::filesystem::perm_options::add);
     program_result result = run_tool("exec -- " + copy);
@@ -169,7 +169,7 @@ TEST_F(softtoken_exec, refuses_a_program_with_another_users_rights) {
 
 TEST_F(softtoken_exec, refuses_a_program_with_file_capabilities) {
     std::string copy = root() + "/capable";
-    std::filesystem::copy_file(FREES_AT_EXIT, copy);
+    std::filesystem::copy_file(file_of(FREES_AT_EXIT), copy);
     // As the kernel keeps them, in little-endian words: revision 2, effective;
     // CAP_NET_BIND_SERVICE.
     constexpr unsigned char capabilities[20] = {1, 0, 0, 2, 0, 4};

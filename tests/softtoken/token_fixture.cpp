@@ -130,6 +130,11 @@ int at_once(int children, const std::function<bool(int)>& body) {
     return succeeded;
 }
 
+std::string file_of(const std::string& word) {
+    const std::size_t start = word.find('"') + 1;
+    return word.substr(start, word.find('"', start) - start);
+}
+
 program_result run(const std::string& command) {
     program_result result;
     FILE* pipe = popen(("{ " + command + "\n} 2>&1").c_str(), "r");

@@ -65,6 +65,8 @@ struct program_result {
     int status = -1;
     std::string output; /* standard output and standard error */
 };
+/* The path in what stands for a file or a program in a shell's command. */
+std::string file_of(const std::string& word);
 /* Runs a shell command. */
 program_result run(const std::string& command);
 /* Runs the admin tool with arguments and a password on descriptor 0. */
