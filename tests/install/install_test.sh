@@ -14,7 +14,9 @@ here=$(dirname "$(readlink -f "$0")")
 consumer=$here/consumer
 # Wherever people keep things.
 scratch=$(mktemp -d -t 'install test XXXXXX')
-trap 'rm -rf "$scratch"' EXIT
+# For what a shell takes apart at blanks, as what pkg-config prints.
+plain=$(mktemp -d)
+trap 'rm -rf "$scratch" "$plain"' EXIT
 
 fail() {
     echo "install_test: $*" >&2
@@ -97,18 +99,15 @@ test_pkg_config_cxx() {
 # Whole paths, so that those where compilers look anyway are left out: an -I for them would bring
 # the system's headers into the wrong order.
 test_pkg_config_paths() {
-    local plain=$scratch/plain
-    prefix=${scratch// /_}
-    trap 'rm -rf "$scratch" "$prefix"' EXIT
-    mkdir "$prefix"
+    prefix=$plain/prefix
     libraries=$prefix/$library_dir
     install_to "$prefix"
     pkg_config --cflags --libs >"$scratch/flags"
     sed 's/ *$//' "$scratch/flags" | diff - <(echo "-I$prefix/include -L$libraries" \
         -Wl,--allow-shlib-undefined -lvemra_app_stamp) || fail "other flags"
 
-    DESTDIR=$plain install_to /usr
-    libraries=$plain/usr/$library_dir
+    DESTDIR=$plain/root install_to /usr
+    libraries=$plain/root/usr/$library_dir
     [ -z "$(pkg_config --cflags | tr -d ' ')" ] || fail "the system's headers are named"
 }
 
@@ -133,18 +132,17 @@ follow() {
     readme_block "$1" >"$scratch/commands"
     [ -s "$scratch/commands" ] || fail "the README has no block $1"
     cat "$scratch/commands" >&2
-    HOME=${scratch// /_} bash -euo pipefail "$scratch/commands" || fail "the README's block $1 fails"
+    HOME=$plain bash -euo pipefail "$scratch/commands" || fail "the README's block $1 fails"
 }
 
 # The lines of the README as they are printed there, but the first: this build is there already.
 test_readme() {
-    local program home=${scratch// /_} # the shell takes what pkg-config prints apart at blanks
-    trap 'rm -rf "$scratch" "$home"' EXIT
-    mkdir -p "$home" "$scratch/sources" "$scratch/application"
+    local program
+    mkdir -p "$scratch/sources" "$scratch/application"
     ln -s "$build_dir" "$scratch/sources/build"
     cd "$scratch/sources"
     readme_block 1 | grep -qx 'cmake -S . -B build && cmake --build build' || fail "another first line"
-    readme_block 1 | tail -n +2 | HOME=$home bash -eu
+    readme_block 1 | tail -n +2 | HOME=$plain bash -eu
     cd "$scratch/application"
     cp "$consumer/consumer.c" program.c
     for block in 2 3; do
@@ -154,7 +152,7 @@ test_readme() {
     done
     readme_block 4 >CMakeLists.txt
     follow 5
-    libraries=$home/vemra/$library_dir
+    libraries=$plain/vemra/$library_dir
     for program in ./program_2 ./program_3 build/program; do
         run "$program"
     done
@@ -192,7 +190,7 @@ test_subproject() {
 test_absolute_library_folder() {
     libraries=$scratch/elsewhere/libraries
     configure_parent "$scratch/build" -DVEMRA_SOURCE="$source_dir" -DVEMRA_INSTALL=ON \
-        -DCMAKE_INSTALL_LIBDIR="$libraries"
+        -DCMAKE_INSTALL_LIBDIR="$libraries" -DCMAKE_INSTALL_PREFIX="$prefix"
     cmake --build "$scratch/build" --parallel 2
     install_to "$prefix" "$scratch/build"
     eval "cc \"$consumer/consumer.c\" -o \"$scratch/consumer\" $(pkg_config --cflags --libs)"
