@@ -12,6 +12,7 @@
 #include "store/new_token.h"
 #include "store/password_check.h"
 #include "store/plug.h"
+#include "store/random_hex.h"
 #include "store/token_draft.h"
 #include "store/token_files.h"
 #include "store/token_owner.h"

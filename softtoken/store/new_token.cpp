@@ -1,7 +1,6 @@
 #include "store/new_token.h"
 
 #include <fcntl.h>
-#include <openssl/rand.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -12,8 +11,8 @@
 
 #include "store/durable_files.h"
 #include "store/failure.h"
-#include "store/openssl_use.h"
 #include "store/plug.h"
+#include "store/random_hex.h"
 #include "store/token_database.h"
 #include "store/token_draft.h"
 #include "store/token_files.h"
@@ -119,20 +118,6 @@ void make_root(const std::string& root) {
     std::filesystem::path parent = std::filesystem::absolute(root).parent_path();
     std::filesystem::create_directories(parent, error);
     if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) fail_with_errno(root);
-}
-
-std::string random_hex(std::size_t bytes) {
-    std::string raw(bytes, '\0');
-    openssl_use use;
-    if (RAND_bytes(reinterpret_cast<unsigned char*>(raw.data()), static_cast<int>(bytes)) != 1) {
-        throw failure(error_code::crypto_failed);
-    }
-    std::string text;
-    for (char byte : raw) {
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) >> 4];
-        text += "0123456789abcdef"[static_cast<unsigned char>(byte) & 15];
-    }
-    return text;
 }
 
 void require_token_name(const std::string& name) {

@@ -1,7 +1,6 @@
 /** Making a token on disk. */
 #pragma once
 
-#include <cstddef>
 #include <string>
 
 #include "store/password_hash.h"
@@ -26,9 +25,6 @@ void create_token(const std::string& root, const std::string& name, const new_to
 
 /* Makes the directory of all tokens, private to the user, unless it is there. */
 void make_root(const std::string& root);
-
-/* Random bytes as lower-case hexadecimal text. */
-std::string random_hex(std::size_t bytes);
 
 /* Throws bad_argument when something of that name lies in the root. */
 void require_free_name(const std::string& root, const std::string& name);

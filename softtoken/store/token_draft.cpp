@@ -11,7 +11,7 @@
 #include <regex>
 
 #include "store/durable_files.h"
-#include "store/new_token.h"
+#include "store/random_hex.h"
 
 namespace vemra::softtoken {
 
