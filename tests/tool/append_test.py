@@ -106,7 +106,7 @@ class Append(ToolCase):
         name = f"vemra-stamp-{place}.lock"
         locks = [path for folder in ("/run/lock", "/tmp")
                  if (path := pathlib.Path(folder, name)).exists()]
-        self.assertEqual([path.stat().st_mode & 0o777 for path in locks], [0o644])
+        self.assertEqual({path.stat().st_mode & 0o777 for path in locks}, {0o644})
 
     def test_the_password_may_come_from_a_descriptor(self):
         path = self.write("other", PASSWORD + "\n", 0o600)

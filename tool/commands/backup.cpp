@@ -36,6 +36,7 @@ void add_backup(CLI::App& program, context& run) {
     CLI::App* command = program.add_subcommand("backup", "Keep all stamps of a device in files");
     add_device_options(*command, options->device);
     command->add_option("DIR", options->directory, "Directory to make")->required();
+    add_lock_option(*command, run);
     command->callback([&run, options] { _backup(run, *options); });
 }
 

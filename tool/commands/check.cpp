@@ -1,7 +1,6 @@
 #include "keep/check.h"
 
 #include <charconv>
-#include <utility>
 
 #include "commands/commands.h"
 #include "commands/shapes.h"
@@ -58,9 +57,9 @@ bool _is_wanted(context& run, const check_options& options, const repair_plan& p
 
 void _repair(context& run, const check_options& options) {
     const std::map<int, std::string> names = _given_names(options);
-    locked_device device(run.tokens(), run.tokens().find_device(options.device));
-    const device_contents contents = check_device(device);
-    _tell_findings(run, device.id(), contents.findings);
+    const device_id device = run.tokens().find_device(options.device);
+    const device_contents contents = check_device(run.tokens(), device);
+    _tell_findings(run, device, contents.findings);
     const repair_plan plan = plan_repair(run.tokens(), contents, names);
     run.result["repaired"] = false;
     if (plan.steps.empty()) {
@@ -69,7 +68,7 @@ void _repair(context& run, const check_options& options) {
         return;
     }
     if (!_is_wanted(run, options, plan)) throw failure(exit_code::usage, "nothing was changed");
-    const bool is_left = !repair_device(std::move(device), contents, plan).empty();
+    const bool is_left = !repair_device(run.tokens(), device, contents, plan).empty();
     run.result["repaired"] = true;
     run.code = is_left ? exit_code::partial : exit_code::done;
     run.out.note(is_left ? "repaired, verified; some findings remain" : "repaired, verified");
@@ -97,6 +96,7 @@ void add_check(CLI::App& program, context& run) {
         program.add_subcommand("check", "Compare the list on a device with its slots");
     add_device_options(*command, options->device);
     CLI::Option* repair = command->add_flag("--repair", options->repair, "Mend the list");
+    add_lock_option(*command, run)->excludes(repair);
     command->add_option("--name", options->names, "Name for the unlisted bytes in a slot")
         ->type_name("SLOT=NAME")
         ->expected(1)

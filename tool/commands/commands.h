@@ -30,6 +30,9 @@ void add_help(CLI::App& program, context& run);
 /** Adds --device and --device-type. */
 void add_device_options(CLI::App& command, device_choice& device);
 
+/** Adds --no-lock, for a command that only reads. */
+CLI::Option* add_lock_option(CLI::App& command, context& run);
+
 /** Warns of the last call's errors; the command then ends as a partial result. */
 void warn_of_errors(context& run);
 

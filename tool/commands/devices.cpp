@@ -3,6 +3,7 @@
 #include "commands/shapes.h"
 #include "keep/describe.h"
 #include "keep/mapping_record.h"
+#include "keep/read_locks.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {
@@ -16,6 +17,7 @@ void _describe_device(context& run, const device_id& device,
     entry["free"] = nullptr;
     std::vector<std::string> row{printable(device.serial), std::to_string(device.type), "-", "-"};
     try {
+        const read_locks lock(run.tokens(), {device});
         const std::size_t held = read_mapping(run.tokens(), device).listed_slots().size();
         const std::size_t free = static_cast<std::size_t>(stamp_slots) - held;
         entry["stamps"] = held;
@@ -24,6 +26,7 @@ void _describe_device(context& run, const device_id& device,
         row[3] = std::to_string(free);
         warn_of_errors(run);
     } catch (const failure& error) {
+        if (error.code() == exit_code::lock_timeout) throw;
         run.out.warn(describe(device) + ": " + error.what());
         run.code = exit_code::partial;
     }
@@ -45,9 +48,9 @@ void _devices(context& run) {
 }  // namespace
 
 void add_devices(CLI::App& program, context& run) {
-    program.add_subcommand("devices", "List the attached devices")->callback([&run] {
-        _devices(run);
-    });
+    CLI::App* command = program.add_subcommand("devices", "List the attached devices");
+    add_lock_option(*command, run);
+    command->callback([&run] { _devices(run); });
 }
 
 }  // namespace vemra::tool

@@ -110,6 +110,7 @@ void add_export(CLI::App& program, context& run) {
     command->add_option("--all", options->all, "Write all stamps of all devices into a directory")
         ->type_name("DIR");
     command->add_flag("--force", options->force, "Replace files that exist");
+    add_lock_option(*command, run);
     command->callback([&run, options] {
         _require_usable(run, *options);
         if (options->all.empty())

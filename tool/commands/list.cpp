@@ -56,6 +56,7 @@ void add_list(CLI::App& program, context& run) {
     auto device = std::make_shared<device_choice>();
     CLI::App* command = program.add_subcommand("list", "List the stamps");
     add_device_options(*command, *device);
+    add_lock_option(*command, run);
     command->callback([&run, device] { _list(run, *device); });
 }
 

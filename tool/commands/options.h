@@ -17,6 +17,8 @@ struct common_options {
     std::string password_file;
     int password_fd = -1;
     double timeout = 10;
+    /** Of the commands that only read. */
+    bool no_lock = false;
 };
 
 }  // namespace vemra::tool

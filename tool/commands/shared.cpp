@@ -11,6 +11,11 @@ void add_device_options(CLI::App& command, device_choice& device) {
         ->type_name("N");
 }
 
+CLI::Option* add_lock_option(CLI::App& command, context& run) {
+    return command.add_flag("--no-lock", run.options.no_lock,
+                            "Do not wait for another run that is changing the device");
+}
+
 void warn_of_errors(context& run) {
     for (const std::string& error : run.tokens().errors()) {
         run.out.warn(printable(error));

@@ -32,6 +32,7 @@ void add_sheet(CLI::App& program, context& run) {
         ->required()
         ->type_name("FILE.html");
     command->add_flag("--force", options->force, "Replace a page that exists");
+    add_lock_option(*command, run);
     command->callback([&run, options] { _sheet(run, *options); });
 }
 

@@ -107,6 +107,7 @@ void add_show(CLI::App& program, context& run) {
     CLI::App* command = program.add_subcommand("show", "Tell everything about one stamp");
     command->add_option("SELECTOR", options->selector, "The stamp")->required();
     command->add_flag("--preview", options->preview, "Draw it in the terminal, through chafa");
+    add_lock_option(*command, run);
     command->callback([&run, options] { _show(run, *options); });
 }
 

@@ -7,9 +7,9 @@ namespace vemra::tool {
 namespace {
 
 void _verify(context& run, const device_choice& wanted) {
-    const locked_device device(run.tokens(), run.tokens().find_device(wanted));
-    run.tokens().verify_password(device.id());
-    run.result["device"] = device_json(device.id());
+    const device_id device = run.tokens().find_device(wanted);
+    lock_with_password(run.tokens(), device, [](const locked_device&) {});
+    run.result["device"] = device_json(device);
     run.result["right"] = true;
     run.out.print("right\n");
 }

@@ -32,6 +32,11 @@ struct stamp {
     device_id device;
 };
 
+/** Whether both stand in the same place of the same device, whatever they hold. */
+inline bool is_same_place(const stamp& left, const stamp& right) {
+    return left.uuid == right.uuid && left.device == right.device;
+}
+
 /** What an enumeration gave. */
 struct stamp_list {
     /** The status of the enumeration; 1 when the list is usable. */

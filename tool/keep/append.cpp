@@ -1,11 +1,22 @@
 #include "keep/append.h"
 
-#include <utility>
+#include <vector>
 
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/mapping_record.h"
+#include "keep/read_locks.h"
 
 namespace vemra::tool {
+
+namespace {
+
+std::vector<stamp> _listed(session& tokens, const device_id& device) {
+    const read_locks lock(tokens, {device});
+    return read_mapping(tokens, device).listed_stamps();
+}
+
+}  // namespace
 
 pictured_stamp append_stamp(session& tokens, const append_request& request) {
     const offer offered = make_offer(request.name, request.data);
@@ -13,12 +24,18 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     require_storable(tokens, offered, {}, request.waived);
     warn_of_doubts(tokens.served(), offered);
 
-    locked_device device(tokens, tokens.find_device(request.device));
-    require_storable(tokens, offered, device.stamps(), request.waived);
-    if (device.stamps().size() >= static_cast<std::size_t>(stamp_slots)) {
-        throw failure(exit_code::device_full, describe(device.id()) + " holds five stamps already");
-    }
-    authorised_change change = authorise(std::move(device));
+    const device_id id = tokens.find_device(request.device);
+    const auto require_room = [&](const std::vector<stamp>& held) {
+        require_storable(tokens, offered, held, request.waived);
+        if (held.size() < static_cast<std::size_t>(stamp_slots)) return;
+        throw failure(exit_code::device_full, describe(id) + " holds five stamps already");
+    };
+    // What the names speak against is told before a password is asked.
+    require_room(_listed(tokens, id));
+    authorised_change change = authorise(tokens, id, [&](locked_device& device) {
+        require_room(device.stamps());
+        return 1;
+    });
     return {change.append(request.name, request.data), offered.seen};
 }
 

@@ -119,12 +119,14 @@ void _require_verified(int status, const std::string& cause,
 
 }  // namespace
 
-authorised_change authorise(locked_device device, std::size_t changes) {
+authorised_change authorise(session& tokens, const device_id& device,
+                            const change_look_up& wanted) {
     _heed_signals();
-    session& tokens = device.tokens();
-    tokens.verify_password(device.id());
-    tokens.served().detail("the password of " + describe(device.id()) + " is right");
-    return {std::move(device), changes};
+    std::size_t changes = 0;
+    locked_device locked = lock_with_password(
+        tokens, device, [&](locked_device& looked_at) { changes = wanted(looked_at); });
+    tokens.served().detail("the password of " + describe(device) + " is right");
+    return {std::move(locked), changes};
 }
 
 authorised_change::authorised_change(locked_device device, std::size_t changes)

@@ -21,6 +21,9 @@
 
 namespace vemra::tool {
 
+/** A look_up that tells how many changes there will be, for showing how far they are. */
+using change_look_up = std::function<std::size_t(locked_device& device)>;
+
 class authorised_change {
 public:
     /* Failures: (device_full), (failed) when the device refused, (check_failed) when what it holds
@@ -36,7 +39,8 @@ public:
     const locked_device& device() const { return device_; }
 
 private:
-    friend authorised_change authorise(locked_device device, std::size_t changes);
+    friend authorised_change authorise(session& tokens, const device_id& device,
+                                       const change_look_up& wanted);
 
     using write_call = std::function<int(tokens& all, const char* password)>;
     /** Reads the device and tells how it differs from what it should hold. */
@@ -63,9 +67,10 @@ private:
 };
 
 /**
- * Has the password verified; throws as session::verify_password does, or (interrupted), and nothing
- * was changed then. `changes` is how many there will be, for showing how far they are.
+ * Locks the device with its password, see lock_with_password(); throws as that does, or
+ * (interrupted), and nothing was changed then.
  */
-[[nodiscard]] authorised_change authorise(locked_device device, std::size_t changes = 1);
+[[nodiscard]] authorised_change authorise(session& tokens, const device_id& device,
+                                          const change_look_up& wanted);
 
 }  // namespace vemra::tool

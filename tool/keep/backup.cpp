@@ -2,9 +2,9 @@
 
 #include "basics/text.h"
 #include "keep/describe.h"
-#include "keep/device_lock.h"
 #include "keep/mapping_record.h"
 #include "keep/pictured_stamp.h"
+#include "keep/read_locks.h"
 
 namespace vemra::tool {
 
@@ -17,6 +17,7 @@ std::vector<stamp> _read(session& tokens, const device_id& device) {
 
 backup _collect(session& tokens, const device_id& device) {
     backup made{{device.serial, device.type, {}}, true};
+    const read_locks lock(tokens, {device});
     const std::vector<stamp> stamps = _read(tokens, device);
     for (const std::string& error : tokens.errors()) {
         tokens.served().warn(printable(error));
@@ -39,7 +40,6 @@ backup _collect(session& tokens, const device_id& device) {
 }  // namespace
 
 backup write_backup(session& tokens, const device_id& device, const std::string& directory) {
-    const device_lock lock(device, device_lock::kind::shared, tokens.lock_timeout());
     backup made = _collect(tokens, device);
     write_archive(directory, made.kept);
     return made;

@@ -6,7 +6,7 @@
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
-#include "keep/device_lock.h"
+#include "keep/read_locks.h"
 
 namespace vemra::tool {
 
@@ -142,12 +142,17 @@ bool device_contents::may_have_bytes(unsigned int slot) const {
     return slots.count(number) > 0 || _holds(unreadable_slots, number);
 }
 
+bool device_contents::holds_the_same(const device_contents& other) const {
+    return record.bytes == other.record.bytes && slots == other.slots &&
+           unreadable_slots == other.unreadable_slots;
+}
+
 device_contents check_device(const locked_device& device) {
     return _check(device.tokens(), device.id());
 }
 
 device_contents check_device(session& tokens, const device_id& device) {
-    const device_lock lock(device, device_lock::kind::shared, tokens.lock_timeout());
+    const read_locks lock(tokens, {device});
     return _check(tokens, device);
 }
 

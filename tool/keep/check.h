@@ -41,6 +41,7 @@ struct device_contents {
     bool is_sealed(int slot) const;
     /** What cannot be read may have some. */
     bool may_have_bytes(unsigned int slot) const;
+    bool holds_the_same(const device_contents& other) const;
 };
 
 /**

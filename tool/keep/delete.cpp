@@ -43,11 +43,13 @@ void delete_stamps(session& tokens, const selection& chosen,
     std::size_t deleted = 0;
     try {
         for (const auto& [id, stamps] : chosen) {
-            locked_device device(tokens, id);
-            for (const stamp& one : stamps) {
-                _require_unchanged(device, one);
-            }
-            authorised_change change = authorise(std::move(device), stamps.size());
+            const std::vector<stamp>& removed = stamps;
+            authorised_change change = authorise(tokens, id, [&](locked_device& device) {
+                for (const stamp& one : removed) {
+                    _require_unchanged(device, one);
+                }
+                return removed.size();
+            });
             for (const stamp& one : stamps) {
                 change.remove(one);
                 ++deleted;

@@ -6,6 +6,7 @@
 #include "basics/text.h"
 #include "keep/describe.h"
 #include "keep/mapping_record.h"
+#include "keep/read_locks.h"
 
 namespace vemra::tool {
 
@@ -20,9 +21,12 @@ bool _is_whole(session& tokens, const device_id& device, const stamp_list& list)
 }  // namespace
 
 stamp_list list_stamps(session& tokens, const device_choice& choice) {
+    const std::vector<device_id> meant =
+        choice.is_open() ? tokens.devices() : std::vector<device_id>{tokens.find_device(choice)};
+    const read_locks locks(tokens, meant);
     const auto shown = tokens.served().show({"reading stamps"});
-    if (choice.is_open()) return tokens.stamps();
-    return tokens.stamps(tokens.find_device(choice));
+    if (meant.size() == 1) return tokens.stamps(meant.front());
+    return tokens.stamps();
 }
 
 std::vector<stamp> stamps_for_selection(session& tokens) {

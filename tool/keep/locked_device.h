@@ -1,6 +1,7 @@
 /** A device that no other run of the tool changes meanwhile. Nothing can be written to it yet. */
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -30,5 +31,16 @@ private:
     device_lock lock_;
     std::optional<std::vector<stamp>> stamps_;
 };
+
+/** Looks at what a device holds under its lock; throws when that speaks against a change. */
+using look_up = std::function<void(locked_device& device)>;
+
+/**
+ * Locks a device whose password the person knows. No lock is held while they are asked: the device
+ * is locked, looked up and the password verified; a wrong one unlocks it, and all is done again as
+ * long as they want and the device allows it. Throws as locked_device, look_up and
+ * session::verify_password do, and failure (wrong_password).
+ */
+locked_device lock_with_password(session& tokens, const device_id& device, const look_up& wanted);
 
 }  // namespace vemra::tool

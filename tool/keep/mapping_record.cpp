@@ -12,6 +12,14 @@ std::vector<int> mapping_record::listed_slots() const {
     return slots;
 }
 
+std::vector<stamp> mapping_record::listed_stamps() const {
+    std::vector<stamp> stamps;
+    for (const auto& [slot, name] : entries) {
+        if (is_stamp_slot(slot)) stamps.push_back({"", name, {}, {}});
+    }
+    return stamps;
+}
+
 int mapping_record::lowest_free_slot() const {
     return app::stamp::lowest_free_slot({entries.begin(), entries.end()}).value_or(0);
 }

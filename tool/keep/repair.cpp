@@ -6,6 +6,7 @@
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/authorised_change.h"
+#include "keep/describe.h"
 #include "keep/storing_rule.h"
 
 namespace vemra::tool {
@@ -25,14 +26,6 @@ std::string _made_name(const stamp_mapping& mapping, int slot) {
         name = first + "-" + std::to_string(number);
     }
     return name;
-}
-
-std::vector<stamp> _listed(const stamp_mapping& mapping) {
-    std::vector<stamp> stamps;
-    for (const auto& [slot, name] : mapping) {
-        stamps.push_back({"", name, {}, {}});
-    }
-    return stamps;
 }
 
 class planner {
@@ -74,7 +67,7 @@ private:
         const std::string name = is_given ? given->second : _made_name(entries, slot);
         const offer offered = make_offer(name, bytes);
         std::string doubts;
-        for (const objection& one : objections_to(tokens_, offered, _listed(entries))) {
+        for (const objection& one : objections_to(tokens_, offered, plan_.list.listed_stamps())) {
             if (one.what == objection::kind::no_picture) {
                 doubts += ", although " + one.text;
             } else if (is_given) {
@@ -117,9 +110,13 @@ repair_plan plan_repair(session& tokens, const device_contents& contents,
     return planner(tokens, contents, given_names).plan();
 }
 
-std::vector<finding> repair_device(locked_device device, const device_contents& contents,
-                                   const repair_plan& plan) {
-    authorised_change change = authorise(std::move(device));
+std::vector<finding> repair_device(session& tokens, const device_id& id,
+                                   const device_contents& contents, const repair_plan& plan) {
+    authorised_change change = authorise(tokens, id, [&](const locked_device& device) {
+        if (check_device(device).holds_the_same(contents)) return 1;
+        throw failure(exit_code::failed, "another run has changed " + describe(id) +
+                                             " since the repair was planned; nothing was changed");
+    });
     change.write_list(contents.record, plan.list);
     return check_device(change.device()).findings;
 }

@@ -28,9 +28,10 @@ repair_plan plan_repair(session& tokens, const device_contents& contents,
 
 /**
  * Keeps the old list with all its stamps, writes the planned one and verifies it. Returns what
- * findings remain. Throws as authorise() and authorised_change do.
+ * findings remain. Throws as authorise() and authorised_change do, and failure (failed) when the
+ * device does not hold what the plan was made for any more.
  */
-std::vector<finding> repair_device(locked_device device, const device_contents& contents,
-                                   const repair_plan& plan);
+std::vector<finding> repair_device(session& tokens, const device_id& id,
+                                   const device_contents& contents, const repair_plan& plan);
 
 }  // namespace vemra::tool

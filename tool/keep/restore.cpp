@@ -2,18 +2,25 @@
 
 #include <algorithm>
 #include <string>
-#include <utility>
 
 #include "basics/text.h"
 #include "keep/after_changes.h"
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/listing.h"
+#include "keep/read_locks.h"
 
 namespace vemra::tool {
 
 namespace {
 
 using action = restore_item::action;
+
+std::vector<stamp> _present(session& tokens, const device_id& device) {
+    const read_locks lock(tokens, {device});
+    const auto shown = tokens.served().show({"reading " + describe(device)});
+    return whole_list(tokens, device);
+}
 
 bool _is_change(const restore_item& item) {
     return item.what == action::append || item.what == action::replace;
@@ -49,17 +56,23 @@ device_id restore_target(session& tokens, const archive& kept, const device_choi
 
 void restore_backup(session& tokens, const device_id& device, const archive& kept, bool replace,
                     const std::function<void(const restore_item&)>& tell) {
-    locked_device locked(tokens, device);
     const storing_judge judge = [&](const offer& offered, const std::vector<stamp>& others) {
         return objections_to(tokens, offered, others);
     };
-    std::vector<restore_item> items = plan_restore(kept, locked.stamps(), replace, judge);
+    std::vector<restore_item> items;
+    const auto plan = [&](const std::vector<stamp>& present) {
+        items = plan_restore(kept, present, replace, judge);
+        return static_cast<std::size_t>(std::count_if(items.begin(), items.end(), _is_change));
+    };
+    if (plan(_present(tokens, device)) == 0) {
+        std::for_each(items.begin(), items.end(), tell);
+        return;
+    }
+    authorised_change change =
+        authorise(tokens, device, [&](locked_device& locked) { return plan(locked.stamps()); });
     for (const restore_item& item : items) {
         if (!_is_change(item)) tell(item);
     }
-    const auto changes = std::count_if(items.begin(), items.end(), _is_change);
-    if (changes == 0) return;
-    authorised_change change = authorise(std::move(locked), static_cast<std::size_t>(changes));
     std::size_t done = 0;
     try {
         for (restore_item& item : items) {

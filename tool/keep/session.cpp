@@ -48,8 +48,12 @@ failure _refusal(const password_answer& answer) {
 
 }  // namespace
 
-session::session(trace& printed, person& served, double lock_timeout)
-    : tokens_(load_tokens()), trace_(printed), served_(served), lock_timeout_(lock_timeout) {}
+session::session(trace& printed, person& served, const lock_rule& locking)
+    : tokens_(load_tokens()), trace_(printed), served_(served), locking_(locking) {}
+
+lock_deadline session::deadline() const {
+    return std::chrono::steady_clock::now() + std::chrono::duration<double>(locking_.timeout);
+}
 
 void session::call(const std::function<void(tokens&)>& made) {
     struct taker {
@@ -113,16 +117,17 @@ stamp_list session::stamps(const std::optional<device_id>& only) {
     throw failure(exit_code::failed, "the stamps cannot be listed: " + cause(), {cause()});
 }
 
-void session::verify_password(const device_id& device) {
-    for (;;) {
-        served_.give_password(device, password_);
-        password_answer answer;
-        call([&](tokens& all) { answer = all.verify_password(device, password_.c_str()); });
-        if (answer.result == 1) return;
-        const failure refusal = _refusal(answer);
-        if (refusal.code() != exit_code::wrong_password) throw refusal;
-        if (!served_.try_again(answer.retries)) throw refusal;
-    }
+void session::ask_password(const device_id& device) {
+    served_.give_password(device, password_);
+}
+
+std::optional<failure> session::verify_password(const device_id& device) {
+    password_answer answer;
+    call([&](tokens& all) { answer = all.verify_password(device, password_.c_str()); });
+    if (answer.result == 1) return std::nullopt;
+    failure refusal = _refusal(answer);
+    if (refusal.code() != exit_code::wrong_password) throw refusal;
+    return refusal;
 }
 
 }  // namespace vemra::tool

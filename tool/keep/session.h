@@ -8,8 +8,10 @@
 #include <utility>
 #include <vector>
 
+#include "basics/failure.h"
 #include "basics/secret.h"
 #include "device_module/tokens.h"
+#include "keep/device_lock.h"
 #include "keep/person.h"
 #include "keep/trace.h"
 
@@ -26,10 +28,18 @@ struct device_choice {
     }
 };
 
+/** How runs of the tool wait for each other. */
+struct lock_rule {
+    /** Seconds to wait for another run. */
+    double timeout = 10;
+    /** Whether readers wait for writers, and keep them off. */
+    bool readers_wait = true;
+};
+
 class session {
 public:
     /** Loads what reaches the tokens; throws failure (no_device) when a library is missing. */
-    session(trace& printed, person& served, double lock_timeout);
+    session(trace& printed, person& served, const lock_rule& locking);
 
     /** Puts a question to the tokens. Throws failure (failed) with the device's cause. */
     template <typename Question>
@@ -44,22 +54,29 @@ public:
     /** The only one that is meant; throws failure (no_device), or (usage) when there are several.
      */
     device_id find_device(const device_choice& choice);
-    /** The stamps of one device or of all. Errors of single stamps are in errors() afterwards. */
+    /**
+     * The stamps of one device or of all, as the public interface lists them. Errors of single
+     * stamps are in errors() afterwards.
+     */
     stamp_list stamps(const std::optional<device_id>& only = std::nullopt);
 
+    /** Has the person give the device's password. Throws failure (usage) when there is none. */
+    void ask_password(const device_id& device);
     /**
-     * Has the person give the device's password until it is right. Throws failure (wrong_password),
-     * (locked), (failed) when the device does not tell, or (usage) when there is no password.
+     * Has the device verify what was given last; a wrong one costs an attempt. Nothing when it is
+     * right, the refusal (wrong_password) while attempts are left. Throws failure (locked), or
+     * (failed) when the device does not tell.
      */
-    void verify_password(const device_id& device);
+    std::optional<failure> verify_password(const device_id& device);
 
     /** What the library reported during the last call, and the cause in its last report. */
     const std::vector<std::string>& errors() const { return errors_; }
     std::string cause() const;
 
     person& served() const { return served_; }
-    /** Seconds to wait for another run. */
-    double lock_timeout() const { return lock_timeout_; }
+    const lock_rule& locking() const { return locking_; }
+    /** When waiting that begins now ends. */
+    lock_deadline deadline() const;
 
 private:
     friend class authorised_change;
@@ -73,7 +90,7 @@ private:
     std::unique_ptr<tokens> tokens_;
     trace& trace_;
     person& served_;
-    double lock_timeout_;
+    lock_rule locking_;
     secret password_;
     std::vector<std::string> errors_;
 };
