@@ -23,10 +23,12 @@ terminal::terminal() : device_(open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY)) 
 bool terminal::confirm(const std::string& question) {
     _say(device_.get(), question + " [y/N] ");
     std::string answer;
-    for (char byte = 0; read(device_.get(), &byte, 1) == 1 && byte != '\n';) {
+    bool is_line = false;
+    for (char byte = 0; !is_line && read(device_.get(), &byte, 1) == 1;) {
+        is_line = byte == '\n';
         answer += byte;
     }
-    return !answer.empty() && (answer.front() == 'y' || answer.front() == 'Y');
+    return is_line && (answer.front() == 'y' || answer.front() == 'Y');
 }
 
 bool terminal::ask_secret(const std::string& question, secret& answer) {
