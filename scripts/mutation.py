@@ -1,9 +1,13 @@
-"""Makes small wrong changes to src/, one at a time, and tells which of them the tests do not notice.
+"""Makes small wrong changes to one area, one at a time, and tells which of them the tests do not notice.
 
-Works in copies of the last commit under --work, one for each processor, never in the checkout. A run
-goes on where an earlier one over the same sources and tests stopped. Exits 1 while a rule has fewer
-than 95 % noticed, a survivor that docs/measured/mutation_explained.txt does not explain, or mutants
-that were not tried.
+The areas are src, softtoken and tool. Works in copies of the last commit under --work, one for each
+job, never in the checkout. A run goes on where an earlier one over the same sources and tests
+stopped. Exits 1 while a rule has fewer than 95 % noticed, a survivor that
+docs/measured/mutation_explained.txt does not explain, or mutants that were not tried.
+
+With --verdicts before and after a change of the tests, and one seed, --compare tells what became of
+every change that was noticed: which test notices it now, where another did, and what none does. It
+exits 1 when a change that was noticed is not noticed, or was not tried.
 """
 
 import argparse
@@ -17,51 +21,44 @@ import sys
 import tempfile
 import threading
 import time
-from collections import defaultdict
+from collections import Counter, defaultdict
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 sys.dont_write_bytecode = True
-from mutation_rules import RULES  # noqa: E402
+from mutation_areas import AREAS, must_run, run  # noqa: E402
 
 root = Path(__file__).resolve().parent.parent
-# The fast test programs with their folders, in the order in which they are asked, after the one that
-# the changed layer, or file, has for itself.
-programs = {"api_tests": "api", "core_tests": "core", "vemra_crypto_cpp_tests": "vemra_crypto_cpp",
-            "base_tests": "base", "model_tests": "model"}
-own_programs = {"base": "base_tests", "vemra_crypto_cpp": "vemra_crypto_cpp_tests", "core": "core_tests",
-                "VEMRA_APP_STAMP.cpp": "api_tests"}
 # Fast to compile, and a wrong use of the standard library ends the test.
 compiler_flags = "-O0 -D_GLIBCXX_ASSERTIONS"
-test_seconds = 120
-# A change can make a loop endless, which may fill the memory or print for ever.
-test_address_space = 4 << 30
+# A failure that does not happen again is chance; after so many the program counts as passed.
+most_chances = 3
 wanted_share = 0.95
 
 
 def parse_arguments():
     parser = argparse.ArgumentParser(prog="scripts/mutate", description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--work", type=Path, default=root / "build" / "mutate", help="folder of the copies")
+    parser.add_argument("--area", choices=AREAS, default="src", help="what is changed (default src)")
+    parser.add_argument("--work", type=Path, help="folder of the copies (default build/mutate/AREA)")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="copies (default one for each processor)")
     parser.add_argument("--minutes", type=float, default=float("inf"), help="stop after this time (default never)")
     parser.add_argument("--per-rule", type=int, default=25, help="most mutants of a rule (default 25)")
-    parser.add_argument("--rule", action="append", choices=sorted(RULES), help="only this rule")
+    parser.add_argument("--seed", type=int, default=0, help="which of them are drawn (default 0)")
+    parser.add_argument("--rule", action="append", help="only this rule")
+    parser.add_argument("--file", action="append", help="only files whose path begins so")
     parser.add_argument("--survivors", action="store_true", help="try the survivors again, and no others")
-    parser.add_argument("--report", type=Path, help="write the result so far there, and do nothing else")
+    parser.add_argument("--report", type=Path, help="write the area's part of this report, and do nothing else")
+    parser.add_argument("--verdicts", type=Path, help="write each verdict, a line of JSON each, and do nothing else")
+    parser.add_argument("--compare", nargs=2, type=Path, metavar=("OLD", "NEW"), help="compare two such files")
     parser.add_argument("--list", action="store_true", help="list the mutants, and do nothing else")
-    return parser.parse_args()
-
-
-def run(command, cwd):
-    """The exit status and output of a command."""
-    done = subprocess.run(command, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
-    return done.returncode, done.stdout.decode(errors="replace")
-
-
-def must_run(command, cwd):
-    status, output = run(command, cwd)
-    if status != 0:
-        sys.exit(f"{' '.join(map(str, command))} failed:\n{output[-3000:]}")
+    arguments = parser.parse_args()
+    arguments.work = arguments.work or root / "build" / "mutate" / arguments.area
+    arguments.area = AREAS[arguments.area]
+    for rule in arguments.rule or []:
+        if rule not in arguments.area.rules:
+            parser.error(f"no rule \"{rule}\"; there are: " + ", ".join(sorted(arguments.area.rules)))
+    return arguments
 
 
 def revision(*names):
@@ -70,38 +67,46 @@ def revision(*names):
     return output.strip() if status == 0 else sys.exit(output)
 
 
-def tried_sources():
+def tried_sources(arguments):
     """Changes whenever a verdict could."""
-    return " ".join(revision(f"HEAD:{folder}") for folder in ("src", "tests", "device_library", "include"))
+    return " ".join(revision(f"HEAD:{folder}") for folder in arguments.area.verdict_depends_on)
 
 
-def all_mutants():
-    """Every change that a rule can make, each with a name that stays while its line stays."""
-    mutants = defaultdict(list)
-    for path in sorted((root / "src").rglob("*.[ch]*")):
-        if path.suffix not in (".cpp", ".h"):
+def all_mutants(area):
+    """Every change that a rule can make, each with a name that stays while its line's text stays."""
+    mutants, seen = defaultdict(list), Counter()
+    for path in sorted((root / area.folder).rglob("*.[ch]*")):
+        if path.suffix not in (".cpp", ".h", ".c"):
             continue
-        text = subprocess.run(["git", "show", f"HEAD:{path.relative_to(root)}"], cwd=root, check=False,
+        name = str(path.relative_to(root))
+        text = subprocess.run(["git", "show", f"HEAD:{name}"], cwd=root, check=False,
                               stdout=subprocess.PIPE).stdout.decode()
         lines = text.split("\n")
-        for rule, changes in RULES.items():
+        for rule, changes in area.rules.items():
             for one in changes(lines):
                 old = lines[one.line : one.line + one.count]
-                key = "\0".join([rule, str(path.relative_to(root)), str(one.line), *old, "", *one.new])
-                mutants[rule].append({
-                    "id": hashlib.sha256(key.encode()).hexdigest()[:12], "rule": rule,
-                    "file": str(path.relative_to(root)), "line": one.line, "old": old, "new": one.new})
+                same = "\0".join([rule, name, *old, "", *one.new])
+                key = f"{same}\0{seen[same]}"
+                seen[same] += 1
+                mutants[rule].append({"id": hashlib.sha256(key.encode()).hexdigest()[:12], "rule": rule,
+                                      "file": name, "line": one.line, "old": old, "new": one.new})
     return mutants
 
 
+def place_in_the_draw(mutant, seed):
+    return hashlib.sha256(f"{seed} {mutant['id']}".encode()).hexdigest() if seed else mutant["id"]
+
+
 def chosen_mutants(arguments):
-    """The first mutants of each rule in the order of their names, which is as good as drawn by lot and
-    hardly changes with the sources."""
+    """The first mutants of each rule in an order that the seed gives, which is as good as drawn by lot
+    and hardly changes with the sources."""
     chosen = []
-    for rule, mutants in all_mutants().items():
+    for rule, mutants in all_mutants(arguments.area).items():
         if arguments.rule and rule not in arguments.rule:
             continue
-        chosen += sorted(mutants, key=lambda mutant: mutant["id"])[: arguments.per_rule]
+        mutants = [m for m in mutants if not arguments.file or m["file"].startswith(tuple(arguments.file))]
+        mutants.sort(key=lambda mutant: place_in_the_draw(mutant, arguments.seed))
+        chosen += mutants[: arguments.per_rule]
     # Rule by turns, so that a run that is cut short has tried some of each.
     order = defaultdict(int)
     for mutant in chosen:
@@ -125,45 +130,22 @@ def refresh(source):
 class copy_of_the_sources:
     """A copy of the last commit, built, whose tests pass before anything is changed."""
 
-    def __init__(self, folder):
+    def __init__(self, area, folder, jobs):
+        self.area, self.jobs = area, jobs
         self.source, self.build = folder / "source", folder / "build"
         refresh(self.source)
         must_run(["cmake", "--preset", "dev", "-B", self.build, "-DCMAKE_BUILD_TYPE=Debug",
                   "-DVEMRA_WARNINGS_AS_ERRORS=OFF", "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
-                  "-DVEMRA_BUILD_SOFTTOKEN=OFF", "-DVEMRA_BUILD_TOOL=OFF", "-DVEMRA_BUILD_BENCH=OFF",
-                  f"-DCMAKE_CXX_FLAGS_DEBUG={compiler_flags}"], self.source)
-        self.alone = {}
-        for name in programs:
-            must_run(self.build_command(name), self.source)
-            self.alone[name] = self.failing_tests(name)
-            if not self.passes(name):
-                sys.exit(f"{name} fails before anything is changed")
+                  "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST", "-DVEMRA_BUILD_BENCH=OFF",
+                  "-DVEMRA_BUILD_TESTS=ON", *area.options, f"-DCMAKE_CXX_FLAGS_DEBUG={compiler_flags}"],
+                 self.source)
+        must_run(self.build_command(area.build_targets), self.source)
+        self.programs = area.programs(self.build, self.source)
+        for program in self.programs:
+            program.prepare(self.build)
 
-    def build_command(self, target):
-        return ["cmake", "--build", self.build, "--parallel", str(os.cpu_count()), "--target", target]
-
-    def test_command(self, name, *arguments):
-        return ["prlimit", f"--as={test_address_space}", self.build / "tests" / programs[name] / name,
-                "--gtest_brief=1", *arguments]
-
-    def failing_tests(self, name):
-        """Tests that fail behind others in one process, where uuids stay known; alone they pass."""
-        output = run(self.test_command(name), self.build)[1]
-        return sorted(set(re.findall(r"^\[  FAILED  \] (\w+\.\w+)", output, re.M)))
-
-    def succeeds(self, name, *arguments):
-        """A time-out counts as a failure."""
-        try:
-            done = subprocess.run(self.test_command(name, *arguments), cwd=self.build, timeout=test_seconds,
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False)
-            return done.returncode == 0
-        except subprocess.TimeoutExpired:
-            return False
-
-    def passes(self, name):
-        others = "--gtest_filter=-" + ":".join(self.alone[name])
-        return self.succeeds(name, "--gtest_fail_fast", others) and all(
-            self.succeeds(name, "--gtest_filter=" + test) for test in self.alone[name])
+    def build_command(self, targets):
+        return ["cmake", "--build", self.build, "--parallel", str(self.jobs), "--target", *targets]
 
     def judge(self, mutant):
         """Tries one mutant and puts the source back."""
@@ -174,17 +156,30 @@ class copy_of_the_sources:
         lines[at : at + len(old)] = mutant["new"]
         try:
             path.write_text("\n".join(lines))
-            return self.verdict(own_programs.get(path.name) or own_programs[path.parent.name])
+            return self.verdict(self.area.first_of(path.relative_to(self.source), self.source))
         finally:
             path.write_text(original)
 
-    def verdict(self, own_program):
-        for name in [own_program] + [name for name in programs if name != own_program]:
-            if run(self.build_command(name), self.source)[0] != 0:
-                return "does not build"
-            if not self.passes(name):
-                return f"noticed by {name}"
-        return "survived"
+    def verdict(self, first):
+        """The verdict, and the test that failed first."""
+        shared = [] if any(program.targets for program in self.programs) else self.area.build_targets
+        if shared and run(self.build_command(shared), self.source)[0] != 0:
+            return "does not build", None
+        order = list(first)
+        for program in sorted(self.programs, key=lambda each: order.index(each.name) if each.name in order else 99):
+            if program.targets and run(self.build_command(program.targets), self.source)[0] != 0:
+                return "does not build", None
+            test = self.failing_test(program, first.get(program.name, []))
+            if test:
+                return f"noticed by {program.name}", test
+        return "survived", None
+
+    def failing_test(self, program, first):
+        for _ in range(most_chances):
+            test = program.first_failure(self.build, first)
+            if not test or program.fails(self.build, test):
+                return test
+        return None
 
 
 def results_file(arguments):
@@ -195,7 +190,7 @@ def read_results(arguments):
     """The last verdict on each mutant of these sources."""
     results = {}
     if results_file(arguments).exists():
-        sources = tried_sources()
+        sources = tried_sources(arguments)
         for line in results_file(arguments).read_text().splitlines():
             result = json.loads(line)
             if result["sources"] == sources:
@@ -215,29 +210,34 @@ class queue_of_mutants:
         self.mutants = iter(mutants)
         self.end = time.monotonic() + arguments.minutes * 60
         self.results = results_file(arguments)
-        self.tried_at = {"commit": revision("HEAD"), "sources": tried_sources()}
+        self.tried_at = {"commit": revision("HEAD"), "sources": tried_sources(arguments)}
         self.lock = threading.Lock()
 
     def next(self):
         with self.lock:
             return None if time.monotonic() > self.end else next(self.mutants, None)
 
-    def keep(self, mutant, verdict):
-        mutant.update(self.tried_at, verdict=verdict)
+    def keep(self, mutant, verdict, test, seconds):
+        mutant.update(self.tried_at, verdict=verdict, test=test, seconds=round(seconds, 1))
         with self.lock, self.results.open("a") as results:
-            print(f"{verdict:<32} {mutant['rule']:<18} {mutant['file']}:{mutant['line'] + 1}", flush=True)
+            print(f"{verdict:<28} {mutant['rule']:<18} {mutant['file']}:{mutant['line'] + 1} "
+                  f"{test or ''} {seconds:.0f} s", flush=True)
             results.write(json.dumps(mutant) + "\n")
 
     def try_in(self, sources):
         while (mutant := self.next()) is not None:
-            self.keep(mutant, sources.judge(mutant))
+            began = time.monotonic()
+            verdict, test = sources.judge(mutant)
+            self.keep(mutant, verdict, test, time.monotonic() - began)
 
 
 def try_mutants(arguments, mutants):
     waiting = waiting_mutants(arguments, mutants, "survived" if arguments.survivors else "not tried")
     if not waiting:
         return
-    copies = [copy_of_the_sources(arguments.work / str(number)) for number in range(os.cpu_count())]
+    arguments.work.mkdir(parents=True, exist_ok=True)
+    jobs = range(min(arguments.jobs, len(waiting)))
+    copies = [copy_of_the_sources(arguments.area, arguments.work / str(number), arguments.jobs) for number in jobs]
     queue = queue_of_mutants(arguments, waiting)
     with ThreadPoolExecutor(len(copies)) as workers:
         for done in [workers.submit(queue.try_in, copy) for copy in copies]:
@@ -285,28 +285,47 @@ def summarise(arguments, mutants):
     return rows
 
 
+introduction = """# Mutation
+
+`scripts/mutate --area AREA` makes small wrong changes to `src/`, `softtoken/` or `tool/`, a choice for each
+rule that the seed fixes, one at a time, and asks the tests of that area. This is the last result of each,
+written by `scripts/mutate --area AREA --report docs/measured/mutation.md`. The reasons are kept in
+`docs/measured/mutation_explained.txt`. At least 95 % noticed is the limit for each rule of each area.
+Changes that do not build are not counted, and those that are none by construction are not made: a dropped
+`va_end`, which the compilers turn into nothing, two exchanged returns whose conditions exclude each other,
+and two exchanged assignments or copies that neither name what the other sets nor call anything that could
+fail or be seen.
+"""
+
+
+def write_report(arguments, text):
+    """Replaces the part of the area, and leaves the others."""
+    found = arguments.report.read_text() if arguments.report.exists() else ""
+    parts = {name: body for name, body in re.findall(r"^## (\w+)/\n(.*?)(?=^## |\Z)", found, re.M | re.S)}
+    parts[arguments.area.name] = "\n" + text
+    arguments.report.write_text(introduction + "".join(
+        f"\n## {name}/\n{parts[name].rstrip()}\n" for name in AREAS if name in parts))
+
+
 def report(arguments, rows, explanations):
     commits = sorted(set().union(*(row["commits"] for row in rows.values())))
-    yield "# Mutation\n"
-    yield ("`scripts/mutate` makes small wrong changes to `src/`, a fixed choice for each rule, one at a time, "
-           "and runs\n" + ", ".join(f"`{name}`" for name in programs) + " over each.\nThis is its last "
-           "result, written by `scripts/mutate --report docs/measured/mutation.md`. The reasons are kept in\n"
-           "`docs/measured/mutation_explained.txt`. Changes that do not build are not counted, and those that "
-           "are none\nby construction are not made: a dropped `va_end`, which the compilers turn into nothing, two exchanged "
-           "returns whose\nconditions exclude each other, and two exchanged assignments or copies that neither name what "
-           "the other sets nor\ncall anything that could fail or be seen.\n")
     waiting = sum(row["waiting"] for row in rows.values())
-    yield (f"At most {arguments.per_rule} of each rule, tried at commit " + ", ".join(commits) + "; " +
-           (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))
-    yield "| Rule | Tried | Noticed | Share | Survived, explained | Survived |"
-    yield "|---|---:|---:|---:|---:|---:|"
+    yield (f"At most {arguments.per_rule} of each rule, seed {arguments.seed}, tried at commit " +
+           ", ".join(commits) + "; " + (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))
+    if arguments.area.slow_tests:
+        slow = ", ".join(f"`{test}`" for test in arguments.area.slow_tests)
+        yield f"Not asked, since they would take most of the time: {slow}.\n"
+    yield "| Rule | Tried | Noticed | Share | Survived, explained | Survived | Not tried |"
+    yield "|---|---:|---:|---:|---:|---:|---:|"
     for rule, row in sorted(rows.items()):
         yield table_line(rule, row, explanations)
-    everything = {"tried": sum(row["tried"] for row in rows.values()),
-                  "noticed": sum(row["noticed"] for row in rows.values()),
-                  "survivors": [m for _, row in sorted(rows.items()) for m in row["survivors"]]}
+    everything = {name: sum(row[name] for row in rows.values()) for name in ("tried", "noticed", "waiting")}
+    everything["survivors"] = [m for _, row in sorted(rows.items()) for m in row["survivors"]]
     yield table_line("all", everything, explanations) + "\n"
-    yield "## Survivors\n" if everything["survivors"] else "No mutant survived."
+    bad = sorted(rule for rule, row in rows.items() if row["noticed"] < wanted_share * row["tried"])
+    if bad:
+        yield "Below the limit: " + ", ".join(bad) + ".\n"
+    yield "### Survivors\n" if everything["survivors"] else "No mutant survived."
     for mutant in everything["survivors"]:
         yield (f"- {mutant['rule']}, `{mutant['file']}`: `{mutant['old'][0].strip()}` became "
                f"`{new_text(mutant)}`. " + (explanation_of(mutant, explanations) or "Not explained."))
@@ -316,7 +335,7 @@ def table_line(rule, row, explanations):
     explained = sum(1 for m in row["survivors"] if explanation_of(m, explanations))
     share = f"{row['noticed'] / row['tried']:.1%}" if row["tried"] else ""
     return (f"| {rule} | {row['tried']} | {row['noticed']} | {share} | "
-            f"{explained} | {len(row['survivors']) - explained} |")
+            f"{explained} | {len(row['survivors']) - explained} | {row['waiting']} |")
 
 
 def is_good(row, explanations):
@@ -324,20 +343,66 @@ def is_good(row, explanations):
             all(explanation_of(mutant, explanations) for mutant in row["survivors"]))
 
 
+def write_verdicts(arguments, mutants):
+    """A line of JSON for each: what was changed, the verdict, and the test that failed first."""
+    known = read_results(arguments)
+    names = ("id", "rule", "file", "line", "old", "new")
+    with arguments.verdicts.open("w") as file:
+        for mutant in mutants:
+            result = known.get(mutant["id"], {})
+            told = {name: mutant[name] for name in names}
+            told |= {"area": arguments.area.name, "seed": arguments.seed,
+                     "verdict": result.get("verdict", "not tried"), "test": result.get("test")}
+            file.write(json.dumps(told) + "\n")
+
+
+def is_noticed(told):
+    return told is not None and told["verdict"].startswith("noticed")
+
+
+def compare(old_path, new_path):
+    """True when all that was noticed still is; tells, for each test that was the first, which is now."""
+    old, new = ({told["id"]: told for told in map(json.loads, path.read_text().splitlines())}
+                for path in (old_path, new_path))
+    lost, instead = [], defaultdict(Counter)
+    for name, was in old.items():
+        if not is_noticed(was):
+            continue
+        now = new.get(name)
+        if not is_noticed(now):
+            lost.append((was, now["verdict"] if now else "not drawn"))
+        elif now["test"] != was["test"]:
+            instead[was["test"]][now["test"]] += 1
+    noticed = sum(map(is_noticed, old.values()))
+    print(f"{noticed} were noticed, {noticed - len(lost)} still are; for {len(instead)} tests another one is the "
+          "first to fail.")
+    for test, others in sorted(instead.items()):
+        print(f"{test}: now " + ", ".join(f"{other} ({count})" for other, count in sorted(others.items())))
+    for was, verdict in lost:
+        print(f"LOST {was['id']} {was['rule']}, {was['file']}: {was['old'][0].strip()} -> {new_text(was)}: "
+              f"was noticed by {was['test']}, is {verdict}")
+    return not lost and noticed > 0
+
+
 def main():
     arguments = parse_arguments()
+    if arguments.compare:
+        return 0 if compare(*arguments.compare) else 1
     mutants = chosen_mutants(arguments)
     if arguments.list:
         for mutant in mutants:
             print(f"{mutant['rule']:<18} {mutant['file']}:{mutant['line'] + 1}: {mutant['old'][0].strip()} -> "
                   f"{new_text(mutant)}")
         return 0
+    if arguments.verdicts:
+        write_verdicts(arguments, mutants)
+        return 0
     if not arguments.report:
         try_mutants(arguments, mutants)
     rows, explanations = summarise(arguments, mutants), read_explanations()
     text = "\n".join(report(arguments, rows, explanations)) + "\n"
     if arguments.report:
-        arguments.report.write_text(text)
+        write_report(arguments, text)
     else:
         print(text)
     return 0 if all(is_good(row, explanations) for row in rows.values()) else 1

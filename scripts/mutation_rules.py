@@ -1,4 +1,4 @@
-"""The rules of scripts/mutate: small wrong changes to C++ source lines.
+"""The rules of scripts/mutate: small wrong changes to C and C++ source lines.
 
 A change that is none by construction is not made, whatever the tests are: it would only thin the
 figures. There are three kinds, each as narrow as can be: `is_va_end`, `exclude_each_other` and
@@ -216,4 +216,47 @@ RULES = {
     "swapped writes": swapping_writes,
     "dropped leaving": dropping(r"^\s+(continue|break|return);"),
     "narrowed handler": replacing(r"catch \(const std::exception& ", "catch (const std::bad_alloc& "),
+}
+
+
+# Holding the wrong lock, or none.
+other_lock = {"LOCK_SH": "LOCK_EX", "LOCK_EX": "LOCK_SH", "F_WRLCK": "F_RDLCK", "kind::shared": "kind::exclusive",
+              "kind::exclusive": "kind::shared", "BEGIN IMMEDIATE": "BEGIN"}
+
+
+def wrong_locks(lines):
+    for number, line in enumerate(lines):
+        if not is_code(line):
+            continue
+        for match in re.finditer(r"\b(LOCK_(SH|EX)|F_WRLCK|(?<!finding::)kind::(shared|exclusive)|BEGIN IMMEDIATE)\b",
+                                 re.sub(r"//.*", "", line)):
+            yield change(number, 1, [line[: match.start()] + other_lock[match[1]] + line[match.end() :]])
+
+
+def other_error(match):
+    kind, name = match[1], match[2]
+    other = {"error_code": ("storage_failed", "busy"), "exit_code": ("failed", "usage")}[kind]
+    return f"{kind}::{other[0] if name != other[0] else other[1]}"
+
+
+flag = r"(?:O_(?!RDONLY|WRONLY|RDWR)|S_I|SQLITE_OPEN_|LOCK_NB|MAGIC_|RTLD_|SQLITE_PREPARE_)\w*"
+lock_guard = (r"^\s+(const )?(std::(lock_guard|unique_lock|scoped_lock)\b|settings_lock |file_lock |transaction "
+              r"|device_lock |signal_pause )")
+
+# For softtoken/ and tool/, whose texts may change and which log nothing.
+PROGRAM_RULES = {name: RULES[name] for name in (
+    "inverted condition", "shifted boundary", "swapped equality", "swapped and/or", "off by one", "wrong constant",
+    "swapped order", "dropped leaving")}
+PROGRAM_RULES |= {
+    # Enumerations may name a code in a comparison; there it is a condition that is wrong.
+    "wrong error": replacing(r"\b(error_code|exit_code)::(\w+)", other_error),
+    "dropped call": dropping(r"^\s+(?!return|continue|break|const |throw |using |delete|std::(lock_guard|unique_lock))"
+                             r"(static_cast<void>\()?(\*?\w+(->|\.|::))*\w+\(.*"),
+    "dropped assignment": dropping(r"^\s+(?!return|const |using )(\*?\w+(->|\.|::|\[))*\*?[\w\]>.*-]+ [+|&]?= .*"),
+    "dropped lock": dropping(lock_guard),
+    "wrong lock": wrong_locks,
+    "missing flag": replacing(rf" \| {flag}|\b{flag} \| ", ""),
+    "wrong mode": replacing(r"(?<![\w.'])0[0-7]{3}\b", lambda m: {"0700": "0755", "0600": "0644"}.get(m[0], "0600")),
+    "flipped truth": replacing(r"\b(true|false)\b", lambda m: "false" if m[1] == "true" else "true",
+                               only=r"^(?!.*while \(true\)).*$"),
 }

@@ -1,0 +1,259 @@
+"""The areas of scripts/mutate: what is changed, how it is built, and which tests are asked in which order."""
+
+import json
+import os
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import threading
+from collections import namedtuple
+from pathlib import Path
+
+from mutation_rules import PROGRAM_RULES, RULES
+
+test_seconds = 300
+# A change can make a loop endless, which may fill the memory or print for ever.
+test_address_space = 4 << 30
+
+
+def run(command, cwd):
+    """The exit status and output of a command."""
+    done = subprocess.run(command, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    return done.returncode, done.stdout.decode(errors="replace")
+
+
+def must_run(command, cwd):
+    status, output = run(command, cwd)
+    if status != 0:
+        sys.exit(f"{' '.join(map(str, command))} failed:\n{output[-3000:]}")
+    return output
+
+
+def run_test(command, cwd, environment):
+    """The exit status and the lines that tell of single tests. A test that takes too long, or that
+    leaves processes behind, is ended with all that it started."""
+    with tempfile.TemporaryDirectory(prefix="mutate-", dir="/tmp") as scratch:
+        environment = {**os.environ, **environment, "TMPDIR": scratch, "TEST_TMPDIR": scratch + "/"}
+        started = subprocess.Popen(["prlimit", f"--as={test_address_space}", *command], cwd=cwd,
+                                   env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                                   stderr=subprocess.STDOUT, start_new_session=True)
+        lines = []
+        reader = threading.Thread(target=keep_told_lines, args=(started.stdout, lines), daemon=True)
+        reader.start()
+        try:
+            status = started.wait(test_seconds)
+        except subprocess.TimeoutExpired:
+            status = "took too long"
+        try:
+            os.killpg(started.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+        started.wait()
+        # A process that left the group may still hold the pipe.
+        reader.join(5)
+        return status, list(lines)
+
+
+def keep_told_lines(pipe, lines):
+    """Piece by piece, since a changed program may print without ever ending a line."""
+    while piece := pipe.readline(1 << 16):
+        text = piece.decode(errors="replace").rstrip()
+        if re.match(r"\[ +(RUN|OK|FAILED|SKIPPED) +\] |(FAIL|ERROR): |\w+ \([\w.]+\)", text) and len(lines) < 10000:
+            lines.append(text)
+
+
+class googletest_program:
+    """A program of GoogleTest's. `first` names the tests that are asked before the others."""
+
+    def __init__(self, name, folder, slow=()):
+        self.name, self.folder, self.slow, self.alone = name, folder, list(slow), []
+        self.targets = [name]
+
+    def prepare(self, build):
+        """Finds the tests that fail behind others in one process; alone they must pass."""
+        self.path = build / "tests" / self.folder / self.name
+        self.alone = []
+        status, lines = self.tell(build, "--gtest_filter=-" + ":".join(self.slow))
+        if status == "took too long":
+            sys.exit(f"{self.name} takes longer than {test_seconds} seconds before anything is changed")
+        self.alone = sorted({match[1] for match in (re.match(r"\[  FAILED  \] (\w+\.\w+)", line) for line in lines)
+                             if match})
+        if status != 0 and not self.alone:
+            sys.exit(f"{self.name} fails before anything is changed")
+        for test in self.alone:
+            if self.fails(build, test):
+                sys.exit(f"{self.name}: {test} fails before anything is changed")
+
+    def tell(self, build, *arguments):
+        return run_test([self.path, *arguments], build, {})
+
+    def fails(self, build, test):
+        return self.tell(build, "--gtest_filter=" + test)[0] != 0
+
+    def first_failure(self, build, first):
+        if first:
+            failed = self.failure_of(build, first, self.alone + self.slow)
+            if failed:
+                return failed
+        failed = self.failure_of(build, [], self.alone + self.slow + first)
+        return failed or next((test for test in self.alone if self.fails(build, test)), None)
+
+    def failure_of(self, build, wanted, unwanted):
+        status, lines = self.tell(build, "--gtest_fail_fast",
+                                  "--gtest_filter=" + ":".join(wanted) + "-" + ":".join(unwanted))
+        if status == 0:
+            return None
+        ran, failed = "before the first test", None
+        for line in lines:
+            if match := re.match(r"\[ RUN +\] (\S+)", line):
+                ran = match[1]
+            if not failed and (match := re.match(r"\[  FAILED  \] (\w+\.\w+)", line)):
+                failed = match[1]
+        # A crash tells only what had begun.
+        return failed or ran
+
+
+class python_suite:
+    """A file of Python's unittest, run as ctest would."""
+
+    slow = ()
+
+    def __init__(self, test):
+        self.name = test["name"]
+        self.command = test["command"]
+        properties = {each["name"]: each["value"] for each in test["properties"]}
+        self.cwd = properties["WORKING_DIRECTORY"]
+        self.environment = dict(each.split("=", 1) for each in properties.get("ENVIRONMENT", []))
+        self.targets = []
+
+    def prepare(self, build):
+        status, lines = run_test(self.command, self.cwd, self.environment)
+        if status != 0:
+            sys.exit(f"{self.name} fails before anything is changed: {status} " + "\n".join(lines[-5:]))
+
+    def fails(self, build, test):
+        module, name = self.command[-1], test
+        if not name.startswith(module + "."):
+            return run_test(self.command, self.cwd, self.environment)[0] != 0
+        return run_test([*self.command[:-1], name], self.cwd, self.environment)[0] != 0
+
+    def first_failure(self, build, first):
+        status, lines = run_test([*self.command[:-1], "-f", self.command[-1]], self.cwd, self.environment)
+        if status == 0:
+            return None
+        began = None
+        for line in lines:
+            if match := re.match(r"(?:FAIL|ERROR): \w+ \(([\w.]+)\)", line):
+                return match[1]
+            if match := re.match(r"\w+ \(([\w.]+)\)", line):
+                began = match[1]
+        return began or self.name
+
+
+def python_suites(build, pattern):
+    told = json.loads(must_run(["ctest", "--show-only=json-v1", "-R", pattern], build))["tests"]
+    return [python_suite(test) for test in told if "unittest" in test.get("command", [])]
+
+
+area = namedtuple("area", "name folder rules verdict_depends_on options build_targets programs first_of slow_tests")
+
+
+
+
+# The fast test programs of src/, in the order in which they are asked, after the one that the changed
+# layer, or file, has for itself.
+src_programs = {"api_tests": "api", "core_tests": "core", "vemra_crypto_cpp_tests": "vemra_crypto_cpp",
+                "base_tests": "base", "model_tests": "model"}
+own_programs = {"base": "base_tests", "vemra_crypto_cpp": "vemra_crypto_cpp_tests", "core": "core_tests",
+                "VEMRA_APP_STAMP.cpp": "api_tests"}
+
+
+def programs_of_src(build, source):
+    return [googletest_program(name, folder) for name, folder in src_programs.items()]
+
+
+def first_in_src(path, source):
+    return {own_programs.get(path.name) or own_programs[path.parent.name]: []}
+
+
+# The tests of the token that a file's changes meet first, where they are not of the file's name.
+token_tests = {
+    "admin/arguments": "admin_tool", "admin/elf_file": "exec", "admin/fault_commands": "fault_text fault",
+    "admin/file_input": "raw_slot certificate_commands", "admin/file_output": "raw_slot snapshot",
+    "admin/limit_options": "profile admin_tool", "admin/loaded_library": "exec trace", "admin/main": "admin_tool",
+    "admin/password_commands": "admin_tool prompt", "admin/password_input": "prompt admin_tool",
+    "admin/program_file": "exec", "admin/slot_commands": "raw_slot", "admin/token_check": "fsck",
+    "admin/token_commands": "admin_tool owner", "admin/token_folder": "admin_tool",
+    "library/call": "error fault", "library/call_trace": "trace", "library/device_functions": "enumeration lifetime",
+    "library/digest": "hash", "library/fair_mutex": "fork process", "library/handles": "lifetime",
+    "library/key_functions": "certificate", "library/login": "password", "library/memory": "slot lifetime",
+    "library/open_token": "slot fault profile", "library/running_call": "fault trace",
+    "library/slot_functions": "slot", "library/token": "slot password fault fork",
+    "library/token_registry": "enumeration", "library/uncancelled": "cancel", "library/exports": "slot",
+    "store/attempt_note": "attempt", "store/certificate": "certificate certificate_commands",
+    "store/descriptor_limit": "descriptor", "store/device_function": "fault_text",
+    "store/durable_files": "storage", "store/failure": "error", "store/fault": "fault_text fault",
+    "store/fault_file": "fault", "store/file_lock": "attempt fairness", "store/key_table": "certificate",
+    "store/lock_queue": "fairness", "store/new_token": "storage admin_tool",
+    "store/openssl_use": "hash lifetime", "store/password_check": "password attempt",
+    "store/password_hash": "password", "store/password_table": "password", "store/plug": "enumeration storage",
+    "store/slot_table": "slot slot_sum profile", "store/sqlite_connection": "storage slot",
+    "store/sqlite_statement": "storage slot", "store/token_database": "storage format_1 slot",
+    "store/token_files": "owner storage", "store/token_info": "profile", "store/token_owner": "owner",
+}
+# Minutes of waiting, or of what the scheduler does: asked by ctest alone.
+slow_token_tests = ["softtoken_fairness*"]
+
+
+def programs_of_softtoken(build, source):
+    return [googletest_program("softtoken_tests", "softtoken", slow_token_tests),
+            *python_suites(build, r"^softtoken\.durability$")]
+
+
+def first_in_softtoken(path, source):
+    name = f"{path.parent.name}/{path.stem}"
+    stems = token_tests.get(name, "").split() or [re.sub(r"_(command|table|function)s?$", "", path.stem), path.stem]
+    suites = []
+    for stem in stems:
+        file = source / "tests/softtoken" / f"{stem}_test.cpp"
+        if file.exists():
+            suites += re.findall(r"^TEST(?:_F)?\((\w+),", file.read_text(), re.M)
+    return {"softtoken_tests": [suite + ".*" for suite in dict.fromkeys(suites)]}
+
+
+# The suites that a file of the tool meets first, where they are not of the file's name.
+tool_suites = {
+    "commands": "list exit_code", "keep/authorised_change": "update append", "keep/repair": "check",
+    "keep/restore": "backup", "keep/restore_plan": "backup", "keep/device_lock": "update", "keep/selector": "selector",
+    "keep/session": "list update", "keep/trace": "interruption", "keep/recovery": "update damage",
+    "keep/listing": "list", "keep/loader": "library", "keep/mapping_record": "check damage",
+    "device_module": "list library", "picture": "append list", "files/archive": "backup", "files/file": "export backup",
+    "terminal": "terminal", "basics/interruption": "interruption", "basics/secret": "password memory",
+    "basics/text": "list append", "commands/html": "sheet", "commands/restore": "backup",
+    "commands/terminal_person": "terminal password", "commands/verify_password": "password",
+}
+
+
+def programs_of_tool(build, source):
+    return python_suites(build, r"^tool\.")
+
+
+def first_in_tool(path, source):
+    name = f"{path.parent.name}/{path.stem}"
+    words = [path.stem, *tool_suites.get(name, tool_suites.get(path.parent.name, "")).split()]
+    return {"tool." + word: [] for word in words}
+
+
+AREAS = {each.name: each for each in (
+    area("src", "src", RULES, ("src", "tests", "device_library", "include"),
+         ("-DVEMRA_BUILD_SOFTTOKEN=OFF", "-DVEMRA_BUILD_TOOL=OFF"), list(src_programs),
+         programs_of_src, first_in_src, ()),
+    area("softtoken", "softtoken", PROGRAM_RULES, ("softtoken", "tests/softtoken", "device_library"),
+         ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=OFF"), ["softtoken_tests"],
+         programs_of_softtoken, first_in_softtoken, slow_token_tests),
+    area("tool", "tool", PROGRAM_RULES, ("tool", "tests/tool", "softtoken", "src", "device_library"),
+         ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=ON"),
+         ["vemra_stamp", "vemra_softtoken", "softtoken", "raw_slot", "failing_device", "memory_probe"],
+         programs_of_tool, first_in_tool, ()))}
