@@ -19,7 +19,7 @@ BELOW = {
     "basics": [],
     "files": [],
     "picture": [],
-    "terminal": ["files/descriptor"],
+    "terminal": [],
     "keep": ["files", "picture", "device_module/stamp", "device_module/tokens"],
     "commands": ["keep", "files", "picture", "terminal", "device_module/stamp"],
     "serve": ["keep", "files", "picture", "device_module/stamp"],

@@ -10,8 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "basics/interruption.h"
 #include "basics/text.h"
+#include "command_line/interruption.h"
 #include "commands/command_line.h"
 #include "commands/context.h"
 #include "commands/shapes.h"

@@ -16,6 +16,7 @@ enum exit_status {
     exit_other_library = 125,
     exit_cannot_run = 126,
     exit_not_found = 127,
+    exit_interrupted = 130, /* as command_line/interruption.h ends a program */
 };
 
 /* Ends the program with a message that says what was wrong and what to do. */

@@ -11,6 +11,7 @@
 #include "admin/arguments.h"
 #include "admin/loaded_library.h"
 #include "admin/program_file.h"
+#include "command_line/interruption.h"
 
 namespace vemra::softtoken::admin {
 
@@ -85,6 +86,7 @@ void _exec(const std::vector<std::string>& words) {
     for (const std::string& word : words)
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    interruption::give_back();
     execv(program.c_str(), arguments.data());
     throw command_failure(exit_cannot_run, program + " cannot be run: " + std::strerror(errno));
 }

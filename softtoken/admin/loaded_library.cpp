@@ -11,6 +11,7 @@
 
 #include "admin/arguments.h"
 #include "admin/elf_file.h"
+#include "command_line/interruption.h"
 
 namespace vemra::softtoken::admin {
 
@@ -40,7 +41,14 @@ std::string _list_libraries(const std::string& loader, const std::string& progra
     std::array<char*, 4> arguments{const_cast<char*>(loader.c_str()), list.data(),
                                    const_cast<char*>(program.c_str()), nullptr};
     pid_t child = 0;
-    int failed = posix_spawn(&child, loader.c_str(), &actions, nullptr, arguments.data(), environ);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t signals = interruption::mask_before();
+    posix_spawnattr_setsigmask(&attributes, &signals);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    int failed =
+        posix_spawn(&child, loader.c_str(), &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     close(ends[1]);
     std::string text = failed == 0 ? _read_all(ends[0]) : std::string();

@@ -4,6 +4,9 @@
 #include <string>
 
 #include "admin/arguments.h"
+#include "command_line/input_error.h"
+#include "command_line/interruption.h"
+#include "command_line/text.h"
 #include "store/failure.h"
 
 using namespace vemra::softtoken;
@@ -48,7 +51,7 @@ const char* _advice(error_code code) {
 
 int _complain(int status, const char* message) {
     std::fflush(stdout);
-    std::fprintf(stderr, "vemra-softtoken: %s\n", message);
+    std::fprintf(stderr, "vemra-softtoken: %s\n", vemra::printable(message).c_str());
     return status;
 }
 
@@ -56,7 +59,11 @@ int _complain(int status, const char* message) {
 
 int main(int argc, char** argv) {
     try {
+        vemra::use_utf8();
+        vemra::interruption::start();
         return _run(argc, argv);
+    } catch (const vemra::input_error& error) {
+        return _complain(exit_usage, error.what());
     } catch (const command_failure& error) {
         return _complain(error.status(), error.what());
     } catch (const failure& error) {

@@ -17,7 +17,7 @@ struct change_options {
     password_input new_password{"new-", "new password"};
 };
 
-void _check_old_password(named_token& token, const std::string& name, const std::string& password) {
+void _check_old_password(named_token& token, const std::string& name, std::string_view password) {
     int retries = 0;
     try {
         check_password(token.database, token.passwords, token.directory, password, retries);
@@ -35,9 +35,12 @@ void _check_old_password(named_token& token, const std::string& name, const std:
 
 void _change_password(const change_options& options) {
     named_token token(options.name);
-    _check_old_password(token, options.name, options.old_password.read());
-    int cost = token.passwords.hash().cost;
-    password_hash hash = hash_password(options.new_password.read_new(), cost);
+    secret present;
+    options.old_password.read(present);
+    _check_old_password(token, options.name, present.view());
+    secret wanted;
+    options.new_password.read_new(wanted);
+    password_hash hash = hash_password(wanted.view(), token.passwords.hash().cost);
     transaction changing(token.database);
     token.passwords.replace(hash);
     changing.commit();

@@ -1,8 +1,10 @@
-/** Passwords from a prompt without echo, a file or a descriptor; never from the command line. */
+/** The passwords that a command needs, as its options and the person at the terminal give them. */
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <string>
+
+#include "command_line/password_source.h"
 
 namespace vemra::softtoken::admin {
 
@@ -10,25 +12,21 @@ namespace vemra::softtoken::admin {
 class password_input {
 public:
     /* prefix is "" or "new-"; it makes the option names, what names the password in prompts. */
-    password_input(std::string prefix, std::string what)
-        : prefix_(std::move(prefix)), what_(std::move(what)) {}
+    password_input(const std::string& prefix, std::string what) : what_(std::move(what)) {
+        source_.option_prefix = prefix;
+    }
 
     /* Adds the options; this must live until the command line is parsed. */
     void add_to(CLI::App& command);
 
-    /* The first line of the file or descriptor, or what is typed at the prompt. */
-    std::string read() const;
-    /* The same for a password that is to be set: not empty, and typed twice at the prompt. */
-    std::string read_new() const;
+    /* The first line of the file or descriptor, or what is typed at the prompt. Never empty. */
+    void read(secret& password) const;
+    /* The same for a password that is to be set: typed twice at the prompt. */
+    void read_new(secret& password) const;
 
 private:
-    std::string from_file_or_descriptor() const;
-    bool is_given() const { return !file_.empty() || descriptor_ >= 0; }
-
-    std::string prefix_;
+    password_source source_;
     std::string what_;
-    std::string file_;
-    int descriptor_ = -1;
 };
 
 }  // namespace vemra::softtoken::admin

@@ -70,7 +70,9 @@ void _create(create_options& options) {
     options.token.attached = !options.detached;
     require_free_name(root_directory(), options.name);
     _require_unique(info);
-    options.token.password = options.password.read_new();
+    secret password;
+    options.password.read_new(password);
+    options.token.password = password.view();
     create_token(root_directory(), options.name, options.token);
     std::printf("%s: serial number %s, type %d, %s\n", options.name.c_str(),
                 info.serial_number.c_str(), info.type,

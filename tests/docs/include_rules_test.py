@@ -41,7 +41,7 @@ class IncludeRules(unittest.TestCase):
 
     def test_an_arrow_back_up_is_noticed(self):
         for file, name in (("keep/session.cpp", "commands/output.h"),
-                           ("keep/restore.h", "terminal/terminal.h"),
+                           ("keep/restore.h", "terminal/progress.h"),
                            ("files/file.cpp", "picture/picture.h"),
                            ("picture/picture.h", "files/file.h"),
                            ("terminal/table.cpp", "keep/describe.h"),

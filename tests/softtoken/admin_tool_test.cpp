@@ -68,7 +68,7 @@ TEST_F(softtoken_admin, password_that_no_program_could_give_is_refused) {
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.output.find("has a zero byte"), std::string::npos) << result.output;
     result = run(SOFTTOKEN_TOOL " create one --password-file /dev/zero");
-    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.output.find("is longer than 1024 bytes"), std::string::npos);
     EXPECT_TRUE(std::filesystem::is_empty(root()));
 }
@@ -104,7 +104,7 @@ TEST_F(softtoken_admin, password_may_come_from_a_file) {
 
 TEST_F(softtoken_admin, missing_password_file_is_named) {
     program_result result = run_tool("create one --password-file /no/such/file");
-    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.output.find("/no/such/file: No such file"), std::string::npos);
 }
 

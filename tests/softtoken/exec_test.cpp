@@ -53,6 +53,13 @@ TEST_F(softtoken_exec, passes_arguments_and_the_exit_status_on) {
     EXPECT_EQ(result.output, "--word\n");
 }
 
+TEST_F(softtoken_exec, program_has_its_signals) {
+    program_result result = run_tool("exec -- sh -c 'kill -TERM $$; sleep 20'");
+    EXPECT_EQ(result.status, 143);
+    result = run_tool("exec -- grep ^SigBlk: /proc/self/status");
+    EXPECT_EQ(result.output, "SigBlk:\t0000000000000000\n");
+}
+
 TEST_F(softtoken_exec, refuses_a_program_whose_rpath_leads_elsewhere) {
     program_result result = run_tool("exec -- " USES_OTHER_LIBRARY);
     EXPECT_EQ(result.status, 125);

@@ -55,7 +55,7 @@ class Password(ToolCase):
         self.expect(2, "verify-password", "--no-input")
 
     def test_empty_and_unusable_sources_are_usage_errors(self):
-        for content in ("", "\n", b"a\0b", "x" * 1024):
+        for content in ("", "\n", b"a\0b", "x" * 1025):
             self.expect(2, "verify-password", "--password-file", self.write("bad", content, 0o600))
         self.expect(2, "verify-password", "--password-file", self.folder / "missing")
         self.expect(2, "verify-password", "--password-fd", "99")

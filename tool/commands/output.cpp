@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "basics/failure.h"
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
 
 namespace vemra::tool {
 

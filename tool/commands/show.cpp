@@ -5,11 +5,11 @@
 
 #include "basics/digest.h"
 #include "basics/hex.h"
-#include "basics/interruption.h"
 #include "basics/text.h"
+#include "command_line/descriptor.h"
+#include "command_line/interruption.h"
 #include "commands/commands.h"
 #include "commands/shapes.h"
-#include "files/descriptor.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
 #include "keep/mapping_record.h"
@@ -58,7 +58,7 @@ bool _draw(int output, const std::string& data) {
     posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
-    const sigset_t signals = interruption::no_signals();
+    const sigset_t signals = interruption::mask_before();
     posix_spawnattr_setsigmask(&attributes, &signals);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
 

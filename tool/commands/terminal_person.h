@@ -29,9 +29,6 @@ public:
     bool confirm(const std::string& question, const std::string& option) const;
 
 private:
-    void read_file(secret& password);
-    void ask(const device_id& device, secret& password) const;
-
     const common_options& options_;
     output& out_;
     bool is_typed_ = false;

@@ -12,8 +12,8 @@
 #include <system_error>
 
 #include "basics/failure.h"
-#include "basics/interruption.h"
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
+#include "command_line/interruption.h"
 
 namespace vemra::tool {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "basics/interruption.h"
+#include "command_line/interruption.h"
 #include "keep/locked_device.h"
 #include "keep/mapping_record.h"
 #include "keep/pictured_stamp.h"

@@ -4,8 +4,8 @@
 #include <chrono>
 #include <vector>
 
+#include "command_line/descriptor.h"
 #include "device_module/stamp.h"
-#include "files/descriptor.h"
 
 namespace vemra::tool {
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "basics/secret.h"
+#include "command_line/secret.h"
 #include "device_module/stamp.h"
 
 namespace vemra::tool {

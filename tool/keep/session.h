@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "basics/failure.h"
-#include "basics/secret.h"
+#include "command_line/secret.h"
 #include "device_module/tokens.h"
 #include "keep/device_lock.h"
 #include "keep/person.h"

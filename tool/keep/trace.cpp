@@ -12,7 +12,7 @@
 #include <cstdio>
 
 #include "basics/failure.h"
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
 
 namespace vemra::tool {
 

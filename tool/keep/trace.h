@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "basics/secret.h"
+#include "command_line/secret.h"
 
 namespace vemra::tool {
 

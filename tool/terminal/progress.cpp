@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "basics/text.h"
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
 
 namespace vemra::tool {
 

@@ -1,4 +1,4 @@
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
 
 #include <unistd.h>
 
@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <system_error>
 
-namespace vemra::tool {
+namespace vemra {
 
 descriptor::~descriptor() {
     if (number_ >= 0) close(number_);
@@ -37,4 +37,4 @@ std::string read_all(int number, std::size_t most) {
     return bytes;
 }
 
-}  // namespace vemra::tool
+}  // namespace vemra

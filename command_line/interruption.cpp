@@ -1,4 +1,4 @@
-#include "basics/interruption.h"
+#include "command_line/interruption.h"
 
 #include <signal.h>
 #include <unistd.h>
@@ -8,9 +8,7 @@
 #include <thread>
 #include <utility>
 
-#include "basics/failure.h"
-
-namespace vemra::tool::interruption {
+namespace vemra::interruption {
 
 namespace {
 
@@ -21,6 +19,8 @@ struct state {
     bool stop_wanted = false;
     std::optional<std::pair<int, termios>> terminal;
     std::string temporary;
+    sigset_t taken{};
+    sigset_t before{};
 };
 
 // Never destroyed: the thread may look at it until the process is gone.
@@ -33,7 +33,10 @@ sigset_t _taken_signals() {
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
-        sigaddset(&signals, number);
+        struct sigaction present {};
+        const bool is_ignored =
+            sigaction(number, nullptr, &present) == 0 && present.sa_handler == SIG_IGN;
+        if (!is_ignored) sigaddset(&signals, number);
     }
     return signals;
 }
@@ -41,15 +44,14 @@ sigset_t _taken_signals() {
 [[noreturn]] void _end(const state& now) {
     if (now.terminal) tcsetattr(now.terminal->first, TCSANOW, &now.terminal->second);
     if (!now.temporary.empty()) unlink(now.temporary.c_str());
-    _exit(static_cast<int>(exit_code::interrupted));
+    _exit(interrupted_status);
 }
 
 void _take_signals() {
-    const sigset_t signals = _taken_signals();
+    state& now = _state();
     for (;;) {
         int number = 0;
-        if (sigwait(&signals, &number) != 0) continue;
-        state& now = _state();
+        if (sigwait(&now.taken, &number) != 0) continue;
         const std::lock_guard lock(now.mutex);
         if (number == SIGTSTP) {
             // Stopping in a prompt would leave the user's terminal without echo.
@@ -68,10 +70,14 @@ void _take_signals() {
 }  // namespace
 
 void start() {
-    const sigset_t signals = _taken_signals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    _state();
+    state& now = _state();
+    now.taken = _taken_signals();
+    pthread_sigmask(SIG_BLOCK, &now.taken, &now.before);
     std::thread(_take_signals).detach();
+}
+
+void give_back() {
+    pthread_sigmask(SIG_SETMASK, &_state().before, nullptr);
 }
 
 bool is_pending() {
@@ -113,10 +119,8 @@ temporary_file::~temporary_file() {
     _state().temporary.clear();
 }
 
-sigset_t no_signals() {
-    sigset_t none;
-    sigemptyset(&none);
-    return none;
+sigset_t mask_before() {
+    return _state().before;
 }
 
-}  // namespace vemra::tool::interruption
+}  // namespace vemra::interruption

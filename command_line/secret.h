@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <string_view>
 
-namespace vemra::tool {
+namespace vemra {
 
 class secret {
 public:
-    static constexpr std::size_t longest = 1023;
+    static constexpr std::size_t longest = 1024;
 
     secret();
     ~secret();
@@ -33,4 +33,4 @@ private:
     std::size_t length_ = 0;
 };
 
-}  // namespace vemra::tool
+}  // namespace vemra

@@ -1,19 +1,21 @@
-#include "terminal/terminal.h"
+#include "command_line/terminal.h"
 
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include "basics/failure.h"
-#include "basics/interruption.h"
+#include <stdexcept>
 
-namespace vemra::tool {
+#include "command_line/input_error.h"
+#include "command_line/interruption.h"
+
+namespace vemra {
 
 namespace {
 
 void _say(int descriptor, const std::string& text) {
     if (write_all(descriptor, text)) return;
-    throw failure(exit_code::failed, "the terminal cannot be written");
+    throw std::runtime_error("the terminal cannot be written");
 }
 
 }  // namespace
@@ -38,7 +40,7 @@ bool terminal::ask_secret(const std::string& question, secret& answer) {
 bool ask_secret_on(int descriptor, const std::string& question, secret& answer) {
     termios original{};
     if (tcgetattr(descriptor, &original) != 0) {
-        throw failure(exit_code::failed, "the terminal's echo cannot be turned off");
+        throw std::runtime_error("the terminal's echo cannot be turned off");
     }
     bool is_line = false;
     {
@@ -54,10 +56,10 @@ bool ask_secret_on(int descriptor, const std::string& question, secret& answer) 
             if (is_line) break;
             fits = answer.push_back(byte) && fits;
         }
-        if (!fits) throw failure(exit_code::usage, "the password is too long");
+        if (!fits) throw input_error("the password is too long");
     }
     _say(descriptor, "\n");
     return is_line;
 }
 
-}  // namespace vemra::tool
+}  // namespace vemra

@@ -1,12 +1,15 @@
-/** Questions to the person at the terminal, whatever standard input and output are. */
+/**
+ * Questions to the person at the terminal, whatever standard input and output are. What goes wrong
+ * with the terminal itself is a std::runtime_error.
+ */
 #pragma once
 
 #include <string>
 
-#include "basics/secret.h"
-#include "files/descriptor.h"
+#include "command_line/descriptor.h"
+#include "command_line/secret.h"
 
-namespace vemra::tool {
+namespace vemra {
 
 class terminal {
 public:
@@ -16,7 +19,8 @@ public:
     bool is_open() const { return device_.is_open(); }
     /** True only for an answer that begins with y. */
     bool confirm(const std::string& question);
-    /** Reads one line without echo. False at the end of input. */
+    /** Reads one line without echo; throws input_error when it is too long. False at the end of
+     * input. */
     bool ask_secret(const std::string& question, secret& answer);
 
 private:
@@ -26,4 +30,4 @@ private:
 /** The same from an open terminal's descriptor. */
 bool ask_secret_on(int descriptor, const std::string& question, secret& answer);
 
-}  // namespace vemra::tool
+}  // namespace vemra

@@ -1,9 +1,9 @@
-#include "basics/secret.h"
+#include "command_line/secret.h"
 
 #include <string.h>
 #include <sys/mman.h>
 
-namespace vemra::tool {
+namespace vemra {
 
 // Without the right to lock memory the password may reach the swap space, as every other's would.
 secret::secret() {
@@ -30,4 +30,4 @@ void secret::clear() {
     length_ = 0;
 }
 
-}  // namespace vemra::tool
+}  // namespace vemra

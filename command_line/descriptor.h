@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-namespace vemra::tool {
+namespace vemra {
 
 /** Closes the descriptor that it was given; -1 is none. */
 class descriptor {
@@ -30,4 +30,4 @@ bool write_all(int number, std::string_view bytes);
 /** Reads to the end, or one byte beyond `most`. Throws std::system_error. */
 std::string read_all(int number, std::size_t most);
 
-}  // namespace vemra::tool
+}  // namespace vemra

@@ -1,7 +1,7 @@
 /**
- * Signals that end or stop the tool, taken by a thread of their own.
+ * Signals that end or stop a program, taken by a thread of their own.
  *
- * Outside a hold the tool ends at once with exit code 130: the terminal is put in order and the
+ * Outside a hold the program ends at once with exit code 130: the terminal is put in order and the
  * temporary file of an unfinished output is removed. During a hold the signal waits, so that a
  * change on a device is never cut in two.
  */
@@ -12,10 +12,19 @@
 
 #include <string>
 
-namespace vemra::tool::interruption {
+namespace vemra::interruption {
 
-/** Before any other thread starts: they all must leave these signals alone. */
+/** The exit status of a program that a signal ended. */
+constexpr int interrupted_status = 130;
+
+/**
+ * Before any other thread starts: they all must leave these signals alone. A signal that is
+ * ignored already, as under nohup, stays so.
+ */
 void start();
+
+/** Lets a program that takes this one's place have its signals as they were before start. */
+void give_back();
 
 /** Whether a signal came during a hold. */
 bool is_pending();
@@ -29,7 +38,7 @@ public:
     hold& operator=(const hold&) = delete;
 };
 
-/** Gives a terminal its settings back when this ends, or when a signal ends the tool. */
+/** Gives a terminal its settings back when this ends, or when a signal ends the program. */
 class terminal_settings {
 public:
     terminal_settings(int descriptor, const termios& original);
@@ -42,7 +51,7 @@ private:
     termios original_;
 };
 
-/** Removes the file when this ends, or when a signal ends the tool. */
+/** Removes the file when this ends, or when a signal ends the program. */
 class temporary_file {
 public:
     explicit temporary_file(const std::string& path);
@@ -51,7 +60,7 @@ public:
     temporary_file& operator=(const temporary_file&) = delete;
 };
 
-/** Lets a child process have its signals: for use with posix_spawnattr_setsigmask. */
-sigset_t no_signals();
+/** The signals that were blocked before start: for use with posix_spawnattr_setsigmask. */
+sigset_t mask_before();
 
-}  // namespace vemra::tool::interruption
+}  // namespace vemra::interruption
