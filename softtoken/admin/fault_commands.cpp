@@ -3,6 +3,7 @@
 
 #include "admin/arguments.h"
 #include "admin/token_folder.h"
+#include "command_line/text.h"
 #include "store/fault_file.h"
 
 namespace vemra::softtoken::admin {
@@ -44,7 +45,7 @@ void _clear(const std::string& name) {
 
 void _list(const std::string& name) {
     for (const fault& each : read_faults(directory_of(name))) {
-        std::printf("%s\n", each.text.c_str());
+        std::printf("%s\n", printable(each.text).c_str());
     }
 }
 

@@ -6,6 +6,7 @@
 #include "admin/arguments.h"
 #include "admin/token_check.h"
 #include "admin/token_folder.h"
+#include "command_line/text.h"
 #include "store/failure.h"
 #include "store/new_token.h"
 #include "store/plug.h"
@@ -19,8 +20,9 @@ namespace {
 bool _is_sound(const std::string& directory, const std::string& name) {
     findings found = check_token(directory, name);
     for (const finding& each : found)
-        std::printf("%s: %s: %s\n", name.c_str(), each.what.c_str(), each.advice.c_str());
-    if (found.empty()) std::printf("%s: sound\n", name.c_str());
+        std::printf("%s: %s: %s\n", printable(name).c_str(), printable(each.what).c_str(),
+                    printable(each.advice).c_str());
+    if (found.empty()) std::printf("%s: sound\n", printable(name).c_str());
     return found.empty();
 }
 
@@ -41,12 +43,12 @@ bool _nothing_was_left(const std::string& root, bool clear) {
         std::printf(
             "%s: a damaged token that \"restore\" kept, with its keys: remove it when nothing "
             "is to be saved from it\n",
-            path.c_str());
+            printable(path).c_str());
     }
     for (const std::string& path : hidden.left) {
         if (clear) std::filesystem::remove_all(path);
         std::printf("%s: left by a program that was killed, with a token's keys: %s\n",
-                    path.c_str(), clear ? "cleared" : "run \"fsck --clear\"");
+                    printable(path).c_str(), clear ? "cleared" : "run \"fsck --clear\"");
     }
     return clear || hidden.left.empty();
 }
@@ -62,8 +64,8 @@ bool _is_single(const std::string& directory, const std::string& name,
     }
     auto [first, is_new] = known.emplace(uid, name);
     if (is_new) return true;
-    std::printf("%s: a copy of \"%s\" beside it: move one of them elsewhere\n", name.c_str(),
-                first->second.c_str());
+    std::printf("%s: a copy of \"%s\" beside it: move one of them elsewhere\n",
+                printable(name).c_str(), printable(first->second).c_str());
     return false;
 }
 

@@ -8,6 +8,7 @@
 #include "admin/arguments.h"
 #include "admin/token_check.h"
 #include "admin/token_folder.h"
+#include "command_line/text.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/new_token.h"
@@ -164,7 +165,7 @@ void _restore(const snapshot_options& options) {
     if (!damaged) return;
     made.keep();
     std::printf("%s: the damaged token was kept in %s\n", options.name.c_str(),
-                made.path().c_str());
+                printable(made.path()).c_str());
 }
 
 void _add(CLI::App& program, const char* name, const char* description,

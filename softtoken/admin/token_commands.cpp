@@ -6,6 +6,7 @@
 #include "admin/limit_options.h"
 #include "admin/password_input.h"
 #include "admin/token_folder.h"
+#include "command_line/text.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/fault_file.h"
@@ -29,14 +30,11 @@ struct create_options {
     bool detached = false;
 };
 
-const std::string& _printable(const char* what, const std::string& text) {
-    for (char byte : text) {
-        if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f) {
-            throw command_failure(exit_usage, std::string("the ") + what +
-                                                  " has a control character: use printable text");
-        }
-    }
-    return text;
+const std::string& _require_printable(const char* what, const std::string& text) {
+    if (is_utf8(text) && !has_control_characters(text)) return text;
+    throw command_failure(exit_usage,
+                          std::string("the ") + what +
+                              " has a control character, or is not UTF-8: use printable text");
 }
 
 // Two devices with one serial number and type could not be told apart by anybody.
@@ -59,8 +57,8 @@ void _create(create_options& options) {
     token_info& info = options.token.info;
     require_token_name(options.name);
     if (info.serial_number.empty()) info.serial_number = "ST-" + random_hex(6);
-    _printable("serial number", info.serial_number);
-    _printable("label", info.label);
+    _require_printable("serial number", info.serial_number);
+    _require_printable("label", info.label);
     if (info.label.empty()) info.label = options.name;
     token_profile profile;
     options.limits.apply_to(profile);
@@ -109,8 +107,8 @@ const char* _state_of(const std::string& directory) {
 
 void _print_row(const std::string& name, const std::string& serial, const std::string& type,
                 const std::string& state, const std::string& label) {
-    std::printf("%-20s %-20s %6s  %-9s %s\n", name.c_str(), serial.c_str(), type.c_str(),
-                state.c_str(), label.c_str());
+    std::printf("%-20s %-20s %6s  %-9s %s\n", printable(name).c_str(), printable(serial).c_str(),
+                type.c_str(), state.c_str(), printable(label).c_str());
 }
 
 void _list() {
@@ -126,7 +124,8 @@ void _list() {
             _print_row(name, info.serial_number, std::to_string(info.type),
                        _state_of(root + "/" + name), info.label);
         } catch (const failure& error) {
-            std::fprintf(stderr, "vemra-softtoken: token skipped: %s\n", error.what());
+            std::fprintf(stderr, "vemra-softtoken: token skipped: %s\n",
+                         printable(error.what()).c_str());
         }
     }
 }
@@ -140,9 +139,9 @@ void _info(const std::string& name) {
     std::vector<slot_summary> slots = token.slots.list();
     for (const slot_summary& slot : slots)
         used += slot.length;
-    std::printf("serial number:  %s\n", info.serial_number.c_str());
+    std::printf("serial number:  %s\n", printable(info.serial_number).c_str());
     std::printf("type:           %d\n", info.type);
-    std::printf("label:          %s\n", info.label.c_str());
+    std::printf("label:          %s\n", printable(info.label).c_str());
     std::printf("state:          %s\n", _state_of(token.directory));
     std::printf("login scope:    %s\n", name_of(info.login));
     std::printf("attempts left:  %d of %d%s\n", retries.left, retries.most,
@@ -159,7 +158,7 @@ void _info(const std::string& name) {
                     : (std::to_string(info.limits.bytes_per_second) + " bytes a second").c_str());
     std::printf("faults:         %zu\n", read_faults(token.directory).size());
     std::printf("key pairs:      %d\n", token.keys.keypair_count());
-    std::printf("directory:      %s\n", token.directory.c_str());
+    std::printf("directory:      %s\n", printable(token.directory).c_str());
 }
 
 // What a link leads to may be used from elsewhere and is left as it is.
@@ -168,7 +167,7 @@ void _remove_link(const std::string& name, const std::filesystem::path& link) {
     std::filesystem::remove(link);
     sync_directory(link.parent_path());
     std::printf("%s: only the link was removed, the token is still in %s\n", name.c_str(),
-                target.c_str());
+                printable(target).c_str());
 }
 
 // Under a hidden name first, so that the token disappears at once and not file by file.

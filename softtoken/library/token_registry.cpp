@@ -7,6 +7,7 @@
 
 #include "store/descriptor_limit.h"
 #include "store/failure.h"
+#include "store/harmless_text.h"
 
 namespace vemra::softtoken {
 
@@ -116,7 +117,7 @@ token* token_registry::meet(const std::string& directory, const plug& present) {
 
 void token_registry::report_once(const char* what, const std::string& reason) {
     if (!reported_.insert(reason).second) return;
-    std::fprintf(stderr, "vemra-softtoken: %s: %s\n", what, reason.c_str());
+    std::fprintf(stderr, "vemra-softtoken: %s: %s\n", what, harmless(reason).c_str());
 }
 
 VEMRA_PKI_DEVICE_LIST_st* token_registry::list_of(std::vector<token*> tokens) {

@@ -123,6 +123,33 @@ TEST_F(softtoken_admin, list_shows_every_token_and_its_state) {
               "two                  SN-2                      1  detached  two\n");
 }
 
+// A label may come from a snapshot of somebody else's.
+TEST_F(softtoken_admin, printed_text_of_a_token_commands_no_terminal) {
+    create("one");
+    run_tool("generate-cert one --cn \"$(printf 'a\\033[31mred')\"");
+    vemra::softtoken::token_database(directory("one") + "/token.db")
+        .connection()
+        .execute(
+            "UPDATE token SET label = char(27) || '[31m' || char(0x9b) || char(10) || char(0x9752),"
+            " serial_number = 'SN' || char(27) || 'c'");
+    std::filesystem::create_directory(root() + "/\x1b[31m");
+    write_file(root() + "/\x1b[31m/token.db", std::string(200, 'f'));
+    std::string all;
+    for (const char* command : {"list", "info one", "fsck", "certs one"})
+        all += run_tool(command).output;
+    EXPECT_EQ(all.find('\x1b'), std::string::npos) << all;
+    EXPECT_EQ(all.find("\xc2\x9b"), std::string::npos) << all;
+    EXPECT_NE(all.find("\\x1b[31m\\xc2\\x9b\\x0a\xe9\x9d\x92\n"), std::string::npos) << all;
+}
+
+TEST_F(softtoken_admin, label_that_commands_a_terminal_is_refused) {
+    for (const char* label : {"a\x1b[31m", "\xc2\x9b", "\xff"}) {
+        program_result result = create("one --label '" + std::string(label) + "'");
+        EXPECT_EQ(result.status, 2) << result.output;
+    }
+    EXPECT_EQ(create("one --label '\xe9\x9d\x92'").status, 0);
+}
+
 TEST_F(softtoken_admin, list_reports_what_it_skips) {
     create("one");
     std::filesystem::create_directory(root() + "/foreign");

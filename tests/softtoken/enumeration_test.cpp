@@ -95,6 +95,19 @@ TEST_F(softtoken_enumeration, type_selects_devices_and_minus_one_takes_all) {
     EXPECT_EQ(attached_count(), 2);
 }
 
+TEST_F(softtoken_enumeration, report_of_a_skipped_token_commands_no_terminal) {
+    for (const char* name : {"\x1b[31m", "\xc2\x9b", "\xe9\x9d\x92"}) {
+        std::filesystem::create_directory(directory(name));
+        write_file(directory(name) + "/token.db", std::string(200, 'f'));
+    }
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached_count(), 0);
+    const std::string told = testing::internal::GetCapturedStderr();
+    EXPECT_NE(told.find("/?[31m/token.db"), std::string::npos) << told;
+    EXPECT_NE(told.find("/\xc2?/token.db"), std::string::npos) << told;
+    EXPECT_NE(told.find("/\xe9\x9d\x92/token.db"), std::string::npos) << told;
+}
+
 TEST_F(softtoken_enumeration, index_outside_the_list_gives_null) {
     make_token("a");
     VEMRA_PKI_DEVICE_LIST_st* list = VemraPKICryptoGetAllDevices(-1, 0);
