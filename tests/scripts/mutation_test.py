@@ -55,12 +55,18 @@ class rules_of_the_programs(unittest.TestCase):
 
 
 class first_tests(unittest.TestCase):
-    def test_each_file_of_the_token_has_tests_that_are_asked_first(self):
-        without = []
-        for path in sorted((source / "softtoken").rglob("*.cpp")):
-            if not mutation_areas.first_in_softtoken(path, source)["softtoken_tests"]:
-                without.append(str(path.relative_to(source)))
-        self.assertEqual(without, [])
+    def first(self, name):
+        return mutation_areas.first_in_softtoken(source / "softtoken" / name, source)["softtoken_tests"]
+
+    def test_a_file_of_the_token_meets_the_tests_named_for_it_first(self):
+        self.assertEqual(self.first("store/slot_table.cpp"),
+                         ["softtoken_slots.*", "softtoken_slot_sum.*", "softtoken_profile.*"])
+
+    def test_a_file_meets_the_tests_of_its_own_name_first(self):
+        self.assertEqual(self.first("admin/snapshot_commands.cpp"), ["softtoken_snapshot.*"])
+
+    def test_a_file_without_tests_of_its_own_meets_all(self):
+        self.assertEqual(self.first("store/unheard_of.cpp"), [])
 
     def test_what_is_named_for_files_exists(self):
         tests = {path.stem.removesuffix("_test") for path in (source / "tests/softtoken").glob("*_test.*")}
