@@ -1,5 +1,7 @@
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <atomic>
 #include <cstdlib>
 #include <thread>
@@ -53,6 +55,37 @@ TEST_F(softtoken_fork, child_that_only_frees_does_not_disturb_the_parent) {
     EXPECT_TRUE(
         in_child([&] { return VemraPKICryptoFreeDevice(VemraPKICryptoDupDevice(device())) == 1; }));
     EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
+}
+
+// What the parent ends with, its orderly exit included, takes nothing from the child.
+TEST_F(softtoken_fork, child_writes_after_its_parent_has_ended) {
+    std::array<int, 2> ended{};
+    std::array<int, 2> told{};
+    ASSERT_EQ(pipe(ended.data()), 0);
+    ASSERT_EQ(pipe(told.data()), 0);
+    pid_t parent = fork();
+    if (parent == 0) {
+        if (log_in(device()) != 1) _exit(1);
+        if (fork() != 0) std::exit(write_slot(device(), 8130, "older") == 1 ? 0 : 1);
+        char byte = 0;
+        close(ended[1]);
+        bool parent_is_gone = read(ended[0], &byte, 1) == 0;
+        bool good = parent_is_gone && slot_bytes(device(), 8130) == "older" &&
+                    log_in(device()) == 1 && write_slot(device(), 8130, "child") == 1;
+        _exit(write(told[1], good ? "1" : "0", 1) == 1 ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(parent, &status, 0), parent);
+    EXPECT_EQ(status, 0);
+    close(ended[1]);
+    close(told[1]);
+    char good = '0';
+    EXPECT_EQ(read(told[0], &good, 1), 1);
+    EXPECT_EQ(good, '1');
+    close(ended[0]);
+    close(told[0]);
+    EXPECT_EQ(slot_bytes(device(), 8130), "child");
+    EXPECT_EQ(write_slot(device(), 8130, "again"), 1);
 }
 
 // Forking waits for the running calls of other threads, so that the child finds no lock held.
