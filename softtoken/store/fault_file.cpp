@@ -1,5 +1,8 @@
 #include "store/fault_file.h"
 
+#include <stdio.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
@@ -44,9 +47,11 @@ void write_faults(const std::string& token_directory, const std::vector<fault>& 
         text += each.text + "\n";
     std::FILE* file = fdopen(make_token_file(token_directory, "faults.new"), "w");
     if (file == nullptr) fail_with_errno(draft);
-    bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size() &&
+                   std::fflush(file) == 0 && fsync(fileno(file)) == 0;
     if (std::fclose(file) != 0 || !written) fail_with_errno(draft);
     if (std::rename(draft.c_str(), path.c_str()) != 0) fail_with_errno(path);
+    sync_directory(token_directory);
     note_changed_settings(token_directory);
 }
 

@@ -107,6 +107,16 @@ void _fill_database(const std::string& path, const new_token& token) {
     connection.execute("COMMIT; PRAGMA journal_mode=WAL");
 }
 
+// With those above it, each durable. What goes wrong shows when the root is made in it.
+void _make_directory(const std::filesystem::path& directory) {
+    std::error_code error;
+    if (std::filesystem::exists(directory, error) || !directory.has_relative_path()) return;
+    _make_directory(directory.parent_path());
+    if (std::filesystem::create_directory(directory, error)) {
+        sync_directory(directory.parent_path());
+    }
+}
+
 }  // namespace
 
 void make_root(const std::string& root) {
@@ -114,10 +124,15 @@ void make_root(const std::string& root) {
         throw failure(error_code::storage_failed,
                       "no directory for tokens: set VEMRA_SOFTTOKEN_DIR or HOME");
     }
-    std::error_code error;
-    std::filesystem::path parent = std::filesystem::absolute(root).parent_path();
-    std::filesystem::create_directories(parent, error);
-    if (mkdir(root.c_str(), 0700) != 0 && errno != EEXIST) fail_with_errno(root);
+    std::filesystem::path place = std::filesystem::absolute(root);
+    // A slash at the end is no name.
+    if (!place.has_filename()) place = place.parent_path();
+    _make_directory(place.parent_path());
+    if (mkdir(root.c_str(), 0700) == 0) {
+        sync_directory(place.parent_path());
+    } else if (errno != EEXIST) {
+        fail_with_errno(root);
+    }
 }
 
 void require_token_name(const std::string& name) {

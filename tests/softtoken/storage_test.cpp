@@ -49,6 +49,11 @@ TEST_F(softtoken_storage, new_root_is_private_to_the_user) {
     EXPECT_EQ(mode_of(root() + "/deeper/tokens"), 0700U);
 }
 
+TEST_F(softtoken_storage, new_root_named_with_a_slash_is_private_too) {
+    create_token(root() + "/deeper/tokens/", "one", plain_token("SN-1"));
+    EXPECT_EQ(mode_of(root() + "/deeper/tokens"), 0700U);
+}
+
 TEST_F(softtoken_storage, every_commit_is_synchronised) {
     make_token("one");
     token_database database(database_path(directory("one")));
