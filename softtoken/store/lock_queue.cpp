@@ -99,7 +99,7 @@ private:
 
 }  // namespace
 
-bool lock_queue::take_at_once() {
+bool lock_queue::take_at_once() const {
     if (!_lock(file_, turn, to_the_end)) return false;
     _unlock(file_, door, to_the_end);
     return true;
@@ -121,7 +121,7 @@ bool lock_queue::wait(clock::time_point deadline) {
     return false;
 }
 
-void lock_queue::release() noexcept {
+void lock_queue::release() const noexcept {
     _unlock(file_, turn, to_the_end);
 }
 

@@ -25,11 +25,11 @@ public:
     explicit lock_queue(int file) : file_(file) {}
 
     /* Takes the turn while nobody has it and nobody waits. */
-    bool take_at_once();
+    bool take_at_once() const;
     /* Waits for the turn behind all who came before; false when the deadline comes first. */
     bool wait(clock::time_point deadline);
     /* Gives the turn to the next in the queue. */
-    void release() noexcept;
+    void release() const noexcept;
 
 private:
     void draw_ticket(clock::time_point deadline);

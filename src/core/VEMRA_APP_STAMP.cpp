@@ -165,8 +165,8 @@ record_owner _new_record(const listed_stamp& listed) {
 
     record->data = _new_copy(data);
     // Kept(stays-allocated): on this path the record and its device are never released.
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     if (record->data == nullptr) static_cast<void>(record.release());
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
     return record;
 }
 
