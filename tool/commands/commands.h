@@ -6,6 +6,7 @@
 #include <string>
 
 #include "commands/context.h"
+#include "keep/listing.h"
 
 namespace vemra::tool {
 
@@ -32,6 +33,9 @@ void add_device_options(CLI::App& command, device_choice& device);
 
 /** Adds --no-lock, for a command that only reads. */
 CLI::Option* add_lock_option(CLI::App& command, context& run);
+
+/** Warns of what could not be read; the command then ends as a partial result. */
+void warn_of_unread(context& run, const held_stamps& held);
 
 /** Warns of the last call's errors; the command then ends as a partial result. */
 void warn_of_errors(context& run);

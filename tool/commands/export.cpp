@@ -34,6 +34,7 @@ json _written(const stamp& one, const std::string& file) {
 void _export_one(context& run, const export_options& options) {
     const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
     const stamp& one = select_stamp(stamps, options.selector);
+    require_bytes(one);
     const bool to_output = options.file.empty() || options.file == "-";
     if (to_output) {
         run.out.write(one.data.get());
@@ -64,11 +65,12 @@ bool _holds(const std::string& path, const std::string& bytes) {
 }
 
 void _export_all(context& run, const export_options& options) {
-    const stamp_list list = list_stamps(run.tokens());
-    warn_of_errors(run);
+    const held_stamps list = list_stamps(run.tokens());
+    warn_of_unread(run, list);
     make_directory(options.all);
     run.result["files"] = json::array();
     for (const stamp& one : list.stamps) {
+        if (!one.is_readable()) continue;
         const std::string path = std::filesystem::path(options.all) / _file_name(one);
         if (_what(options) == existing::keep && std::filesystem::exists(path) &&
             !_holds(path, one.data.get())) {

@@ -30,14 +30,19 @@ std::size_t _shown_digits(const std::vector<stamp>& stamps) {
 }
 
 void _list(context& run, const device_choice& wanted) {
-    const stamp_list list = list_stamps(run.tokens(), wanted);
-    warn_of_errors(run);
+    const held_stamps list = list_stamps(run.tokens(), wanted);
+    warn_of_unread(run, list);
     const std::size_t digits =
         run.out.is_verbose() ? std::string::npos : _shown_digits(list.stamps);
     run.result["stamps"] = json::array();
     std::vector<std::vector<std::string>> rows{
         {"UUID", "NAME", "MEDIA TYPE", "BYTES", "PIXELS", "DEVICE"}};
     for (const stamp& one : list.stamps) {
+        if (!one.is_readable()) {
+            rows.push_back({to_hex(one.uuid).substr(0, digits), printable(one.name), "unreadable",
+                            "-", "-", describe(one.device)});
+            continue;
+        }
         const pictured_stamp shown = look_at(one);
         const picture& seen = shown.seen;
         run.result["stamps"].push_back(stamp_json(shown));

@@ -73,6 +73,13 @@ json identity_json(const stamp& one) {
     return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
 }
 
+json unreadable_json(const stamp& one) {
+    json object = identity_json(one);
+    object["slot"] = one.slot;
+    object["cause"] = one.fault;
+    return object;
+}
+
 json stamp_json(const pictured_stamp& shown) {
     const stamp& one = shown.one;
     json object = identity_json(one);

@@ -19,6 +19,8 @@ json identity_json(const stamp& one);
 /** What a picture's file tells; unknown values are null. */
 json picture_json(const picture& seen);
 /** A stamp with what its bytes are. */
+/** One that cannot be read. */
+json unreadable_json(const stamp& one);
 json stamp_json(const pictured_stamp& shown);
 json findings_json(const std::vector<finding>& findings);
 json error_json(const failure& error);

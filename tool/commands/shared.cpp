@@ -1,6 +1,8 @@
 #include "basics/text.h"
 #include "commands/commands.h"
 #include "commands/number_check.h"
+#include "commands/shapes.h"
+#include "keep/describe.h"
 
 namespace vemra::tool {
 
@@ -14,6 +16,20 @@ void add_device_options(CLI::App& command, device_choice& device) {
 CLI::Option* add_lock_option(CLI::App& command, context& run) {
     return command.add_flag("--no-lock", run.options.no_lock,
                             "Do not wait for another run that is changing the device");
+}
+
+void warn_of_unread(context& run, const held_stamps& held) {
+    run.result["unreadable"] = json::array();
+    for (const std::string& error : held.errors) {
+        run.out.warn(printable(error));
+        run.code = exit_code::partial;
+    }
+    for (const stamp& one : held.stamps) {
+        if (one.is_readable()) continue;
+        run.out.warn(describe_unreadable(one));
+        run.result["unreadable"].push_back(unreadable_json(one));
+        run.code = exit_code::partial;
+    }
 }
 
 void warn_of_errors(context& run) {

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <iterator>
+
 #include "commands/commands.h"
 #include "commands/html.h"
 #include "files/file.h"
@@ -13,12 +16,14 @@ struct sheet_options {
 };
 
 void _sheet(context& run, const sheet_options& options) {
-    const stamp_list list = list_stamps(run.tokens());
-    warn_of_errors(run);
-    write_file(options.file, make_sheet(list.stamps),
-               options.force ? existing::replace : existing::keep);
+    const held_stamps list = list_stamps(run.tokens());
+    warn_of_unread(run, list);
+    std::vector<stamp> shown;
+    std::copy_if(list.stamps.begin(), list.stamps.end(), std::back_inserter(shown),
+                 [](const stamp& one) { return one.is_readable(); });
+    write_file(options.file, make_sheet(shown), options.force ? existing::replace : existing::keep);
     run.result["file"] = options.file;
-    run.result["stamps"] = list.stamps.size();
+    run.result["stamps"] = shown.size();
     run.out.note("look at " + options.file + " in a browser");
 }
 

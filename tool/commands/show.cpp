@@ -12,7 +12,6 @@
 #include "commands/shapes.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
-#include "keep/mapping_record.h"
 #include "keep/selector.h"
 #include "terminal/table.h"
 
@@ -77,10 +76,11 @@ bool _draw(int output, const std::string& data) {
 
 void _show(context& run, const show_options& options) {
     const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
-    const pictured_stamp shown = look_at(select_stamp(stamps, options.selector));
-    const stamp& one = shown.one;
+    const stamp& one = select_stamp(stamps, options.selector);
+    require_bytes(one);
+    const pictured_stamp shown = look_at(one);
     const picture& seen = shown.seen;
-    const int slot = slot_of(run.tokens(), stamps, one);
+    const int slot = one.slot;
     run.result["stamp"] = stamp_json(shown);
     run.result["stamp"]["slot"] = slot == 0 ? json(nullptr) : json(slot);
 

@@ -4,6 +4,7 @@
 
 #include "core/basic_stamp.h"
 #include "core/log.h"
+#include "core/stamp_device_map.h"
 #include "core/stamp_info_mapping.h"
 #include "device_module/stamp_library.h"
 #include "vemra_crypto.h"
@@ -93,6 +94,16 @@ password_answer device_tokens::verify_password(const device_id& device, const ch
 
 std::string device_tokens::read_slot(const device_id& device, int slot) {
     return find(device).get_data(slot);
+}
+
+std::string device_tokens::uuid_of(const device_id& device, int slot) {
+    const auto uuid = app::stamp::stamp_device_map::generate_uuid(find(device).shared_from_this(),
+                                                                  slot, "", nullptr, 0);
+    return std::string(uuid.begin(), uuid.end());
+}
+
+void device_tokens::delete_slot(const device_id& device, int slot) {
+    find(device).delete_data(slot);
 }
 
 void device_tokens::write_slot(const device_id& device, int slot, const std::string& bytes) {

@@ -24,7 +24,9 @@ public:
     std::vector<device_id> list_devices() override;
     password_answer verify_password(const device_id& device, const char* password) override;
     std::string read_slot(const device_id& device, int slot) override;
+    std::string uuid_of(const device_id& device, int slot) override;
     void write_slot(const device_id& device, int slot, const std::string& bytes) override;
+    void delete_slot(const device_id& device, int slot) override;
 
     stamp_mapping parse_mapping(const std::string& record) override;
     std::string encode_mapping(const stamp_mapping& mapping) override;

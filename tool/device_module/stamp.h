@@ -24,12 +24,20 @@ struct device_id {
     }
 };
 
-/** A stamp as it is listed. The uuid is raw bytes. */
+/** A stamp as a device lists it. The uuid is raw bytes. */
 struct stamp {
     std::string uuid;
     std::string name;
     shared_bytes data;
     device_id device;
+    /** 0 when it is not known. */
+    int slot = 0;
+    /** Why its bytes cannot be read: the device's text. Empty when they were. */
+    std::string fault{};
+    /** Whether the public interface lists it; else the device layer alone reaches it. */
+    bool is_listed = true;
+
+    bool is_readable() const { return fault.empty(); }
 };
 
 /** Whether both stand in the same place of the same device, whatever they hold. */

@@ -28,6 +28,8 @@ public:
     virtual std::vector<device_id> list_devices() = 0;
     /** A slot that there is not reads as empty. */
     virtual std::string read_slot(const device_id& device, int slot) = 0;
+    /** The uuid of a place, raw bytes, as the public interface tells it; empty when it has none. */
+    virtual std::string uuid_of(const device_id& device, int slot) = 0;
 
     /** The record in the mapping slot, decoded; what is wrong with it is told on the trace. */
     virtual stamp_mapping parse_mapping(const std::string& record) = 0;
@@ -50,6 +52,8 @@ public:
 
     /** Writes one slot through the device layer. */
     virtual void write_slot(const device_id& device, int slot, const std::string& bytes) = 0;
+    /** Deletes one through it, whether it can be read or not. */
+    virtual void delete_slot(const device_id& device, int slot) = 0;
 };
 
 /** The module's one exported function, with C linkage: a new object that the caller deletes. */

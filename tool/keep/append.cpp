@@ -4,6 +4,7 @@
 
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/listing.h"
 #include "keep/mapping_record.h"
 #include "keep/read_locks.h"
 
@@ -33,6 +34,7 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     // What the names speak against is told before a password is asked.
     require_room(_listed(tokens, id));
     authorised_change change = authorise(tokens, id, [&](locked_device& device) {
+        require_readable(device.stamps(), id, {});
         require_room(device.stamps());
         return 1;
     });

@@ -8,6 +8,7 @@
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
+#include "keep/listing.h"
 
 namespace vemra::tool {
 
@@ -29,6 +30,15 @@ by_uuid _by_uuid(const std::vector<stamp>& stamps) {
     return found;
 }
 
+// What could not be read before cannot be compared, but it must not be empty now.
+std::string _fault_of_bytes(const stamp& expected, const stamp& actual) {
+    if (!expected.is_readable()) {
+        return actual.is_readable() && actual.data.empty() ? "are gone" : "";
+    }
+    if (!actual.is_readable()) return "cannot be read: " + printable(actual.fault);
+    return actual.data == expected.data ? "" : "differ";
+}
+
 std::vector<std::string> _differences(const std::vector<stamp>& expected,
                                       const std::vector<stamp>& actual) {
     const by_uuid wanted = _by_uuid(expected);
@@ -43,9 +53,8 @@ std::vector<std::string> _differences(const std::vector<stamp>& expected,
         if (found->second->name != one->name) {
             texts.push_back(quoted(one->name) + " is named " + quoted(found->second->name));
         }
-        if (found->second->data != one->data) {
-            texts.push_back("the bytes of " + quoted(one->name) + " differ");
-        }
+        const std::string fault = _fault_of_bytes(*one, *found->second);
+        if (!fault.empty()) texts.push_back("the bytes of " + quoted(one->name) + " " + fault);
     }
     for (const auto& [uuid, one] : present) {
         if (wanted.count(uuid) == 0) texts.push_back(quoted(one->name) + " is there unexpectedly");
@@ -79,6 +88,13 @@ std::string _joined(const std::vector<std::string>& texts) {
 void _heed_signals() {
     if (!interruption::is_pending()) return;
     throw failure(exit_code::interrupted, "interrupted; earlier changes are complete");
+}
+
+std::vector<stamp> _without(const std::vector<stamp>& stamps, const stamp& left_out) {
+    std::vector<stamp> others;
+    std::copy_if(stamps.begin(), stamps.end(), std::back_inserter(others),
+                 [&](const stamp& one) { return one.uuid != left_out.uuid; });
+    return others;
 }
 
 // The stamps of an enumeration before an append, with what the append added.
@@ -155,6 +171,10 @@ stamp authorised_change::append(const std::string& name, const shared_bytes& dat
 void authorised_change::update(const pictured_stamp& old, const std::string& name,
                                const shared_bytes& data) {
     begin();
+    if (!old.one.is_readable()) {
+        replace_unreadable(old.one, {old.one.uuid, name, data, device_.id()});
+        return;
+    }
     const std::vector<stamp> before = device_.stamps();
     const std::string& uuid = old.one.uuid;
     std::vector<stamp> expected = before;
@@ -172,10 +192,12 @@ void authorised_change::update(const pictured_stamp& old, const std::string& nam
 
 void authorised_change::remove(const stamp& old) {
     begin();
+    if (!old.is_readable()) {
+        remove_unreadable(old);
+        return;
+    }
     const std::vector<stamp> before = device_.stamps();
-    std::vector<stamp> expected;
-    std::copy_if(before.begin(), before.end(), std::back_inserter(expected),
-                 [&](const stamp& one) { return one.uuid != old.uuid; });
+    const std::vector<stamp> expected = _without(before, old);
     recovery kept = keep(look_at(old));
     carry_out(
         "removing " + quoted(old.name), &kept,
@@ -183,10 +205,52 @@ void authorised_change::remove(const stamp& old) {
         [&](bool is_done) { return compare_with(is_done ? expected : before); });
 }
 
+// The public interface writes nothing where it cannot read, so the slot and the list are written
+// through the device layer, in the interface's own order.
+void authorised_change::replace_unreadable(const stamp& old, const stamp& wanted) {
+    session& tokens_of_device = device_.tokens();
+    const std::vector<stamp> before = device_.stamps();
+    std::vector<stamp> expected = _without(before, old);
+    expected.push_back(wanted);
+    const mapping_record list = read_mapping(tokens_of_device, device_.id());
+    stamp_mapping entries = list.entries;
+    entries[static_cast<unsigned int>(old.slot)] = wanted.name;
+    const mapping_record next = make_mapping(tokens_of_device, entries);
+    recovery kept = keep_all(before, list);
+    carry_out(
+        "replacing " + quoted(old.name), &kept,
+        [&](tokens& all, const char*) {
+            all.delete_slot(device_.id(), old.slot);
+            all.write_slot(device_.id(), old.slot, wanted.data.get());
+            all.write_slot(device_.id(), mapping_slot, next.bytes);
+            return status_done;
+        },
+        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+}
+
+void authorised_change::remove_unreadable(const stamp& old) {
+    session& tokens_of_device = device_.tokens();
+    const std::vector<stamp> before = device_.stamps();
+    const std::vector<stamp> expected = _without(before, old);
+    const mapping_record list = read_mapping(tokens_of_device, device_.id());
+    stamp_mapping entries = list.entries;
+    entries.erase(static_cast<unsigned int>(old.slot));
+    const mapping_record next = make_mapping(tokens_of_device, entries);
+    recovery kept = keep_all(before, list);
+    carry_out(
+        "removing " + quoted(old.name), &kept,
+        [&](tokens& all, const char*) {
+            all.write_slot(device_.id(), mapping_slot, next.bytes);
+            all.delete_slot(device_.id(), old.slot);
+            return status_done;
+        },
+        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+}
+
 void authorised_change::write_list(const mapping_record& old, const mapping_record& wanted) {
     begin();
     session& tokens_of_device = device_.tokens();
-    const std::vector<stamp> before = tokens_of_device.stamps(device_.id()).stamps;
+    const std::vector<stamp> before = read_held(tokens_of_device, {device_.id()}).stamps;
     recovery kept = keep_all(before, old);
     carry_out(
         "repairing " + describe(device_.id()), &kept,
@@ -196,7 +260,7 @@ void authorised_change::write_list(const mapping_record& old, const mapping_reco
         },
         [&](bool is_done) {
             const mapping_record now = read_mapping(tokens_of_device, device_.id());
-            device_.know(tokens_of_device.stamps(device_.id()).stamps);
+            device_.know(read_held(tokens_of_device, {device_.id()}).stamps);
             std::vector<std::string> texts = _lost(before, device_.stamps());
             if (is_done && now.entries != wanted.entries) {
                 texts.insert(texts.begin(), "the list is not the planned one");

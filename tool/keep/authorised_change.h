@@ -50,6 +50,8 @@ private:
 
     void begin();
     void keep_unlisted_bytes();
+    void replace_unreadable(const stamp& old, const stamp& wanted);
+    void remove_unreadable(const stamp& old);
     recovery keep(const pictured_stamp& old) const;
     recovery keep_all(const std::vector<stamp>& stamps, const mapping_record& list) const;
     void carry_out(const std::string& label, recovery* kept, const write_call& change,

@@ -15,11 +15,19 @@ namespace {
 
 void _require_unchanged(locked_device& device, const stamp& selected) {
     for (const stamp& one : device.stamps()) {
-        if (one.uuid == selected.uuid && one.name == selected.name && one.data == selected.data) {
+        if (is_same_place(one, selected) && one.name == selected.name &&
+            one.data == selected.data && one.is_readable() == selected.is_readable()) {
             return;
         }
     }
     throw failure(exit_code::no_stamp, quoted(selected.name) + " is not there any more");
+}
+
+void _require_deletable(const std::vector<stamp>& held, const device_id& device,
+                        const std::vector<stamp>& removed) {
+    const bool is_any_readable = std::any_of(removed.begin(), removed.end(),
+                                             [](const stamp& one) { return one.is_readable(); });
+    if (is_any_readable) require_readable(held, device, removed);
 }
 
 }  // namespace
@@ -35,6 +43,12 @@ selection select_stamps(session& tokens, const std::vector<std::string>& selecto
         });
         if (!is_known) chosen.push_back(one);
     }
+    for (auto& [device, chosen] : selected) {
+        // What cannot be read goes first: before that nothing else is written.
+        std::stable_partition(chosen.begin(), chosen.end(),
+                              [](const stamp& one) { return !one.is_readable(); });
+        _require_deletable(stamps, device, chosen);
+    }
     return selected;
 }
 
@@ -48,6 +62,7 @@ void delete_stamps(session& tokens, const selection& chosen,
                 for (const stamp& one : removed) {
                     _require_unchanged(device, one);
                 }
+                _require_deletable(device.stamps(), device.id(), removed);
                 return removed.size();
             });
             for (const stamp& one : stamps) {

@@ -9,6 +9,11 @@ std::string describe(const device_id& device) {
     return printable(device.serial) + " (type " + std::to_string(device.type) + ")";
 }
 
+std::string describe_unreadable(const stamp& one) {
+    return quoted(one.name) + " in slot " + std::to_string(one.slot) + " of " +
+           describe(one.device) + " cannot be read: " + printable(one.fault);
+}
+
 std::string describe(const stamp& one) {
     return to_hex(one.uuid).substr(0, 16) + "  " + quoted(one.name) + " on " + describe(one.device);
 }

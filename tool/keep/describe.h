@@ -11,5 +11,7 @@ namespace vemra::tool {
 std::string describe(const device_id& device);
 /** The first digits of the uuid, the name and the device. */
 std::string describe(const stamp& one);
+/** A sentence about one that cannot be read. */
+std::string describe_unreadable(const stamp& one);
 
 }  // namespace vemra::tool

@@ -1,9 +1,12 @@
 #include "keep/listing.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "basics/failure.h"
 #include "basics/text.h"
+#include "keep/cause.h"
 #include "keep/describe.h"
 #include "keep/mapping_record.h"
 #include "keep/read_locks.h"
@@ -12,40 +15,154 @@ namespace vemra::tool {
 
 namespace {
 
-// Errors of an enumeration may be those of another device.
-bool _is_whole(session& tokens, const device_id& device, const stamp_list& list) {
-    const mapping_record record = read_mapping(tokens, device);
-    return record.faults.empty() && record.listed_slots().size() == list.stamps.size();
+std::vector<stamp> _of_device(const std::vector<stamp>& stamps, const device_id& device) {
+    std::vector<stamp> found;
+    std::copy_if(stamps.begin(), stamps.end(), std::back_inserter(found),
+                 [&](const stamp& one) { return one.device == device; });
+    return found;
+}
+
+// The error that ended the enumeration of a device is told by the stamp that it was about.
+void _forget(std::vector<std::string>& errors, const std::string& fault) {
+    const auto found = std::find_if(errors.begin(), errors.end(), [&](const std::string& error) {
+        return cause_of(error) == fault;
+    });
+    if (found != errors.end()) errors.erase(found);
+}
+
+stamp _read_unlisted(session& tokens, const device_id& device, int slot, const std::string& name) {
+    stamp one{"", name, {}, device};
+    one.slot = slot;
+    one.is_listed = false;
+    one.uuid = tokens.ask([&](token_reader& all) { return all.uuid_of(device, slot); });
+    try {
+        one.data = shared_bytes(
+            tokens.ask([&](token_reader& all) { return all.read_slot(device, slot); }));
+    } catch (const failure& error) {
+        one.fault = error.facts().cause;
+    }
+    return one;
+}
+
+// The stamps of a record, of which some are listed.
+std::vector<stamp> _complete(session& tokens, const device_id& device, const mapping_record& record,
+                             const std::vector<stamp>& listed, std::vector<std::string>& errors) {
+    std::vector<stamp> all;
+    bool is_first = true;
+    for (const int slot : record.listed_slots()) {
+        const std::string uuid =
+            tokens.ask([&](token_reader& reader) { return reader.uuid_of(device, slot); });
+        const auto found = std::find_if(listed.begin(), listed.end(),
+                                        [&](const stamp& one) { return one.uuid == uuid; });
+        if (found != listed.end()) {
+            all.push_back(*found);
+            all.back().slot = slot;
+            continue;
+        }
+        const std::string& name = record.entries.at(static_cast<unsigned int>(slot));
+        all.push_back(_read_unlisted(tokens, device, slot, name));
+        if (is_first && !all.back().is_readable()) _forget(errors, all.back().fault);
+        is_first = false;
+    }
+    return all;
+}
+
+std::vector<stamp> _read_device(session& tokens, const device_id& device, std::vector<stamp> listed,
+                                std::vector<std::string>& errors) {
+    try {
+        const mapping_record record = read_mapping(tokens, device);
+        const std::vector<int> slots = record.listed_slots();
+        if (slots.size() != listed.size()) {
+            return _complete(tokens, device, record, listed, errors);
+        }
+        for (std::size_t i = 0; i < slots.size(); ++i) {
+            listed[i].slot = slots[i];
+        }
+    } catch (const failure& error) {
+        _forget(errors, error.facts().cause);
+        errors.push_back("the list of " + describe(device) +
+                         " cannot be read: " + error.facts().cause);
+    }
+    return listed;
 }
 
 }  // namespace
 
-stamp_list list_stamps(session& tokens, const device_choice& choice) {
+held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
+    const stamp_list list = devices.size() == 1 ? tokens.stamps(devices.front()) : tokens.stamps();
+    held_stamps held{{}, tokens.errors()};
+    for (const device_id& device : devices) {
+        for (stamp& one :
+             _read_device(tokens, device, _of_device(list.stamps, device), held.errors)) {
+            held.stamps.push_back(std::move(one));
+        }
+    }
+    return held;
+}
+
+held_stamps list_stamps(session& tokens, const device_choice& choice) {
     const std::vector<device_id> meant =
         choice.is_open() ? tokens.devices() : std::vector<device_id>{tokens.find_device(choice)};
     const read_locks locks(tokens, meant);
     const auto shown = tokens.served().show({"reading stamps"});
-    if (meant.size() == 1) return tokens.stamps(meant.front());
-    return tokens.stamps();
+    return read_held(tokens, meant);
 }
 
 std::vector<stamp> stamps_for_selection(session& tokens) {
-    stamp_list list = list_stamps(tokens);
-    for (const std::string& error : tokens.errors()) {
+    held_stamps held = list_stamps(tokens);
+    for (const std::string& error : held.errors) {
         tokens.served().warn(printable(error));
     }
-    return std::move(list.stamps);
+    for (const stamp& one : held.stamps) {
+        if (!one.is_readable()) tokens.served().warn(describe_unreadable(one));
+    }
+    return std::move(held.stamps);
 }
 
+// Errors of an enumeration may be those of another device.
 std::vector<stamp> whole_list(session& tokens, const device_id& device) {
-    stamp_list list = tokens.stamps(device);
-    if (list.unreadable == 0 && tokens.errors().empty()) return std::move(list.stamps);
-    const std::string found = tokens.cause();
-    if (list.unreadable == 0 && _is_whole(tokens, device, list)) return std::move(list.stamps);
+    held_stamps held = read_held(tokens, {device});
+    if (held.errors.empty()) return std::move(held.stamps);
+    const mapping_record record = read_mapping(tokens, device);
+    if (record.faults.empty() && record.listed_slots().size() == held.stamps.size()) {
+        return std::move(held.stamps);
+    }
+    const std::string found = printable(cause_of(held.errors.back()));
     throw failure(exit_code::failed,
                   "the stamps of " + describe(device) + " cannot all be read: " + found +
                       "\nSee: vemra-stamp check",
                   {found});
+}
+
+void require_bytes(const stamp& one) {
+    if (!one.is_readable()) throw failure(exit_code::failed, describe_unreadable(one), {one.fault});
+}
+
+void require_readable(const std::vector<stamp>& held, const device_id& device,
+                      const std::vector<stamp>& removed) {
+    const std::vector<stamp> stamps = _of_device(held, device);
+    for (const stamp& one : stamps) {
+        const bool is_removed =
+            std::any_of(removed.begin(), removed.end(),
+                        [&](const stamp& other) { return is_same_place(one, other); });
+        if (one.is_readable() || is_removed) continue;
+        throw failure(exit_code::failed,
+                      "the stamps of " + describe(device) +
+                          " cannot all be read: " + printable(one.fault) + "\nFirst delete " +
+                          quoted(one.name) + ", or give it a new picture",
+                      {one.fault});
+    }
+    // Behind one that cannot be read they are listed as soon as that one is gone.
+    const bool is_any_unreadable = std::any_of(stamps.begin(), stamps.end(),
+                                               [](const stamp& one) { return !one.is_readable(); });
+    if (is_any_unreadable) return;
+    for (const stamp& one : stamps) {
+        if (one.is_listed) continue;
+        throw failure(exit_code::failed,
+                      "the stamps of " + describe(device) +
+                          " cannot all be read: the stamp library does not list " +
+                          quoted(one.name));
+    }
 }
 
 }  // namespace vemra::tool

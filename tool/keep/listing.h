@@ -1,4 +1,4 @@
-/** Reading the stamps of devices, with the person told that it takes time. */
+/** Reading the stamps of devices, past those that cannot be read. */
 #pragma once
 
 #include <optional>
@@ -9,13 +9,40 @@
 
 namespace vemra::tool {
 
-/** The stamps of the device that is meant, or of all. Errors of single stamps are in errors(). */
-stamp_list list_stamps(session& tokens, const device_choice& choice = {});
+/** What devices hold, as far as it can be told. */
+struct held_stamps {
+    /** All that are listed, by device and slot. Those that cannot be read have a fault. */
+    std::vector<stamp> stamps;
+    /** What else is wrong with the devices or their lists. */
+    std::vector<std::string> errors;
+};
+
+/**
+ * The stamps of devices that the caller has locked. The public interface lists a device's stamps up
+ * to the first that cannot be read; the others are read through the device layer.
+ */
+held_stamps read_held(session& tokens, const std::vector<device_id>& devices);
+
+/** The stamps of the device that is meant, or of all, locked while they are read. */
+held_stamps list_stamps(session& tokens, const device_choice& choice = {});
 
 /** The stamps of all devices, to select from; what could not be read is warned of. */
 std::vector<stamp> stamps_for_selection(session& tokens);
 
-/** The stamps of one device, for what must know all of it: anything unreadable is (failed). */
+/**
+ * The stamps of one device that the caller has locked, for what must know all of them: a list that
+ * cannot be read or is damaged is (failed).
+ */
 std::vector<stamp> whole_list(session& tokens, const device_id& device);
+
+/** Throws failure (failed) for a stamp whose bytes cannot be read. */
+void require_bytes(const stamp& one);
+
+/**
+ * What cannot be read can be deleted and replaced. Nothing else is written to a device before that:
+ * throws failure (failed) when one of its stamps cannot be read and is not among those `removed`.
+ */
+void require_readable(const std::vector<stamp>& held, const device_id& device,
+                      const std::vector<stamp>& removed);
 
 }  // namespace vemra::tool

@@ -1,6 +1,6 @@
 #include "keep/mapping_record.h"
 
-#include <algorithm>
+#include "basics/failure.h"
 
 namespace vemra::tool {
 
@@ -33,16 +33,14 @@ mapping_record read_mapping(session& tokens, const device_id& device) {
     return record;
 }
 
-int slot_of(session& tokens, const std::vector<stamp>& listed, const stamp& wanted) {
-    std::size_t place = 0;
-    std::size_t on_device = 0;
-    for (const stamp& one : listed) {
-        if (!(one.device == wanted.device)) continue;
-        if (one.uuid == wanted.uuid) place = on_device;
-        ++on_device;
+mapping_record make_mapping(session& tokens, const stamp_mapping& entries) {
+    mapping_record record;
+    record.entries = entries;
+    record.bytes = tokens.ask([&](token_reader& all) { return all.encode_mapping(entries); });
+    if (tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); }) != entries) {
+        throw failure(exit_code::failed, "a name on the device would not survive a new record");
     }
-    const std::vector<int> slots = read_mapping(tokens, wanted.device).listed_slots();
-    return slots.size() == on_device ? slots[place] : 0;
+    return record;
 }
 
 }  // namespace vemra::tool

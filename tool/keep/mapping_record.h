@@ -24,11 +24,11 @@ struct mapping_record {
     int lowest_free_slot() const;
 };
 
+/** The record of other entries. */
+mapping_record make_mapping(session& tokens, const stamp_mapping& entries);
+
 /** Throws failure (failed) when the slot cannot be read. */
 mapping_record read_mapping(session& tokens, const device_id& device);
-
-/** The slot of one of the listed stamps; 0 when the record and the list do not agree. */
-int slot_of(session& tokens, const std::vector<stamp>& listed, const stamp& wanted);
 
 /** How many stamps a device holds at most. */
 constexpr int stamp_slots = last_stamp_slot - first_stamp_slot + 1;

@@ -83,12 +83,7 @@ private:
     }
 
     void encode() {
-        const stamp_mapping& entries = plan_.list.entries;
-        std::string& record = plan_.list.bytes;
-        record = tokens_.ask([&](token_reader& all) { return all.encode_mapping(entries); });
-        if (tokens_.ask([&](token_reader& all) { return all.parse_mapping(record); }) != entries) {
-            throw failure(exit_code::failed, "a name on the device would not survive a new record");
-        }
+        plan_.list = make_mapping(tokens_, plan_.list.entries);
         const auto& findings = contents_.findings;
         if (std::any_of(findings.begin(), findings.end(), [](const finding& one) {
                 return one.what == finding::kind::malformed_record;

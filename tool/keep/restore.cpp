@@ -26,6 +26,22 @@ bool _is_change(const restore_item& item) {
     return item.what == action::append || item.what == action::replace;
 }
 
+bool _is_for_unreadable(const restore_item& item) {
+    return item.what == action::replace && !item.there.is_readable();
+}
+
+// Before they are replaced nothing else is written.
+void _put_unreadable_first(std::vector<restore_item>& items, const std::vector<stamp>& present,
+                           const device_id& device) {
+    const auto others = std::stable_partition(items.begin(), items.end(), _is_for_unreadable);
+    if (std::none_of(others, items.end(), _is_change)) return;
+    std::vector<stamp> replaced;
+    for (auto item = items.begin(); item != others; ++item) {
+        replaced.push_back(item->there);
+    }
+    require_readable(present, device, replaced);
+}
+
 void _warn_of_doubts(session& tokens, const restore_item& item) {
     for (const std::string& doubt : item.doubts) {
         tokens.served().warn(quoted(item.wanted.name) +
@@ -62,6 +78,7 @@ void restore_backup(session& tokens, const device_id& device, const archive& kep
     std::vector<restore_item> items;
     const auto plan = [&](const std::vector<stamp>& present) {
         items = plan_restore(kept, present, replace, judge);
+        _put_unreadable_first(items, present, device);
         return static_cast<std::size_t>(std::count_if(items.begin(), items.end(), _is_change));
     };
     if (plan(_present(tokens, device)) == 0) {

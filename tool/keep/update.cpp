@@ -6,6 +6,7 @@
 
 #include "basics/text.h"
 #include "keep/authorised_change.h"
+#include "keep/describe.h"
 #include "keep/listing.h"
 #include "keep/selector.h"
 
@@ -39,14 +40,18 @@ std::vector<stamp> _others(const std::vector<stamp>& held, const stamp& changed)
 replacement _plan(session& tokens, const update_request& request, offer offered,
                   const std::vector<stamp>& held, const stamp& selected) {
     const stamp& old = _as_it_is(held, selected);
+    if (old.is_readable()) require_readable(held, old.device, {});
     // A name that stays is not used anew, even when another stamp has it, too.
     if (offered.name == old.name) offered.name.reset();
     require_storable(tokens, offered, _others(held, old), request.waived);
     replacement planned{old, old};
     if (request.name) planned.wanted.name = *request.name;
     if (request.data) planned.wanted.data = *request.data;
+    planned.wanted.fault.clear();
     if (planned.wanted.data.empty()) {
-        throw failure(exit_code::usage, "the stamp has no bytes: give a FILE");
+        throw failure(exit_code::usage, old.is_readable()
+                                            ? "the stamp has no bytes: give a FILE"
+                                            : describe_unreadable(old) + "; give a FILE");
     }
     return planned;
 }
