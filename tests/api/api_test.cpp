@@ -13,36 +13,6 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-expected_trace::expected_trace(const std::string& function) : function_(function) {
-    verbose(">>>> " + function);
-}
-
-expected_trace& expected_trace::verbose(const std::string& message) {
-    lines_.push_back(" [VERBOSE]  [" + function_ + "] " + message);
-    return *this;
-}
-
-expected_trace& expected_trace::debug(const std::string& message) {
-    lines_.push_back(" [DEBUG]    [" + function_ + "] " + message);
-    return *this;
-}
-
-expected_trace& expected_trace::error(const std::string& message) {
-    return error_of(function_, "VEMRA_APP_STAMP.cpp", message);
-}
-
-expected_trace& expected_trace::error_of(const std::string& function, const std::string& file,
-                                         const std::string& message) {
-    lines_.push_back(" [ERROR]    [" + function + "] " + message + " (src/core/" + file + ":N)");
-    return *this;
-}
-
-expected_trace::operator text_lines() const {
-    text_lines whole = lines_;
-    whole.push_back(" [VERBOSE]  [" + function_ + "] <<<< " + function_);
-    return whole;
-}
-
 expected_calls& expected_calls::call(const std::string& line) {
     lines_.push_back(line);
     return *this;
@@ -139,18 +109,6 @@ std::string mapping_record(const std::string& body) {
            body;
 }
 
-std::string hex_text(const std::string& bytes, const std::string& separator) {
-    std::string result;
-    for (const char byte : bytes) {
-        if (!result.empty()) result += separator;
-        char digits[3];
-        std::snprintf(digits, sizeof(digits), "%02x",
-                      static_cast<unsigned int>(static_cast<unsigned char>(byte)));
-        result += digits;
-    }
-    return result;
-}
-
 VEMRA_APP_STAMP_RECORD image_record(std::string& name, std::string& data) {
     VEMRA_APP_STAMP_RECORD record;
     std::memset(&record, 0, sizeof(record));
@@ -219,10 +177,6 @@ text_lines api_test::listed_names() {
 
 const unsigned char* bytes_of(const std::string& text) {
     return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-std::string failure_text(const std::string& text_and_code, int line) {
-    return text_and_code + ". (at src/vemra_crypto_cpp/device:" + std::to_string(line);
 }
 
 kept_leak_scope::kept_leak_scope() {

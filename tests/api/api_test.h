@@ -7,28 +7,11 @@
 #include <vector>
 
 #include "support/allocation_faults.h"
+#include "support/expected_trace.h"
 #include "support/fake_device_library.h"
+#include "support/hex_text.h"
 #include "support/stream_capture.h"
 #include "vemra_app_stamp.h"
-
-using text_lines = std::vector<std::string>;
-
-/** The lines that one exported function prints, from its entry line to its exit line. */
-class expected_trace {
-public:
-    explicit expected_trace(const std::string& function);
-    expected_trace& verbose(const std::string& message);
-    expected_trace& debug(const std::string& message);
-    expected_trace& error(const std::string& message);
-    /** An error line of another function, in another file of src/core. */
-    expected_trace& error_of(const std::string& function, const std::string& file,
-                             const std::string& message);
-    operator text_lines() const;
-
-private:
-    std::string function_;
-    text_lines lines_;
-};
 
 /** Calls of the device library, for a device with the label and serial number SN-1 and type 3. */
 class expected_calls {
@@ -65,9 +48,6 @@ private:
 
 /** The record in slot 8127 with this body. */
 std::string mapping_record(const std::string& body);
-
-/** Digits of bytes, as the log shows them and, with a separator, as the fake shows them. */
-std::string hex_text(const std::string& bytes, const std::string& separator = {});
 
 /** A record that a caller fills. */
 VEMRA_APP_STAMP_RECORD image_record(std::string& name, std::string& data);
@@ -123,9 +103,6 @@ protected:
 };
 
 const unsigned char* bytes_of(const std::string& text);
-
-/** The text of a device failure of the fake, as log lines tell it. */
-std::string failure_text(const std::string& text_and_code, int line);
 
 /** Leaks of the calling thread that a test makes on purpose and has counted. */
 class kept_leak_scope {

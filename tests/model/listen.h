@@ -3,7 +3,7 @@
 #include <functional>
 #include <optional>
 
-#include "model/expected.h"
+#include "support/expected_trace.h"
 #include "support/stream_capture.h"
 
 /** The listener of a random use that wants every line. */

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "support/hex_text.h"
+
 namespace {
 
 constexpr int mapping_slot = 8127;
@@ -27,7 +29,7 @@ stamp_to_store _stamp_of(const step& one) {
 }
 
 expected _freed_memory() {
-    return expected("VemraAppStampFreeMemory").input("`mem`", "PTR").returns(1);
+    return expected_trace("VemraAppStampFreeMemory").input("`mem`", "PTR").returns(1);
 }
 
 }  // namespace
@@ -168,13 +170,13 @@ std::string random_use::take(const step& one) {
     if (sets_.empty()) return {};
     const held_set& set = sets_[one.pick % sets_.size()];
     const std::size_t index = one.text % (set.stamps.size() + 1);
-    expected wanted("VemraAppStampGetStamp");
-    wanted.input("`handle`          ", "PTR")
-        .input("`index`           ", std::to_string(index))
-        .input("`output_uuid`     ", "PTR")
-        .input("`output_uuid_size`", "PTR")
-        .input("`output_stamp`    ", "PTR")
-        .returns(index < set.stamps.size() ? 1 : -5);
+    const expected wanted = expected_trace("VemraAppStampGetStamp")
+                                .input("`handle`          ", "PTR")
+                                .input("`index`           ", std::to_string(index))
+                                .input("`output_uuid`     ", "PTR")
+                                .input("`output_uuid_size`", "PTR")
+                                .input("`output_stamp`    ", "PTR")
+                                .returns(index < set.stamps.size() ? 1 : -5);
     unsigned char* uuid = nullptr;
     unsigned int uuid_size = 0;
     VEMRA_APP_STAMP_RECORD* record = nullptr;
@@ -195,7 +197,7 @@ std::string random_use::take(const step& one) {
 
 std::string random_use::read(const held_record& held) {
     int type = 7;
-    std::string difference = compare(expected("VemraAppStampGetStampType")
+    std::string difference = compare(expected_trace("VemraAppStampGetStampType")
                                          .input("`handle`", "PTR")
                                          .input("`type`  ", "PTR")
                                          .returns(1),
@@ -206,7 +208,7 @@ std::string random_use::read(const held_record& held) {
     char* name = nullptr;
     unsigned int name_length = 0;
     difference = compare(
-        expected("VemraAppStampGetStampName")
+        expected_trace("VemraAppStampGetStampName")
             .input("`handle`       ", "PTR")
             .input("`output_string`", "PTR")
             .input("`output_size`  ", "PTR")
@@ -225,7 +227,7 @@ std::string random_use::read(const held_record& held) {
     unsigned char* bytes = nullptr;
     unsigned long long size = 0;
     difference = compare(
-        expected("VemraAppStampGetStampData")
+        expected_trace("VemraAppStampGetStampData")
             .input("`handle`      ", "PTR")
             .input("`output_bytes`", "PTR")
             .input("`output_size` ", "PTR")
@@ -306,7 +308,7 @@ std::string random_use::free_stamp(const step& one) {
     records_.erase(position);
     char* name = held.record->name;
     difference = compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
-    expected wanted("VemraAppStampFreeStamp");
+    expected_trace wanted("VemraAppStampFreeStamp");
     wanted.input("`handle`", "PTR");
     if (!held.stamp.bytes.empty()) wanted.debug("Free stamp data.");
     return difference +
@@ -321,12 +323,13 @@ std::string random_use::free_set(const step& one) {
     sets_.erase(position);
     unsigned int count = 77;
     const std::string difference =
-        compare(expected("VemraAppStampGetStampCount")
+        compare(expected_trace("VemraAppStampGetStampCount")
                     .input("`handle`", "PTR")
                     .input("`count` ", "PTR")
                     .returns(1),
                 [&] { return VemraAppStampGetStampCount(handle, &count); });
-    const expected wanted = expected("VemraAppStampFreeStamps").input("`handle`", "PTR").returns(1);
+    const expected wanted =
+        expected_trace("VemraAppStampFreeStamps").input("`handle`", "PTR").returns(1);
     const std::string freed = compare(wanted, [&] { return VemraAppStampFreeStamps(handle); });
     if (count != size) return "counted " + std::to_string(count) + " stamps";
     return difference + freed;

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "model/random_use.h"
+#include "support/hex_text.h"
 
 namespace {
 

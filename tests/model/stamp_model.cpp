@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "support/hex_text.h"
+
 namespace {
 
 constexpr int mapping_slot = 8127;
@@ -65,7 +67,7 @@ std::optional<int> _lowest_free_slot(const reference_mapping::mapping& stamps) {
     return std::nullopt;
 }
 
-void _verify(model_device& device, bool is_reachable, const char* password, expected& trace) {
+void _verify(model_device& device, bool is_reachable, const char* password, expected_trace& trace) {
     if (password == nullptr) return;
     std::string reason = removed;
     int retries = 0;
@@ -91,7 +93,7 @@ std::string _slot(const model_device& device, int id) {
     return found == device.slots.end() ? std::string() : found->second;
 }
 
-reference_mapping::mapping _read_mapping(const model_device& device, expected& trace) {
+reference_mapping::mapping _read_mapping(const model_device& device, expected_trace& trace) {
     const reference_mapping::reading reading = reference_mapping::read(_slot(device, mapping_slot));
     for (const std::string& report : reading.reports)
         trace.error_of("_parse_stamp_info_mapping", "stamp_info_mapping.cpp", report);
@@ -132,7 +134,7 @@ void stamp_model::replug(unsigned int device) {
 expected stamp_model::list(const list_filter& filter,
                            std::optional<std::vector<model_stamp>>& found) {
     forget_change();
-    expected trace("VemraAppStampGetAllStamps");
+    expected_trace trace("VemraAppStampGetAllStamps");
     trace.input("`type`            ", std::to_string(filter.type))
         .input("`device_sn`       ", filter.serial.value_or("(null)"))
         .input("`device_sn_length`", std::to_string(filter.serial.value_or("").size()))
@@ -150,7 +152,7 @@ expected stamp_model::list(const list_filter& filter,
     return trace.returns(1);
 }
 
-void stamp_model::list_device(unsigned int number, expected& trace,
+void stamp_model::list_device(unsigned int number, expected_trace& trace,
                               std::vector<model_stamp>& found) {
     const model_device& device = devices[number];
     if (!_has_data(device, mapping_slot)) {
@@ -175,7 +177,7 @@ void stamp_model::list_device(unsigned int number, expected& trace,
 expected stamp_model::append(const std::string& serial, int type, const char* password,
                              const stamp_to_store& stamp) {
     forget_change();
-    expected trace("VemraAppStampAppendStamp");
+    expected_trace trace("VemraAppStampAppendStamp");
     trace.input("`device_sn`       ", serial)
         .input("`device_sn_length`", std::to_string(serial.size()))
         .input("`device_type`     ", std::to_string(type))
@@ -215,7 +217,7 @@ expected stamp_model::append(const std::string& serial, int type, const char* pa
 expected stamp_model::update(const std::string& uuid, const char* password,
                              const stamp_to_store& stamp) {
     forget_change();
-    expected trace("VemraAppStampUpdateStamp");
+    expected_trace trace("VemraAppStampUpdateStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
         .input("`password` ", password == nullptr ? "(null)" : password)
@@ -249,7 +251,7 @@ expected stamp_model::update(const std::string& uuid, const char* password,
 
 expected stamp_model::remove(const std::string& uuid, const char* password) {
     forget_change();
-    expected trace("VemraAppStampDeleteStamp");
+    expected_trace trace("VemraAppStampDeleteStamp");
     trace.input("`uuid`     ", hex_text(uuid))
         .input("`uuid_size`", std::to_string(uuid.size()))
         .input("`password` ", password == nullptr ? "(null)" : password);
@@ -287,7 +289,7 @@ expected stamp_model::remove(const std::string& uuid, const char* password) {
 
 expected stamp_model::ask_owner(const std::string& uuid, std::optional<model_device>& owner) {
     forget_change();
-    expected trace("VemraAppStampGetStampOwnDevice");
+    expected_trace trace("VemraAppStampGetStampOwnDevice");
     trace.input("`handle`                 ", "PTR")
         .input("`output_device_sn`       ", "PTR")
         .input("`output_device_sn_length`", "PTR")

@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "model/expected.h"
 #include "model/plan.h"
 #include "model/reference_mapping.h"
+#include "support/expected_trace.h"
 
 /** A device as it must be at any moment. */
 struct model_device {
@@ -97,7 +97,7 @@ public:
 private:
     void forget_change();
     bool is_reachable(const model_place& place) const;
-    void list_device(unsigned int number, expected& trace, std::vector<model_stamp>& found);
+    void list_device(unsigned int number, expected_trace& trace, std::vector<model_stamp>& found);
 
     std::vector<unsigned int> order_;
     unsigned long objects_made_ = 0;

@@ -1,6 +1,4 @@
-#include <array>
-#include <cstdio>
-
+#include "support/hex_text.h"
 #include "token_fixture.h"
 
 using namespace softtoken_test;
@@ -18,14 +16,10 @@ std::string hex_digest(VEMRA_PKI_HASH_HANDLE_st* hash) {
     int length = 0;
     int result = VemraPKICryptoHashFinal(hash, &bytes, &length);
     if (result != 1) return "failed: " + std::to_string(result);
-    std::string text;
-    for (int i = 0; i < length; ++i) {
-        std::array<char, 3> digits{};
-        std::snprintf(digits.data(), digits.size(), "%02x", bytes[i]);
-        text += digits.data();
-    }
+    const std::string digest(reinterpret_cast<const char*>(bytes),
+                             static_cast<std::size_t>(length));
     VemraPKICryptoFreeMemory(bytes);
-    return text;
+    return hex_text(digest);
 }
 
 constexpr const char* digest_of_abc =

@@ -1,7 +1,8 @@
 #include "sweep/model/model_devices.h"
 
 #include <cstdint>
-#include <cstdio>
+
+#include "support/hex_text.h"
 
 namespace {
 
@@ -15,8 +16,8 @@ constexpr int locked = 18;
 
 std::string _shown(const std::string& bytes) {
     if (bytes.empty()) return "no bytes";
-    if (bytes.size() > 64) return model_hex(bytes.substr(0, 8), " ") + " ..";
-    return model_hex(bytes, " ");
+    if (bytes.size() > 64) return hex_text(bytes.substr(0, 8), " ") + " ..";
+    return hex_text(bytes, " ");
 }
 
 // The fake's digest: 64 bits of FNV-1a, high byte first.
@@ -37,17 +38,6 @@ std::string _slot_call(const char* function, const model_handle& handle, int id,
 }
 
 }  // namespace
-
-std::string model_hex(const std::string& bytes, const std::string& separator) {
-    std::string result;
-    for (const char byte : bytes) {
-        char digits[3];
-        std::snprintf(digits, sizeof(digits), "%02x",
-                      static_cast<unsigned int>(static_cast<unsigned char>(byte)));
-        result += (result.empty() ? "" : separator) + digits;
-    }
-    return result;
-}
 
 void model_devices::plan_next(const planned_disturbance& next) {
     plan = next;

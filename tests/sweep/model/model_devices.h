@@ -107,5 +107,3 @@ private:
     bool ends_after_this_ = false;
     bool has_ended_ = false;
 };
-
-std::string model_hex(const std::string& bytes, const std::string& separator);

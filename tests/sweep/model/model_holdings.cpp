@@ -1,5 +1,7 @@
 #include "sweep/model/model_holdings.h"
 
+#include "support/hex_text.h"
+
 namespace {
 
 // A string keeps this many bytes in itself.
@@ -215,7 +217,7 @@ seen_call model_holdings::get_stamp_data() {
                            frame_.verbose("Input `output_bytes`: PTR");
                            frame_.verbose("Input `output_size` : PTR");
                            frame_.verbose("Size of stamp: " + std::to_string(size) + " bytes.");
-                           frame_.verbose("Data of stamp: " + model_hex(stamp_.data, "") + ".");
+                           frame_.verbose("Data of stamp: " + hex_text(stamp_.data) + ".");
                            if (memory_.has_memory()) {
                                frame_.outputs[0] = _sized(stamp_.data, size);
                                return 1;

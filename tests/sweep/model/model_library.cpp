@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "support/hex_text.h"
 #include "sweep/model/model_object.h"
 #include "sweep/model/model_record.h"
 
@@ -33,8 +34,8 @@ bool operator==(const seen_stamp& left, const seen_stamp& right) {
 }
 
 std::ostream& operator<<(std::ostream& out, const seen_stamp& stamp) {
-    return out << model_hex(stamp.uuid, "") << " " << stamp.name << " " << stamp.data.size() << ":"
-               << model_hex(stamp.data.substr(0, 16), " ");
+    return out << hex_text(stamp.uuid) << " " << stamp.name << " " << stamp.data.size() << ":"
+               << hex_text(stamp.data.substr(0, 16), " ");
 }
 
 long model_library::kept_blocks() const {
@@ -123,7 +124,7 @@ void model_library::list_entry(const handle_ptr& handle, int slot, const std::st
         error("Unable to generate uuid of stamp.");
         return;
     }
-    verbose("uuid: " + model_hex(uuid, ""));
+    verbose("uuid: " + hex_text(uuid));
     if (!devices_.memory.has_memory()) {
         error("Unable to construct an image stamp object.");
         return;
@@ -280,7 +281,7 @@ seen_call model_library::append(const std::string& serial, int type, const char*
 seen_call model_library::update(const std::string& uuid, const char* password,
                                 const new_stamp& stamp) {
     return call("VemraAppStampUpdateStamp", [&] {
-        verbose("Input `uuid`     : " + model_hex(uuid, ""));
+        verbose("Input `uuid`     : " + hex_text(uuid));
         verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
         verbose("Input `password` : " + _shown(password));
         verbose("Input `stamp`    : PTR");
@@ -309,7 +310,7 @@ bool model_library::forget_entry(model_handle& handle, int slot) {
 
 seen_call model_library::remove(const std::string& uuid, const char* password) {
     return call("VemraAppStampDeleteStamp", [&] {
-        verbose("Input `uuid`     : " + model_hex(uuid, ""));
+        verbose("Input `uuid`     : " + hex_text(uuid));
         verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
         verbose("Input `password` : " + _shown(password));
         const place& at = known_.at(uuid);
