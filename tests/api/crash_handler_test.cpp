@@ -8,8 +8,10 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 
 #include "api/api_test.h"
+#include "support/child_process.h"
 
 #if defined(__SANITIZE_THREAD__)
 #define HAS_THREAD_SANITIZER 1
@@ -29,26 +31,20 @@ extern "C" const char* __tsan_default_suppressions() {
 namespace {
 
 /** A child process that runs the work with its lines unbuffered. */
-class child_process {
+class printing_child {
 public:
-    template <typename Work>
-    explicit child_process(Work work) {
-        int ends[2];
-        EXPECT_EQ(pipe(ends), 0);
-        std::fflush(stdout);
-        id_ = fork();
-        if (id_ == 0) {
-            dup2(ends[1], STDOUT_FILENO);
-            std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-            work();
-            _exit(0);
-        }
-        close(ends[1]);
-        output_ = fdopen(ends[0], "r");
+    explicit printing_child(const std::function<void()>& work)
+        : output_(new_pipe()), child_([&] {
+              dup2(ends_[1], STDOUT_FILENO);
+              std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
+              work();
+              return true;
+          }) {
+        close(ends_[1]);
     }
-    ~child_process() { std::fclose(output_); }
-    child_process(const child_process&) = delete;
-    child_process& operator=(const child_process&) = delete;
+    ~printing_child() { std::fclose(output_); }
+    printing_child(const printing_child&) = delete;
+    printing_child& operator=(const printing_child&) = delete;
 
     /** The next line, normalised; empty at the end. */
     std::string line() {
@@ -58,16 +54,18 @@ public:
         if (!text.empty() && text.back() == '\n') text.pop_back();
         return normalised_line(text);
     }
-    void kill_it() { kill(id_, SIGKILL); }
-    int wait_status() {
-        int status = 0;
-        waitpid(id_, &status, 0);
-        return status;
-    }
+    void kill_it() { child_.signal(SIGKILL); }
+    int wait_status() { return child_.await(); }
 
 private:
-    pid_t id_;
+    std::FILE* new_pipe() {
+        EXPECT_EQ(pipe(ends_), 0);
+        return fdopen(ends_[0], "r");
+    }
+
+    int ends_[2];
     std::FILE* output_;
+    child_process child_;
 };
 
 std::string fatal_line(int number) {
@@ -82,7 +80,7 @@ void fault_for_ever() {
 }
 
 TEST(crash_handler, abort_prints_the_line_once_and_the_process_ends) {
-    child_process child([] {
+    printing_child child([] {
         VemraAppStampEnvInitialize(nullptr);
         std::abort();
     });
@@ -94,7 +92,7 @@ TEST(crash_handler, abort_prints_the_line_once_and_the_process_ends) {
 }
 
 TEST(crash_handler, a_real_fault_repeats_because_the_handler_returns) {
-    child_process child(fault_for_ever);
+    printing_child child(fault_for_ever);
     for (int i = 0; i < 5; ++i)
         EXPECT_EQ(child.line(), fatal_line(SIGSEGV));
     child.kill_it();
@@ -103,7 +101,7 @@ TEST(crash_handler, a_real_fault_repeats_because_the_handler_returns) {
 
 TEST(crash_handler, a_raised_signal_is_survived) {
     for (const int number : {SIGILL, SIGSEGV, SIGABRT}) {
-        child_process child([number] {
+        printing_child child([number] {
             VemraAppStampEnvInitialize(nullptr);
             std::raise(number);
             std::puts("still here");
@@ -116,7 +114,7 @@ TEST(crash_handler, a_raised_signal_is_survived) {
 }
 
 TEST(crash_handler, stays_installed_after_uninitialize) {
-    child_process child([] {
+    printing_child child([] {
         VemraAppStampEnvUninitialize(VemraAppStampEnvInitialize(nullptr));
         std::raise(SIGILL);
     });
@@ -125,7 +123,7 @@ TEST(crash_handler, stays_installed_after_uninitialize) {
 }
 
 TEST(crash_handler, every_initialize_installs_it_again) {
-    child_process child([] {
+    printing_child child([] {
         VemraAppStampEnvInitialize(nullptr);
         for (const int number : {SIGILL, SIGSEGV, SIGABRT})
             std::signal(number, SIG_IGN);
@@ -140,7 +138,7 @@ TEST(crash_handler, every_initialize_installs_it_again) {
 }
 
 TEST(crash_handler, no_other_call_and_no_load_installs_it) {
-    child_process child([] {
+    printing_child child([] {
         std::freopen("/dev/null", "w", stdout);
         VemraAppStampGetVersion();
         VemraAppStampGetAllStamps(-1, nullptr, 0, -1);

@@ -1,8 +1,6 @@
 // The right password never costs an attempt for good; a wrong one always does.
 
-#include <signal.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -12,6 +10,7 @@
 #include "store/attempt_note.h"
 #include "store/password_check.h"
 #include "store/token_database.h"
+#include "support/child_process.h"
 #include "token_fixture.h"
 
 using namespace softtoken_test;
@@ -48,32 +47,26 @@ protected:
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     // A process that changes the token until it is killed.
-    pid_t start_changing() const {
+    child_process start_changing() const {
         using namespace vemra::softtoken;
-        pid_t holder = fork();
-        if (holder == 0) {
+        child_process holder([this]() -> bool {
             token_database database(directory("one") + "/token.db");
             transaction changing(database);
             std::ofstream(root() + "/.holds").flush();
             for (;;)
                 pause();
-        }
+        });
         while (access((root() + "/.holds").c_str(), F_OK) != 0)
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return holder;
-    }
-    static void end(pid_t child) {
-        kill(child, SIGKILL);
-        waitpid(child, nullptr, 0);
     }
 };
 
 TEST_F(softtoken_attempt, killed_check_costs_one_until_the_next_right_password) {
     use(17);
-    pid_t child = fork();
-    if (child == 0) _exit(log_in(device_at().get()));
+    child_process child([] { return log_in(device_at().get()) == 1; });
     await_attempt();
-    end(child);
+    child.end();
     EXPECT_EQ(left(), most - 1);
     EXPECT_NE(run_tool("info one").output.find("attempts left:  2 of 3"), std::string::npos);
     EXPECT_TRUE(gives(password, 1));
@@ -82,31 +75,29 @@ TEST_F(softtoken_attempt, killed_check_costs_one_until_the_next_right_password) 
 
 TEST_F(softtoken_attempt, attempt_of_a_killed_check_counts_beside_a_wrong_password) {
     use(17);
-    pid_t child = fork();
-    if (child == 0) _exit(log_in(device_at().get(), "wrong"));
+    child_process child([] { return log_in(device_at().get(), "wrong") == 1; });
     await_attempt();
-    end(child);
+    child.end();
     EXPECT_TRUE(gives("wrong", wrong_password));
     EXPECT_EQ(left(), most - 2);
 }
 
 TEST_F(softtoken_attempt, unlock_gives_back_that_of_a_killed_check_too) {
     use(17);
-    pid_t child = fork();
-    if (child == 0) _exit(log_in(device_at().get()));
+    child_process child([] { return log_in(device_at().get()) == 1; });
     await_attempt();
-    end(child);
+    child.end();
     ASSERT_EQ(run_tool("unlock one").status, 0);
     EXPECT_EQ(left(), most);
 }
 
 TEST_F(softtoken_attempt, right_password_waits_for_no_writer_while_all_attempts_are_left) {
     use();
-    pid_t holder = start_changing();
+    child_process holder = start_changing();
     const auto begin = std::chrono::steady_clock::now();
     EXPECT_TRUE(gives(password, 1));
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
-    end(holder);
+    holder.end();
     EXPECT_EQ(left(), most);
 }
 
@@ -114,12 +105,12 @@ TEST_F(softtoken_attempt, busy_token_hands_back_a_right_attempt_and_keeps_a_wron
     constexpr int busy = -121;
     use();
     ASSERT_TRUE(gives("wrong", wrong_password));
-    pid_t holder = start_changing();
+    child_process holder = start_changing();
     EXPECT_TRUE(gives(password, busy));
     EXPECT_EQ(left(), most - 1);
     EXPECT_TRUE(gives("wrong", busy));
     EXPECT_EQ(left(), most - 2);
-    end(holder);
+    holder.end();
     EXPECT_EQ(left(), most - 2);
     EXPECT_TRUE(gives(password, 1));
     EXPECT_EQ(left(), most);

@@ -3,7 +3,6 @@
 
 #include <signal.h>
 #include <sys/mman.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +17,7 @@
 
 #include "store/password_table.h"
 #include "store/token_database.h"
+#include "support/child_process.h"
 #include "token_fixture.h"
 
 using namespace softtoken_test;
@@ -62,35 +62,6 @@ bool change_once() {
     return write_slot(device.get(), 8130, "other") == 1;
 }
 
-// A process that is started, and killed at the end unless it was awaited.
-class process {
-public:
-    template <typename Work>
-    explicit process(Work work) : id_(fork()) {
-        if (id_ == 0) _exit(work() ? 0 : 1);
-    }
-    ~process() { end(); }
-    process(const process&) = delete;
-    process& operator=(const process&) = delete;
-
-    void signal(int number) const { kill(id_, number); }
-    void end() {
-        if (id_ <= 0) return;
-        kill(id_, SIGKILL);
-        waitpid(id_, nullptr, 0);
-        id_ = 0;
-    }
-    bool succeeded() {
-        int status = -1;
-        waitpid(id_, &status, 0);
-        id_ = 0;
-        return status == 0;
-    }
-
-private:
-    pid_t id_;
-};
-
 // The moment until which each writes, after all have come so far.
 clock_type::time_point begin_together(const shared_memory& counts) {
     for (++counts->ready; counts->ready < writers;)
@@ -118,17 +89,17 @@ protected:
         in_child([] { return fill_slot(device_at().get(), 8130, "bytes") == 1; });
     }
     // A process that has begun a change, and waiters behind it, each of which came after the last.
-    std::unique_ptr<process> start_holder() const {
+    child_process start_holder() const {
         const std::string sign = root() + "/.holds";
-        auto holder = std::make_unique<process>([&] { return change_for_ever(sign); });
+        auto holder = child_process([&] { return change_for_ever(sign); });
         while (!std::filesystem::exists(sign))
             std::this_thread::sleep_for(milliseconds(1));
         return holder;
     }
     template <typename Work>
-    std::unique_ptr<process> start_waiter(Work work) const {
+    child_process start_waiter(Work work) const {
         const std::uint64_t before = tickets_drawn();
-        auto waiter = std::make_unique<process>(work);
+        auto waiter = child_process(work);
         while (tickets_drawn() == before)
             std::this_thread::sleep_for(milliseconds(1));
         return waiter;
@@ -190,7 +161,7 @@ TEST_F(softtoken_fairness, four_writing_threads_finish_within_a_factor_of_two) {
 
 TEST_F(softtoken_fairness, waiters_get_the_token_in_the_order_in_which_they_came) {
     shared_memory counts;
-    std::vector<std::unique_ptr<process>> waiting;
+    std::vector<child_process> waiting;
     auto holder = start_holder();
     for (std::size_t number = 0; number < 6; ++number) {
         waiting.push_back(start_waiter([&, number] {
@@ -200,9 +171,9 @@ TEST_F(softtoken_fairness, waiters_get_the_token_in_the_order_in_which_they_came
             return true;
         }));
     }
-    holder->end();
+    holder.end();
     for (auto& each : waiting)
-        EXPECT_TRUE(each->succeeded());
+        EXPECT_TRUE(each.succeeds());
     for (int number = 0; number < 6; ++number)
         EXPECT_EQ(counts->each.at(static_cast<std::size_t>(number)), number + 1);
 }
@@ -219,9 +190,9 @@ TEST_F(softtoken_fairness, login_waits_for_no_writer_that_came_after_it) {
         vemra::softtoken::password_table passwords(own.connection());
         return passwords.retries().left == passwords.retries().most;
     });
-    holder->end();
-    EXPECT_TRUE(login->succeeded());
-    EXPECT_TRUE(writer->succeeded());
+    holder.end();
+    EXPECT_TRUE(login.succeeds());
+    EXPECT_TRUE(writer.succeeds());
 }
 
 TEST_F(softtoken_fairness, killed_waiters_block_nobody) {
@@ -229,18 +200,18 @@ TEST_F(softtoken_fairness, killed_waiters_block_nobody) {
     auto first = start_waiter(change_once);
     auto second = start_waiter(change_once);
     auto third = start_waiter(change_once);
-    first->end();
-    second->end();
-    holder->end();
-    EXPECT_TRUE(third->succeeded());
+    first.end();
+    second.end();
+    holder.end();
+    EXPECT_TRUE(third.succeeds());
     EXPECT_EQ(passed_tickets(), 0U);
 }
 
 TEST_F(softtoken_fairness, writer_killed_in_its_change_blocks_nobody) {
     auto holder = start_holder();
     auto waiter = start_waiter(change_once);
-    holder->end();
-    EXPECT_TRUE(waiter->succeeded());
+    holder.end();
+    EXPECT_TRUE(waiter.succeeds());
 }
 
 // Both are passed at once, and who comes later need not pass them again.
@@ -248,19 +219,19 @@ TEST_F(softtoken_fairness, stopped_waiters_are_passed_and_go_on_later) {
     auto holder = start_holder();
     auto first = start_waiter(change_once);
     auto second = start_waiter(change_once);
-    first->signal(SIGSTOP);
-    second->signal(SIGSTOP);
+    first.signal(SIGSTOP);
+    second.signal(SIGSTOP);
     auto third = start_waiter(change_once);
     const std::uint64_t ticket = tickets_drawn() - 1;
-    holder->end();
-    EXPECT_TRUE(third->succeeded());
+    holder.end();
+    EXPECT_TRUE(third.succeeds());
     EXPECT_EQ(passed_tickets(), ticket);
     EXPECT_TRUE(in_child(change_once));
     EXPECT_EQ(passed_tickets(), ticket);
-    first->signal(SIGCONT);
-    second->signal(SIGCONT);
-    EXPECT_TRUE(first->succeeded());
-    EXPECT_TRUE(second->succeeded());
+    first.signal(SIGCONT);
+    second.signal(SIGCONT);
+    EXPECT_TRUE(first.succeeds());
+    EXPECT_TRUE(second.succeeds());
 }
 
 TEST_F(softtoken_fairness, questions_never_wait_for_a_writer) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "store/plug.h"
+#include "support/child_process.h"
 
 namespace softtoken_test {
 
@@ -107,26 +108,16 @@ std::string slot_bytes(VEMRA_PKI_DEVICE_HANDLE_st* device, int id) {
 }
 
 bool in_child(const std::function<bool()>& body) {
-    pid_t child = fork();
-    if (child == 0) _exit(body() ? 0 : 1);
-    int status = 0;
-    waitpid(child, &status, 0);
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return child_process(body).succeeds();
 }
 
 int at_once(int children, const std::function<bool(int)>& body) {
-    std::vector<pid_t> started;
-    for (int number = 0; number < children; ++number) {
-        pid_t child = fork();
-        if (child == 0) _exit(body(number) ? 0 : 1);
-        started.push_back(child);
-    }
+    std::vector<child_process> started;
+    for (int number = 0; number < children; ++number)
+        started.emplace_back([&, number] { return body(number); });
     int succeeded = 0;
-    for (pid_t child : started) {
-        int status = 0;
-        waitpid(child, &status, 0);
-        succeeded += status == 0 ? 1 : 0;
-    }
+    for (child_process& child : started)
+        succeeded += child.succeeds() ? 1 : 0;
     return succeeded;
 }
 

@@ -1,6 +1,6 @@
 #include "sweep/crowd/meeting.h"
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/crowd/plain_calls.h"
 #include "sweep/gate/device_gate.h"
 #include "sweep/raw_slots.h"

@@ -9,7 +9,7 @@
 #include <random>
 #include <thread>
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/crowd/moving_stamp.h"
 #include "sweep/crowd/plain_calls.h"
 #include "sweep/crowd/worker.h"

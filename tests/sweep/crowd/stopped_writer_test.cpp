@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/crowd/moving_stamp.h"
 #include "sweep/crowd/plain_calls.h"
 #include "sweep/raw_slots.h"

@@ -4,7 +4,6 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
@@ -37,22 +36,15 @@ worker::worker(const work& task) : task_(task) {
     restart();
 }
 
-worker::~worker() {
-    if (process_ <= 0) return;
-    kill(process_, SIGKILL);
-    waitpid(process_, nullptr, 0);
-}
-
 void worker::restart() {
     life_->steps_ = 0;
-    std::fflush(nullptr);
-    process_ = fork();
-    if (process_ != 0) return;
-    // Nobody tells it to end when the test is killed.
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    discard_trace();
-    task_(*life_);
-    _exit(::testing::Test::HasFailure() ? 1 : 0);
+    process_.emplace([this] {
+        // Nobody tells it to end when the test is killed.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        discard_trace();
+        task_(*life_);
+        return !::testing::Test::HasFailure();
+    });
 }
 
 void worker::await_step() const {
@@ -60,9 +52,8 @@ void worker::await_step() const {
 }
 
 void worker::kill_in_work() {
-    kill(process_, SIGKILL);
+    process_->signal(SIGKILL);
     EXPECT_EQ(end(), -1) << "a process has ended by itself";
-    process_ = -1;
     ++life_->kills_;
 }
 
@@ -73,16 +64,14 @@ void worker::finish() {
 
 void worker::await_end() {
     EXPECT_EQ(end(), 0);
-    process_ = -1;
 }
 
 /** The exit status; -1 after a signal. */
-int worker::end() const {
-    int state = 0;
-    if (!_becomes_true([&] { return waitpid(process_, &state, WNOHANG) == process_; })) {
+int worker::end() {
+    if (!_becomes_true([&] { return process_->has_ended(); })) {
         ADD_FAILURE() << "a process does not end";
-        kill(process_, SIGKILL);
-        waitpid(process_, &state, 0);
+        process_->signal(SIGKILL);
     }
+    const int state = process_->await();
     return WIFEXITED(state) ? WEXITSTATUS(state) : -1;
 }

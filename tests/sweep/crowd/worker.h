@@ -1,12 +1,14 @@
 #pragma once
 
 #include <sys/mman.h>
-#include <sys/types.h>
 
 #include <atomic>
 #include <functional>
 #include <new>
+#include <optional>
 #include <stdexcept>
+
+#include "support/child_process.h"
 
 /** A value that the processes made by fork share with this one. */
 template <typename Value>
@@ -53,7 +55,6 @@ public:
     using work = std::function<void(worker_life&)>;
 
     explicit worker(const work& task);
-    ~worker();
     worker(const worker&) = delete;
     worker& operator=(const worker&) = delete;
 
@@ -68,9 +69,9 @@ public:
     void await_end();
 
 private:
-    int end() const;
+    int end();
 
     const work task_;
-    pid_t process_ = -1;
+    std::optional<child_process> process_;
     shared<worker_life> life_;
 };

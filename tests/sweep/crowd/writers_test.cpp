@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <set>
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/crowd/meeting.h"
 #include "sweep/model/model_record.h"
 #include "sweep/raw_slots.h"

@@ -10,7 +10,6 @@
 // the bytes of slot 8127 cannot be had, and nowhere else.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +19,7 @@
 #include <vector>
 
 #include "support/allocation_faults.h"
+#include "support/child_process.h"
 #include "sweep/faults/bystanders.h"
 #include "sweep/faults/stage.h"
 #include "sweep/live/watched_call.h"
@@ -58,23 +58,19 @@ template <typename Round>
 report _in_child(Round round) {
     int ends[2];
     if (pipe(ends) != 0) return {};
-    std::fflush(stdout);
-    const pid_t child = fork();
-    if (child == 0) {
+    child_process child([&] {
         round([&](report found) {
             found.is_good = !::testing::Test::HasFailure();
             std::fflush(stdout);
             _exit(write(ends[1], &found, sizeof(found)) == sizeof(found) ? 0 : 1);
         });
-        _exit(1);
-    }
+        return false;
+    });
     close(ends[1]);
     report found;
     const bool is_told = read(ends[0], &found, sizeof(found)) == sizeof(found);
     close(ends[0]);
-    int state = 0;
-    waitpid(child, &state, 0);
-    if (!is_told || state != 0) found.is_good = false;
+    if (!child.succeeds() || !is_told) found.is_good = false;
     return found;
 }
 

@@ -16,7 +16,7 @@
 #include <set>
 #include <tuple>
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/faults/bystanders.h"
 #include "sweep/faults/stage.h"
 #include "sweep/live/watched_call.h"

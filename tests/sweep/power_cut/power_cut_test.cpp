@@ -11,7 +11,7 @@
 #include <set>
 #include <sstream>
 
-#include "sweep/child_process.h"
+#include "support/child_process.h"
 #include "sweep/gate/device_gate.h"
 #include "sweep/live/live_library.h"
 #include "sweep/power_cut/power_cut_table.h"
