@@ -75,38 +75,6 @@ TEST_F(append_failure, device_type_minus_1_is_minus_2) {
     expect_refusal("Bad device type.", -2);
 }
 
-TEST_F(append_failure, no_stamp_is_minus_2) {
-    stamp = nullptr;
-    expect_refusal("Bad stamp.", -2);
-}
-
-TEST_F(append_failure, a_type_that_is_none_is_minus_1_with_the_type) {
-    for (const int bad : {2, -1, 77}) {
-        record.type = bad;
-        expect_refusal("Bad stamp type: " + std::to_string(bad) + ".", -1);
-    }
-}
-
-TEST_F(append_failure, null_data_is_minus_1) {
-    record.data = nullptr;
-    expect_refusal("Bad stamp data.", -1);
-}
-
-TEST_F(append_failure, data_length_0_is_minus_1) {
-    record.data_length = 0;
-    expect_refusal("Bad stamp size.", -1);
-}
-
-TEST_F(append_failure, null_name_is_minus_1) {
-    record.name = nullptr;
-    expect_refusal("Bad stamp name.", -1);
-}
-
-TEST_F(append_failure, name_length_0_is_minus_1) {
-    record.name_length = 0;
-    expect_refusal("Bad stamp name.", -1);
-}
-
 TEST_F(append_failure, arguments_are_checked_in_their_order) {
     // Everything is wrong; each repair shows the next check.
     serial = nullptr;

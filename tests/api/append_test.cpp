@@ -130,35 +130,6 @@ TEST_F(append, stores_several_mebibytes) {
     EXPECT_EQ(fake.slot(8130), data);
 }
 
-TEST_F(append, takes_exactly_the_length_of_a_name_without_terminator) {
-    fake.add_device("SN-1", 3);
-    char unterminated[] = {'a', 'b', 'c'};
-    record.name = unterminated;
-    record.name_length = 2;
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.slot(8127), mapping_record("ab&8130"));
-}
-
-TEST_F(append, reads_only_the_first_five_fields) {
-    fake.add_device("SN-1", 3);
-    record.reserved = &record;
-    record.own_device = &name;
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(record.reserved, &record);
-    EXPECT_EQ(record.own_device, &name);
-}
-
-TEST_F(append, hands_the_length_on_as_a_signed_32_bit_count) {
-    fake.add_device("SN-1", 3);
-    record.data_length = (1ULL << 32) + 5;
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.slot(8130), "hello");
-    record.data_length = 1ULL << 31;
-    EXPECT_EQ(append_quietly(), 0);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoCreateData(SN-1, 8131").front(),
-              "VemraPKICryptoCreateData(SN-1, 8131, 04 01 03 07, -2147483648)");
-}
-
 TEST_F(append, without_password_verifies_none_and_writes) {
     fake.add_device("SN-1", 3);
     EXPECT_EQ(trace([this] { status = append_stamp(nullptr); }), text_lines(inputs("(null)")));
@@ -230,15 +201,6 @@ TEST_F(append, gives_no_uuid_until_the_next_listing) {
     append_quietly();
     EXPECT_EQ(fake.calls_of("VemraPKICryptoNewHash").size(), 1u);
     EXPECT_EQ(listed_names(), (text_lines{"A", "Seal"}));
-}
-
-TEST_F(append, leaves_nothing_allocated) {
-    fake.add_device("SN-1", 3);
-    const stdout_capture unseen;
-    const long before = allocation_faults::live_blocks();
-    append_stamp();
-    const long after = allocation_faults::live_blocks();
-    EXPECT_EQ(after, before);
 }
 
 TEST_F(append, a_short_serial_length_matches_only_that_prefix_as_a_whole_serial) {

@@ -61,38 +61,6 @@ TEST_F(update_failure, a_null_uuid_is_0_and_traced_as_empty_text) {
               " [VERBOSE]  [VemraAppStampUpdateStamp] Input `uuid`     : ");
 }
 
-TEST_F(update_failure, no_stamp_is_minus_2) {
-    stamp = nullptr;
-    expect_refusal("Bad stamp.", -2);
-}
-
-TEST_F(update_failure, a_type_that_is_none_is_minus_1_with_the_type) {
-    for (const int bad : {2, -1, 77}) {
-        record.type = bad;
-        expect_refusal("Bad stamp type: " + std::to_string(bad) + ".", -1);
-    }
-}
-
-TEST_F(update_failure, null_data_is_minus_1) {
-    record.data = nullptr;
-    expect_refusal("Bad stamp data.", -1);
-}
-
-TEST_F(update_failure, data_length_0_is_minus_1) {
-    record.data_length = 0;
-    expect_refusal("Bad stamp size.", -1);
-}
-
-TEST_F(update_failure, null_name_is_minus_1) {
-    record.name = nullptr;
-    expect_refusal("Bad stamp name.", -1);
-}
-
-TEST_F(update_failure, name_length_0_is_minus_1) {
-    record.name_length = 0;
-    expect_refusal("Bad stamp name.", -1);
-}
-
 TEST_F(update_failure, an_unknown_uuid_is_0) {
     const std::string unknown = "unknown!";
     uuid = bytes_of(unknown);
