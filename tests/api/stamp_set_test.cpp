@@ -103,10 +103,8 @@ TEST_F(stamp_set, a_stamp_is_taken_out_whole) {
     fake.fill_slot(8130, std::string("a\0b", 3));
     const stdout_capture unseen;
     const listed_stamps all;
-    const text_lines calls = fake.calls();
     const taken_stamp stamp(all.set, 0);
     ASSERT_EQ(stamp.status, 1);
-    EXPECT_EQ(VemraAppStampGetLastError(), 1);
     EXPECT_EQ(stamp.record->type, 1);
     EXPECT_EQ(stamp.record->name_length, 6u);
     EXPECT_STREQ(stamp.record->name, "Seal 2");
@@ -114,6 +112,16 @@ TEST_F(stamp_set, a_stamp_is_taken_out_whole) {
     EXPECT_EQ(std::string(reinterpret_cast<char*>(stamp.record->data), 3), std::string("a\0b", 3));
     EXPECT_EQ(stamp.record->reserved, nullptr);
     EXPECT_NE(stamp.record->own_device, nullptr);
+}
+
+TEST_F(stamp_set, taking_a_stamp_out_gives_its_uuid_and_asks_no_device) {
+    add_device_with("Seal 2&8130");
+    const stdout_capture unseen;
+    const listed_stamps all;
+    const text_lines calls = fake.calls();
+    const taken_stamp stamp(all.set, 0);
+    ASSERT_EQ(stamp.status, 1);
+    EXPECT_EQ(VemraAppStampGetLastError(), 1);
     EXPECT_EQ(stamp.uuid_size, 8u);
     EXPECT_EQ(fake.calls(), calls);
 }

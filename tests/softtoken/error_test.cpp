@@ -46,17 +46,23 @@ TEST(softtoken_errors, success_leaves_the_last_error) {
     EXPECT_EQ(VemraPKIGetLastError(), -101);
 }
 
-TEST(softtoken_null_handles, device_functions_answer_with_an_error) {
-    char* text = nullptr;
-    int number = 0;
+TEST(softtoken_null_handles, list_functions_answer_with_an_error) {
     EXPECT_EQ(VemraPKICryptoGetDeviceCount(nullptr), -101);
     EXPECT_EQ(VemraPKICryptoGetDevice(nullptr, 0), nullptr);
+}
+
+TEST(softtoken_null_handles, device_functions_answer_with_an_error) {
+    char* text = nullptr;
+    int retries = 0;
     EXPECT_EQ(VemraPKICryptoDupDevice(nullptr), nullptr);
     EXPECT_EQ(VemraPKICryptoFreeDevice(nullptr), -101);
     EXPECT_EQ(VemraPKICryptoGetType(nullptr), -1);
     EXPECT_EQ(VemraPKIGetLastError(), -101);
     EXPECT_EQ(VemraPKICryptoGetSerialNumber(nullptr, &text), -101);
-    EXPECT_EQ(VemraPKICryptoVerifyPwd(nullptr, 1, password, &number), -101);
+    EXPECT_EQ(VemraPKICryptoVerifyPwd(nullptr, 1, password, &retries), -101);
+}
+
+TEST(softtoken_null_handles, of_devices_give_neither_key_pairs_nor_hashes) {
     EXPECT_EQ(VemraPKICryptoGetKeypairCount(nullptr), -101);
     EXPECT_EQ(VemraPKICryptoGetKeypair(nullptr, 0), nullptr);
     EXPECT_EQ(VemraPKICryptoNewHash(nullptr, 0x7000), nullptr);
@@ -72,19 +78,27 @@ TEST(softtoken_null_handles, slot_functions_answer_with_an_error) {
     EXPECT_EQ(VemraPKICryptoDeleteData(nullptr, 8130), -101);
 }
 
-TEST(softtoken_null_handles, key_and_hash_functions_answer_with_an_error) {
+TEST(softtoken_null_handles, key_pair_functions_answer_with_an_error) {
     VEMRA_CERT_st* certificate = nullptr;
-    unsigned char* bytes = nullptr;
-    int number = 0;
     EXPECT_EQ(VemraPKICryptoDupKeypair(nullptr), nullptr);
     EXPECT_EQ(VemraPKICryptoFreeKeypair(nullptr), -101);
     EXPECT_EQ(VemraPKICryptoGetCertificateCount(nullptr), -101);
     EXPECT_EQ(VemraPKICryptoGetCertificate(nullptr, 0, &certificate), -101);
+}
+
+TEST(softtoken_null_handles, certificate_functions_answer_with_an_error) {
+    unsigned char* bytes = nullptr;
+    int number = 0;
     EXPECT_EQ(VemraPKICertNewCert(nullptr, 5), nullptr);
     EXPECT_EQ(VemraPKICertDupCert(nullptr), nullptr);
     EXPECT_EQ(VemraPKICertFreeCert(nullptr), -101);
     EXPECT_EQ(VemraPKICertEqual(nullptr, nullptr), -101);
     EXPECT_EQ(VemraPKICertGetCertEncode(nullptr, 1, &bytes, &number), -101);
+}
+
+TEST(softtoken_null_handles, hash_functions_answer_with_an_error) {
+    unsigned char* bytes = nullptr;
+    int number = 0;
     EXPECT_EQ(VemraPKICryptoHashUpdate(nullptr, "x", 1), -101);
     EXPECT_EQ(VemraPKICryptoHashFinal(nullptr, &bytes, &number), -101);
     EXPECT_EQ(VemraPKICryptoFreeHash(nullptr), -101);

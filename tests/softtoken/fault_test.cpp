@@ -2,23 +2,16 @@
 #include <thread>
 #include <vector>
 
+#include "one_token_test.h"
 #include "store/fault_file.h"
 #include "store/plug.h"
-#include "token_fixture.h"
 
 using namespace softtoken_test;
 using vemra::softtoken::parse_faults;
 using vemra::softtoken::read_faults;
 
-class softtoken_fault : public token_test {
+class softtoken_fault : public one_token_test {
 protected:
-    softtoken_fault() {
-        make_token("one");
-        device_ = device_at();
-        log_in(device());
-        fill_slot(device(), 8130, "bytes");
-    }
-    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
     void set(const std::string& text) {
         vemra::softtoken::settings_lock lock(directory("one"));
         vemra::softtoken::write_faults(directory("one"), parse_faults(text));
@@ -39,9 +32,6 @@ protected:
     }
     // What slot_bytes() tells of a slot that is not there.
     const std::string absent = "failed: " + std::to_string(no_such_slot);
-
-private:
-    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
 };
 
 TEST_F(softtoken_fault, running_process_notices_and_stays_logged_in) {
@@ -252,6 +242,9 @@ TEST_F(softtoken_fault, admin_tool_adds_lists_and_clears) {
               "ReadData call=2 return=-5\nCreateData return=-111 lasting\n");
     EXPECT_EQ(run_tool("fault clear one").status, 0);
     EXPECT_EQ(run_tool("fault list one").output, "");
+}
+
+TEST_F(softtoken_fault, admin_tool_adds_none_that_it_does_not_know) {
     EXPECT_EQ(run_tool("fault add one 'Fly null'").status, 1);
     EXPECT_EQ(run_tool("fault add one --recipe nothing").status, 2);
     EXPECT_EQ(run_tool("fault add one").status, 2);

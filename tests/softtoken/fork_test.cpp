@@ -6,23 +6,11 @@
 #include <cstdlib>
 #include <thread>
 
-#include "token_fixture.h"
+#include "one_token_test.h"
 
 using namespace softtoken_test;
 
-class softtoken_fork : public token_test {
-protected:
-    softtoken_fork() {
-        make_token("one");
-        device_ = device_at();
-        log_in(device());
-        fill_slot(device(), 8130, "bytes");
-    }
-    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
-
-private:
-    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
-};
+class softtoken_fork : public one_token_test {};
 
 TEST_F(softtoken_fork, child_reads_through_the_parents_handle) {
     EXPECT_TRUE(in_child([&] { return slot_bytes(device(), 8130) == "bytes"; }));

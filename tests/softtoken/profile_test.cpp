@@ -1,23 +1,11 @@
 #include <array>
 #include <chrono>
 
-#include "token_fixture.h"
+#include "one_token_test.h"
 
 using namespace softtoken_test;
 
-class softtoken_profile : public token_test {
-protected:
-    softtoken_profile() {
-        make_token("one");
-        device_ = device_at();
-        log_in(device());
-        fill_slot(device(), 8130, "bytes");
-    }
-    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
-
-private:
-    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
-};
+class softtoken_profile : public one_token_test {};
 
 TEST_F(softtoken_profile, profile_sets_limits_of_a_running_token) {
     ASSERT_EQ(run_tool("profile one --profile small --login process --slots 2").status, 0);
@@ -74,6 +62,10 @@ TEST_F(softtoken_profile, capacity_of_a_running_token_is_that_of_all_slots_toget
     EXPECT_EQ(create_slot(device(), 8132, 1), full);
     ASSERT_EQ(run_tool("profile one --capacity 13").status, 0);
     EXPECT_EQ(create_slot(device(), 8132, 1), 1);
+}
+
+TEST_F(softtoken_profile, token_over_its_capacity_takes_no_slot_and_keeps_those_it_has) {
+    constexpr int full = -111;
     ASSERT_EQ(run_tool("profile one --capacity 4").status, 0);
     EXPECT_EQ(create_slot(device(), 8133, 1), full);
     EXPECT_EQ(slot_bytes(device(), 8130), "bytes");

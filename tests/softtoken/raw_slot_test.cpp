@@ -1,22 +1,12 @@
 #include <filesystem>
 
-#include "token_fixture.h"
+#include "one_token_test.h"
 
 using namespace softtoken_test;
 
-class softtoken_raw_slots : public token_test {
+class softtoken_raw_slots : public one_token_test {
 protected:
-    softtoken_raw_slots() {
-        make_token("one");
-        device_ = device_at();
-        log_in(device());
-        fill_slot(device(), 8130, "bytes");
-    }
-    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
     std::string file() const { return root() + "/file"; }
-
-private:
-    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
 };
 
 TEST_F(softtoken_raw_slots, dumped_bytes_are_the_slots) {

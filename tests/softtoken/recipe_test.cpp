@@ -118,7 +118,7 @@ protected:
     static void clear() { run_tool("fault clear one"); }
 };
 
-TEST_F(softtoken_recipe, locked) {
+TEST_F(softtoken_recipe, locked_refuses_a_stamp_and_changes_no_slot) {
     use("locked");
     program_result result = append("second", 'b');
     EXPECT_TRUE(says(result, "append: 0")) << result.output;
@@ -128,7 +128,7 @@ TEST_F(softtoken_recipe, locked) {
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, full) {
+TEST_F(softtoken_recipe, full_refuses_a_stamp_and_changes_no_slot) {
     use("full");
     program_result result = append("second", 'b');
     EXPECT_TRUE(says(result, "append: 0")) << result.output;
@@ -139,7 +139,7 @@ TEST_F(softtoken_recipe, full) {
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, slow) {
+TEST_F(softtoken_recipe, slow_delays_every_call_and_changes_nothing_else) {
     use("slow");
     EXPECT_TRUE(says(append("second", 'b', traced()), "append: 1"));
     EXPECT_GE(calls().size(), 10U);
@@ -149,7 +149,7 @@ TEST_F(softtoken_recipe, slow) {
     expect_both_stamps();
 }
 
-TEST_F(softtoken_recipe, pulled_out) {
+TEST_F(softtoken_recipe, pulled_out_leaves_an_unwritten_slot_and_works_once_plugged_in) {
     use("pulled-out");
     program_result result = append("second", 'b');
     EXPECT_TRUE(says(result, "append: 0")) << result.output;
@@ -160,7 +160,7 @@ TEST_F(softtoken_recipe, pulled_out) {
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, wrong_answer_once) {
+TEST_F(softtoken_recipe, wrong_answer_once_fails_one_append_alone) {
     use("wrong-answer-once");
     program_result result = append("second", 'b');
     EXPECT_TRUE(says(result, "append: 0")) << result.output;
@@ -169,13 +169,18 @@ TEST_F(softtoken_recipe, wrong_answer_once) {
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, loose_contact) {
+TEST_F(softtoken_recipe, loose_contact_gives_a_whole_listing_or_none) {
     use("loose-contact");
-    const std::string output = listing(30, traced());
+    const std::string output = listing(30);
     const std::string whole = std::string("list:") + first_only + "\n";
     EXPECT_GT(count_of(whole, output), 0U);
     EXPECT_GT(count_of("list:\n", output), 0U);
     EXPECT_EQ(count_of(whole, output) + count_of("list:\n", output), 30U) << output;
+}
+
+TEST_F(softtoken_recipe, loose_contact_fails_about_one_call_in_twenty) {
+    use("loose-contact");
+    listing(30, traced());
     const std::vector<asked_call> asked = calls();
     auto failed = std::count_if(asked.begin(), asked.end(), [](const asked_call& call) {
         return call.result == std::to_string(removed);
@@ -183,27 +188,37 @@ TEST_F(softtoken_recipe, loose_contact) {
     auto all = static_cast<std::ptrdiff_t>(asked.size());
     EXPECT_GT(failed, all / 40);
     EXPECT_LT(failed, all / 10);
+}
+
+TEST_F(softtoken_recipe, loose_contact_fails_the_same_calls_each_time) {
+    use("loose-contact");
+    const std::string output = listing(30);
     EXPECT_EQ(listing(30), output);
+}
+
+TEST_F(softtoken_recipe, loose_contact_changes_no_slot) {
+    use("loose-contact");
+    listing(30);
     EXPECT_EQ(slots(), before_);
     clear();
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, power_cut) {
+TEST_F(softtoken_recipe, power_cut_leaves_an_unwritten_slot) {
     use("power-cut");
     EXPECT_EQ(append("second", 'b').status, 128 + 9);
     EXPECT_EQ(slots(), before_and(8131, std::string(400, '\0')));
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, torn_write) {
+TEST_F(softtoken_recipe, torn_write_leaves_the_first_100_bytes) {
     use("torn-write");
     EXPECT_EQ(append("second", 'b').status, 128 + 9);
     EXPECT_EQ(slots(), before_and(8131, std::string(100, 'b') + std::string(300, '\0')));
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, worn_out) {
+TEST_F(softtoken_recipe, worn_out_refuses_a_stamp_and_leaves_its_slot_empty) {
     use("worn-out");
     program_result result = append("second", 'b');
     EXPECT_TRUE(says(result, "append: 0")) << result.output;
@@ -214,7 +229,7 @@ TEST_F(softtoken_recipe, worn_out) {
     expect_that_appending_works();
 }
 
-TEST_F(softtoken_recipe, no_hash) {
+TEST_F(softtoken_recipe, no_hash_leaves_a_stamp_without_uuid) {
     use("no-hash");
     program_result result = client("list");
     EXPECT_TRUE(says(result, "Unable to generate uuid of stamp.")) << result.output;

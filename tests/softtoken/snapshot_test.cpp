@@ -1,9 +1,9 @@
 #include <filesystem>
 #include <set>
 
+#include "one_token_test.h"
 #include "store/fault_file.h"
 #include "store/token_database.h"
-#include "token_fixture.h"
 
 using namespace softtoken_test;
 
@@ -22,19 +22,9 @@ std::set<std::string> entries_of(const std::string& directory) {
 
 }  // namespace
 
-class softtoken_snapshot : public token_test {
+class softtoken_snapshot : public one_token_test {
 protected:
-    softtoken_snapshot() {
-        make_token("one");
-        device_ = device_at();
-        log_in(device());
-        fill_slot(device(), 8130, "bytes");
-    }
-    VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
     std::string file() const { return root() + "/.file"; }
-
-private:
-    device_owner device_{nullptr, VemraPKICryptoFreeDevice};
 };
 
 TEST_F(softtoken_snapshot, restored_token_is_as_it_was_and_logged_out) {

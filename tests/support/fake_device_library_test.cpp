@@ -30,17 +30,26 @@ protected:
     VEMRA_PKI_DEVICE_HANDLE_st* device = nullptr;
 };
 
-TEST_F(fake_device, has_slots_that_are_created_written_read_and_deleted) {
+TEST_F(fake_device, has_slots_that_are_created_with_zero_bytes) {
     int length = 0;
-    unsigned char buffer[8] = {};
     EXPECT_EQ(VemraPKICryptoGetDataLength(device, 8130, &length), -7);
     EXPECT_EQ(VemraPKICryptoCreateData(device, 8130, attributes, 2), 1);
     EXPECT_EQ(fake.slot(8130), std::string(2, '\0'));
+}
+
+TEST_F(fake_device, has_slots_that_are_written_and_read) {
+    int length = 0;
+    unsigned char buffer[8] = {};
+    ASSERT_EQ(VemraPKICryptoCreateData(device, 8130, attributes, 2), 1);
     EXPECT_EQ(VemraPKICryptoWriteData(device, 8130, "ab", 2), 1);
     EXPECT_EQ(VemraPKICryptoGetDataLength(device, 8130, &length), 1);
     EXPECT_EQ(length, 2);
     EXPECT_EQ(VemraPKICryptoReadData(device, 8130, buffer, 8, &length), 1);
     EXPECT_EQ(std::memcmp(buffer, "ab", 3), 0);
+}
+
+TEST_F(fake_device, has_slots_that_are_deleted) {
+    ASSERT_EQ(VemraPKICryptoCreateData(device, 8130, attributes, 2), 1);
     EXPECT_EQ(VemraPKICryptoDeleteData(device, 8130), 1);
     EXPECT_EQ(fake.slot(8130), std::nullopt);
 }
