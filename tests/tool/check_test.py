@@ -59,8 +59,7 @@ class Check(ToolCase):
 
     def test_entries_without_bytes_are_dropped(self):
         self.append("Seal", COMPANY)
-        self.append("Gone", NAME_SEAL)
-        self.raw_slot("delete", 8131)
+        self.raw_slot("write", 8127, mapping_record(b"Seal&8130||Gone&8131"))
         self.assertEqual(self.kinds(), [("entry-without-bytes", 8131)])
         self.repair()
         self.assertEqual(list(self.stamps()), ["Seal"])
@@ -118,11 +117,12 @@ class Check(ToolCase):
         self.assertEqual(sorted(self.stamps()), [" Seal", "recovered-8131"])
 
     def test_nothing_readable_becomes_unreadable(self):
-        for name in ("one", "two", "three"):
-            self.append(name, NAME_SEAL)
+        self.append("one", NAME_SEAL)
+        self.raw_slot("write", 8132, NAME_SEAL.read_bytes())
+        self.raw_slot("write", 8127, mapping_record(b"one&8130||three&8132"))
         before = self.stamps()
+        self.raw_slot("write", 8127, mapping_record(b"one&8130||two&8131||three&8132"))
         self.raw_slot("write", 8134, b"orphan")
-        self.raw_slot("delete", 8131)
         self.repair()
         after = self.stamps()
         self.assertEqual(set(after), {"one", "three", "recovered-8134"})

@@ -1,10 +1,9 @@
-// Preloaded before the device library: makes its nth write, or every write from then on, fail, lie
-// or take long. FAILING_DEVICE_FAULT is "ACTION NUMBER": fail 2, fail-from 1, lose 1 (says that it
-// wrote and did not), garble 1 (writes other bytes), slow MILLISECONDS (every write), hide 1 (from
-// the nth write on, there are no devices any more).
+// Preloaded before the device library, for what the software token's own faults cannot say: its
+// writes come through or not, and what is pulled out fails the call. FAILING_DEVICE_FAULT is
+// "ACTION NUMBER": garble 1 (that write stores other bytes than it was given, and says that all is
+// well), hide 1 (from that write on every write arrives, and there are no devices to be listed).
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -43,10 +42,6 @@ Function* _real(const char* name) {
     return reinterpret_cast<Function*>(dlsym(library, name));
 }
 
-bool _is_now() {
-    return g_writes == _fault().number;
-}
-
 }  // namespace
 
 extern "C" {
@@ -54,15 +49,10 @@ extern "C" {
 int VemraPKICryptoWriteData(VEMRA_PKI_DEVICE_HANDLE_st* device, int id, const void* data, int len) {
     auto* write = _real<decltype(VemraPKICryptoWriteData)>("VemraPKICryptoWriteData");
     ++g_writes;
-    const std::string& action = _fault().action;
-    if (action == "fail" && _is_now()) return -122;
-    if (action == "fail-from" && g_writes >= _fault().number) return -122;
-    if (action == "lose" && _is_now()) return 1;
-    if (action == "garble" && _is_now()) {
+    if (_fault().action == "garble" && g_writes == _fault().number) {
         const std::string other(static_cast<std::size_t>(len), '?');
         return write(device, id, other.data(), len);
     }
-    if (action == "slow") usleep(static_cast<useconds_t>(_fault().number) * 1000);
     return write(device, id, data, len);
 }
 

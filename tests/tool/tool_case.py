@@ -12,7 +12,6 @@ import unittest
 
 TOOL = os.environ["VEMRA_STAMP"]
 SOFTTOKEN_TOOL = os.environ["SOFTTOKEN_TOOL"]
-RAW_SLOT = os.environ["RAW_SLOT"]
 SEALS = pathlib.Path(os.environ["SEAL_PICTURES"])
 COMPANY = SEALS / "company_seal.png"
 NAME_SEAL = SEALS / "name_seal.png"
@@ -22,6 +21,14 @@ PASSWORD = "right-password-1"
 WRONG = "wrong-password-1"
 
 CAP_SYS_PTRACE = 19
+
+# Faults of the software token by short names; the number stands for {}.
+FAULTS = {
+    "fail": "WriteData call={} return=-122",
+    "fail-from": "WriteData call={} return=-122 lasting",
+    "lose": "WriteData call={} return=1",
+    "slow": "WriteData delay={} lasting",
+}
 
 
 def may_trace_anybody():
@@ -48,6 +55,7 @@ class ToolCase(unittest.TestCase):
         self.wrong_file = self.write("wrong", WRONG, 0o600)
         # Tests run side by side: each has serial numbers, and so device locks, of its own.
         self.serial = "SN-" + self.folder.name[-8:]
+        self.tokens = {}
         self.create_token("a", self.serial, 3)
 
     def _take_sanitizer_options(self):
@@ -73,15 +81,17 @@ class ToolCase(unittest.TestCase):
                        stdout=subprocess.DEVNULL)
 
     def create_token(self, name, serial, device_type, password_file=None, *more):
+        self.tokens[serial] = name
         self.softtoken("create", name, "--serial", serial, "--type", device_type,
                        "--password-cost", "10", "--password-file",
                        password_file or self.password_file, *more)
 
     def raw_slot(self, action, slot, content=b"", serial=None):
-        command = [RAW_SLOT, serial or self.serial, PASSWORD, action, str(slot)]
-        done = subprocess.run(command, input=content, env=self.environment,
-                              stdout=subprocess.PIPE, check=True)
-        return done.stdout
+        """Writes or reads a slot past the stamp library and the passwords."""
+        file = self.write("slot", content)
+        self.softtoken({"write": "load", "read": "dump"}[action],
+                       self.tokens[serial or self.serial], slot, file)
+        return file.read_bytes()
 
     def preload(self, library, **variables):
         self.environment["LD_PRELOAD"] = library
@@ -89,10 +99,16 @@ class ToolCase(unittest.TestCase):
         self.environment.update(variables)
 
     def fail_device(self, fault):
-        self.preload(os.environ["FAILING_DEVICE"], FAILING_DEVICE_FAULT=fault)
+        """One of FAULTS, or of failing_device.cpp, with its number: "slow 500"."""
+        action, number = fault.split()
+        if action in FAULTS:
+            self.environment["VEMRA_SOFTTOKEN_FAULTS"] = FAULTS[action].format(number)
+        else:
+            self.preload(os.environ["FAILING_DEVICE"], FAILING_DEVICE_FAULT=fault)
 
     def heal_device(self):
-        self.environment.pop("LD_PRELOAD", None)
+        for name in ("LD_PRELOAD", "VEMRA_SOFTTOKEN_FAULTS"):
+            self.environment.pop(name, None)
 
     def run_tool(self, *arguments, content=b"", pass_fds=(), timeout=120):
         """Runs the tool without a terminal; gives the finished process, with output as bytes."""
