@@ -10,9 +10,9 @@ import unittest
 CALLS = ("openat,open,creat,write,pwrite64,writev,sendfile,copy_file_range,ftruncate,fsync,fdatasync,syncfs,rename,"
          "renameat,renameat2,link,linkat,unlink,unlinkat,mkdir,mkdirat,rmdir,symlink,symlinkat")
 # What keeps nothing beyond a run: locks, SQLite's index, and journals, whose removal a cut may undo:
-# they are then taken in, or found finished.
+# they are then taken in, or found finished. The same holds for what was kept for recovery.
 PASSING = re.compile(r"(\.lock|-shm)$")
-UNDOABLE = re.compile(r"(\.lock|-shm|-wal|-journal)$")
+UNDOABLE = re.compile(r"(\.lock|-shm|-wal|-journal|/recovery/.*)$")
 
 
 def require_tracing():
@@ -42,7 +42,7 @@ class Disk:
         # A draft that is thrown away has no name that counts.
         if is_removed and any(part.startswith(".") for part in hidden):
             return
-        if PASSING.search(name) or (is_removed and UNDOABLE.search(name)):
+        if PASSING.search(name) or (is_removed and UNDOABLE.search(path)):
             return
         self.names_of.setdefault(directory, set()).add(name)
 

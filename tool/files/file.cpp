@@ -23,13 +23,6 @@ namespace {
     throw failure(exit_code::failed, path + " cannot be written: " + std::strerror(error));
 }
 
-// Also makes the directory's new entry durable; not every file system can, and that is no failure.
-void _sync_directory(const std::filesystem::path& path) {
-    const std::string directory = path.has_parent_path() ? path.parent_path().string() : ".";
-    const descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (opened.is_open()) fsync(opened.get());
-}
-
 // File systems that cannot rename without replacing can make a second link; the first is removed
 // with the temporary file.
 bool _put_in_place(const std::string& temporary, const std::string& path, existing what) {
@@ -69,7 +62,7 @@ void _make_directory(const std::filesystem::path& path, mode_t mode) {
     if (path.has_parent_path() && path.parent_path() != path) {
         _make_directory(path.parent_path(), mode);
     }
-    if (mkdir(path.c_str(), mode) == 0) return;
+    if (mkdir(path.c_str(), mode) == 0) return sync_name(path);
     const int error = errno;
     if (error != EEXIST || !std::filesystem::is_directory(path, ignored)) {
         throw failure(exit_code::failed, "the directory " + path.string() +
@@ -107,7 +100,14 @@ void write_file(const std::string& path, const std::string& bytes, existing what
         if (errno != EEXIST) _throw_unwritable(path, errno);
         throw failure(exit_code::usage, path + " exists; --force replaces it");
     }
-    _sync_directory(path);
+    sync_name(path);
+}
+
+void sync_name(const std::string& path) {
+    const std::filesystem::path named(path);
+    const std::string directory = named.has_parent_path() ? named.parent_path().string() : ".";
+    const descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (opened.is_open()) fsync(opened.get());
 }
 
 void make_directory(const std::string& path) {

@@ -27,7 +27,11 @@ enum class existing { keep, replace };
 void write_file(const std::string& path, const std::string& bytes, existing what,
                 bool is_private = false);
 
-/** Makes a directory, with its parents, if there is none yet. */
+/** Makes the name of a file or directory durable; not every file system can, and that is no
+ * failure. */
+void sync_name(const std::string& path);
+
+/** Makes a directory, with its parents, if there is none yet; their names are durable then. */
 void make_directory(const std::string& path);
 /** The same for one that only the user can enter. */
 void make_private_directory(const std::string& path);

@@ -35,6 +35,7 @@ std::string _make_directory() {
         throw failure(exit_code::failed, "the old stamp cannot be kept in " + parent + ": " +
                                              std::strerror(errno) + "; nothing was changed");
     }
+    sync_name(path);
     return path;
 }
 
