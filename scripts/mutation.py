@@ -310,8 +310,9 @@ def write_report(arguments, text):
 def report(arguments, rows, explanations):
     commits = sorted(set().union(*(row["commits"] for row in rows.values())))
     waiting = sum(row["waiting"] for row in rows.values())
-    yield (f"At most {arguments.per_rule} of each rule, seed {arguments.seed}, tried at commit " +
-           ", ".join(commits) + "; " + (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))
+    tried = "tried at commit " + ", ".join(commits) if commits else "no run yet"
+    yield (f"At most {arguments.per_rule} of each rule, seed {arguments.seed}, {tried}; " +
+           (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))
     if arguments.area.slow_tests:
         slow = ", ".join(f"`{test}`" for test in arguments.area.slow_tests)
         yield f"Not asked, since they would take most of the time: {slow}.\n"
@@ -325,6 +326,9 @@ def report(arguments, rows, explanations):
     bad = sorted(rule for rule, row in rows.items() if row["noticed"] < wanted_share * row["tried"])
     if bad:
         yield "Below the limit: " + ", ".join(bad) + ".\n"
+    if not everything["tried"]:
+        yield "Nothing is known yet of what survives."
+        return
     yield "### Survivors\n" if everything["survivors"] else "No mutant survived."
     for mutant in everything["survivors"]:
         yield (f"- {mutant['rule']}, `{mutant['file']}`: `{mutant['old'][0].strip()}` became "
