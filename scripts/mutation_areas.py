@@ -255,5 +255,5 @@ AREAS = {each.name: each for each in (
          programs_of_softtoken, first_in_softtoken, slow_token_tests),
     area("tool", "tool", PROGRAM_RULES, ("tool", "tests/tool", "softtoken", "src", "device_library"),
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=ON"),
-         ["vemra_stamp", "vemra_softtoken", "softtoken", "raw_slot", "failing_device", "memory_probe"],
+         ["vemra_stamp", "vemra_softtoken", "softtoken", "vemra_stamp_device", "failing_device", "memory_probe"],
          programs_of_tool, first_in_tool, ()))}
