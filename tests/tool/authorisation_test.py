@@ -11,7 +11,7 @@ SOURCE = pathlib.Path(os.environ["SOURCE_DIR"])
 class Authorisation(unittest.TestCase):
     def compile(self, case):
         done = subprocess.run([os.environ["COMPILER"], "-std=c++17", "-fsyntax-only",
-                               f"-DCASE={case}", f"-I{SOURCE / 'tool'}", f"-I{SOURCE / 'src'}",
+                               f"-DCASE={case}", f"-I{SOURCE}", f"-I{SOURCE / 'tool'}", f"-I{SOURCE / 'src'}",
                                SOURCE / "tests/tool/authorisation_case.cpp"],
                               env={**os.environ, "LC_ALL": "C"}, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True, check=False)
