@@ -93,7 +93,8 @@ class Show(ToolCase):
         self.assertEqual(stamp["slot"], 8130)
         self.assertEqual(stamp["picture"], {
             "media_type": "image/png", "width": 30, "height": 20, "x_resolution": 300.0,
-            "y_resolution": 300.0, "transparent": True, "damaged": False})
+            "y_resolution": 300.0, "transparent": True, "damaged": False,
+            "damage": None})
         text = self.expect(0, "show", "name:Seal").stdout.decode()
         self.assertIn("30x20", text)
         self.assertIn("300 x 300 pixels an inch", text)

@@ -31,10 +31,17 @@ json _written(const stamp& one, const std::string& file) {
     return entry;
 }
 
+// It is written as it is: what is left of a picture may be of use.
+void _warn_of_damage(context& run, const stamp& one) {
+    const std::string damage = damage_of(one.data.get());
+    if (!damage.empty()) run.out.warn(quoted(one.name) + " is damaged: " + damage);
+}
+
 void _export_one(context& run, const export_options& options) {
     const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
     const stamp& one = select_stamp(stamps, options.selector);
     require_bytes(one);
+    _warn_of_damage(run, one);
     const bool to_output = options.file.empty() || options.file == "-";
     if (to_output) {
         run.out.write(one.data.get());
@@ -71,6 +78,7 @@ void _export_all(context& run, const export_options& options) {
     run.result["files"] = json::array();
     for (const stamp& one : list.stamps) {
         if (!one.is_readable()) continue;
+        _warn_of_damage(run, one);
         const std::string path = std::filesystem::path(options.all) / _file_name(one);
         if (_what(options) == existing::keep && std::filesystem::exists(path) &&
             !_holds(path, one.data.get())) {

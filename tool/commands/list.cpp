@@ -46,7 +46,8 @@ void _list(context& run, const device_choice& wanted) {
         const pictured_stamp shown = look_at(one);
         const picture& seen = shown.seen;
         run.result["stamps"].push_back(stamp_json(shown));
-        rows.push_back({to_hex(one.uuid).substr(0, digits), printable(one.name), seen.media_type,
+        rows.push_back({to_hex(one.uuid).substr(0, digits), printable(one.name),
+                        seen.media_type + (seen.is_damaged() ? ", damaged" : ""),
                         std::to_string(one.data.size()), seen.pixels(), describe(one.device)});
     }
     if (list.stamps.empty())

@@ -30,6 +30,8 @@ std::string _name_of(finding::kind kind) {
             return "slot-out-of-range";
         case finding::kind::sealed_bytes:
             return "sealed-bytes";
+        case finding::kind::damaged_picture:
+            return "damaged-picture";
         case finding::kind::doubtful_name:
             return "doubtful-name";
     }
@@ -62,7 +64,8 @@ json picture_json(const picture& seen) {
             {"x_resolution", _or_null(seen.x_resolution)},
             {"y_resolution", _or_null(seen.y_resolution)},
             {"transparent", transparent},
-            {"damaged", seen.is_damaged}};
+            {"damaged", seen.is_damaged()},
+            {"damage", seen.is_damaged() ? json(seen.damage) : json(nullptr)}};
 }
 
 json device_json(const device_id& device) {

@@ -33,7 +33,7 @@ std::string _resolution(const picture& seen) {
 }
 
 std::string _transparency(const picture& seen) {
-    if (seen.is_damaged) return "the picture is damaged";
+    if (seen.is_damaged()) return "the picture is damaged";
     switch (seen.transparent) {
         case picture::transparency::yes:
             return "transparent";
@@ -84,16 +84,14 @@ void _show(context& run, const show_options& options) {
     run.result["stamp"] = stamp_json(shown);
     run.result["stamp"]["slot"] = slot == 0 ? json(nullptr) : json(slot);
 
-    run.out.print(table({{"name", printable(one.name)},
-                         {"uuid", to_hex(one.uuid)},
-                         {"device", describe(one.device)},
-                         {"slot", slot == 0 ? "unknown" : std::to_string(slot)},
-                         {"media type", seen.media_type},
-                         {"bytes", std::to_string(one.data.size())},
-                         {"SHA-256", sha256(one.data.get())},
-                         {"pixels", seen.pixels()},
-                         {"resolution", _resolution(seen)},
-                         {"transparency", _transparency(seen)}}));
+    std::vector<std::vector<std::string>> rows{
+        {"name", printable(one.name)},       {"uuid", to_hex(one.uuid)},
+        {"device", describe(one.device)},    {"slot", slot == 0 ? "unknown" : std::to_string(slot)},
+        {"media type", seen.media_type},     {"bytes", std::to_string(one.data.size())},
+        {"SHA-256", sha256(one.data.get())}, {"pixels", seen.pixels()},
+        {"resolution", _resolution(seen)},   {"transparency", _transparency(seen)}};
+    if (seen.is_damaged()) rows.push_back({"damage", seen.damage});
+    run.out.print(table(rows));
     if (!options.preview || run.out.is_json()) return;
     if (!_draw(run.out.descriptor(), one.data.get())) {
         run.out.warn("no preview: chafa is not installed or cannot draw this");

@@ -31,7 +31,11 @@ backup _collect(session& tokens, const device_id& device) {
             made.is_whole = false;
             continue;
         }
-        made.kept.stamps.push_back(to_archive(look_at(one), one.slot));
+        const pictured_stamp shown = look_at(one);
+        if (shown.seen.is_damaged()) {
+            tokens.served().warn(quoted(one.name) + " is damaged: " + shown.seen.damage);
+        }
+        made.kept.stamps.push_back(to_archive(shown, one.slot));
     }
     return made;
 }

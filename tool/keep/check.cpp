@@ -7,6 +7,7 @@
 #include "basics/text.h"
 #include "keep/describe.h"
 #include "keep/read_locks.h"
+#include "picture/picture.h"
 
 namespace vemra::tool {
 
@@ -95,6 +96,17 @@ void _check_slots(device_contents& contents) {
     }
 }
 
+void _check_pictures(device_contents& contents) {
+    for (const auto& [slot, bytes] : contents.slots) {
+        const std::string damage = damage_of(bytes.get());
+        if (damage.empty()) continue;
+        const auto number = static_cast<unsigned int>(slot);
+        contents.findings.push_back(
+            {kind::damaged_picture, number,
+             "the picture in " + _slot_text(number) + " is damaged: " + damage});
+    }
+}
+
 std::string _doubt_about(const std::string& name) {
     if (!is_utf8(name)) return "is not UTF-8";
     if (has_control_characters(name)) return "has control characters in it";
@@ -127,6 +139,7 @@ device_contents _check(session& tokens, const device_id& device) {
     _check_record(contents);
     _check_entries(contents);
     _check_slots(contents);
+    _check_pictures(contents);
     _check_names(contents);
     return contents;
 }

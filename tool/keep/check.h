@@ -19,6 +19,7 @@ struct finding {
         bytes_without_entry,
         slot_out_of_range,
         sealed_bytes,
+        damaged_picture,
         doubtful_name
     };
 

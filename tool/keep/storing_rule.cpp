@@ -59,8 +59,8 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
     if (offered.data) {
         const std::string fault = _fault_of_bytes(tokens, *offered.data);
         if (!fault.empty()) found.push_back({kind::forbidden, fault});
-        if (offered.seen.is_damaged) {
-            found.push_back({kind::no_picture, "the PNG picture is damaged"});
+        if (offered.seen.is_damaged()) {
+            found.push_back({kind::no_picture, "the picture is damaged: " + offered.seen.damage});
         } else if (!offered.seen.is_image()) {
             found.push_back(
                 {kind::no_picture, "this is no picture but " + offered.seen.media_type});

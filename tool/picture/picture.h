@@ -1,4 +1,7 @@
-/** What a stamp's bytes are, told by libmagic, and by libpng for PNG files. */
+/**
+ * What a stamp's bytes are, told by libmagic and by the file's own format. Pixels are decoded, with
+ * libpng, only to tell whether a PNG file with an alpha channel is transparent, and few of them.
+ */
 #pragma once
 
 #include <optional>
@@ -15,10 +18,12 @@ struct picture {
     /** Pixels an inch. */
     std::optional<double> x_resolution;
     std::optional<double> y_resolution;
+    /** Unknown for most formats, and for a PNG file that is too large to be decoded for it. */
     transparency transparent = transparency::unknown;
-    /** A PNG file that libpng cannot read to its end. */
-    bool is_damaged = false;
+    /** What its own format shows to be damaged or cut, to follow "damaged: "; empty for nothing. */
+    std::string damage;
 
+    bool is_damaged() const { return !damage.empty(); }
     /** Of any format, readable or not. */
     bool is_image() const { return media_type.rfind("image/", 0) == 0; }
     /** ".png" and the like; ".bin" for what has no usual one. */
@@ -29,5 +34,8 @@ struct picture {
 
 /** Looks at the bytes of a whole file. Throws failure (failed) when libmagic cannot start. */
 picture look_at(const std::string& bytes);
+
+/** The damage alone, without the rest. No pixel is decoded. Throws as look_at() does. */
+std::string damage_of(const std::string& bytes);
 
 }  // namespace vemra::tool
