@@ -76,6 +76,19 @@ class Prompts(ToolCase):
         self.assertNotIn(PASSWORD.encode(), tool.text)
         self.assertIn("Seal", self.stamps())
 
+    def test_what_is_restored_of_a_failed_change_may_be_discarded(self):
+        self.append("Seal", NAME_SEAL)
+        self.softtoken("fault", "add", "a", "--recipe", "pulled-out")
+        self.change(1, "update", "name:Seal", COMPANY)
+        self.softtoken("attach", "a")
+        for answer, left in (("n\n", 1), ("y\n", 0)):
+            tool = self.start("recovery", "restore", "--replace", self.recovery_folders()[0],
+                              "--password-file", self.password_file)
+            tool.wait_for(b"Discard ")
+            tool.type(answer)
+            self.assertEqual(tool.finish(), 0)
+            self.assertEqual(len(self.recovery_folders()), left)
+
     def test_prompts_do_not_reach_standard_output(self):
         path = self.folder / "output"
         with open(path, "wb") as output:

@@ -68,6 +68,7 @@ void build_command_line(CLI::App& program, context& run) {
     add_check(program, run);
     add_backup(program, run);
     add_restore(program, run);
+    add_recovery(program, run);
     add_verify_password(program, run);
     add_version(program, run);
     add_completion(program, run);

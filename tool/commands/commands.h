@@ -21,6 +21,7 @@ void add_sheet(CLI::App& program, context& run);
 void add_check(CLI::App& program, context& run);
 void add_backup(CLI::App& program, context& run);
 void add_restore(CLI::App& program, context& run);
+void add_recovery(CLI::App& program, context& run);
 void add_verify_password(CLI::App& program, context& run);
 void add_version(CLI::App& program, context& run);
 void add_completion(CLI::App& program, context& run);

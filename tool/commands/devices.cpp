@@ -12,6 +12,7 @@ namespace {
 
 void _describe_device(context& run, const device_id& device,
                       std::vector<std::vector<std::string>>& rows) {
+    run.tokens().tell_kept(device);
     json entry = device_json(device);
     entry["stamps"] = nullptr;
     entry["free"] = nullptr;

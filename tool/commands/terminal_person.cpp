@@ -50,6 +50,10 @@ std::unique_ptr<shown_work> terminal_person::show(const work& what) {
     return std::make_unique<shown_progress>(what);
 }
 
+bool terminal_person::can_be_asked() const {
+    return !options_.no_input && terminal().is_open();
+}
+
 bool terminal_person::confirm(const std::string& question, const std::string& option) const {
     terminal tty;
     if (options_.no_input || !tty.is_open()) {

@@ -24,6 +24,8 @@ public:
     void detail(const std::string& text) override { out_.detail(text); }
     std::unique_ptr<shown_work> show(const work& what) override;
 
+    /** Whether there is somebody to answer a question. */
+    bool can_be_asked() const;
     /** Asks for a yes; throws failure (usage) naming the option that says it when nobody can be
      * asked. */
     bool confirm(const std::string& question, const std::string& option) const;

@@ -165,6 +165,7 @@ device_contents check_device(const locked_device& device) {
 }
 
 device_contents check_device(session& tokens, const device_id& device) {
+    tokens.tell_kept(device);
     const read_locks lock(tokens, {device});
     return _check(tokens, device);
 }

@@ -103,6 +103,9 @@ held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
 held_stamps list_stamps(session& tokens, const device_choice& choice) {
     const std::vector<device_id> meant =
         choice.is_open() ? tokens.devices() : std::vector<device_id>{tokens.find_device(choice)};
+    for (const device_id& device : meant) {
+        tokens.tell_kept(device);
+    }
     const read_locks locks(tokens, meant);
     const auto shown = tokens.served().show({"reading stamps"});
     return read_held(tokens, meant);

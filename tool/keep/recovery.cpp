@@ -1,9 +1,12 @@
 #include "keep/recovery.h"
 
+#include <fcntl.h>
 #include <pwd.h>
 #include <stdlib.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -27,8 +30,12 @@ std::string _state_directory() {
     return std::string(home) + "/.local/state";
 }
 
+std::string _parent_directory() {
+    return _state_directory() + "/vemra-stamp/recovery";
+}
+
 std::string _make_directory() {
-    const std::string parent = _state_directory() + "/vemra-stamp/recovery";
+    const std::string parent = _parent_directory();
     make_private_directory(parent);
     std::string path = parent + "/stamp-XXXXXX";
     if (mkdtemp(path.data()) == nullptr) {
@@ -39,9 +46,26 @@ std::string _make_directory() {
     return path;
 }
 
+// Closing it, or the end of the process, gives the lock back.
+descriptor _lock(const std::string& directory, int kind) {
+    descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (opened.is_open() && flock(opened.get(), kind | LOCK_NB) == 0) return opened;
+    return descriptor();
+}
+
+kept_change _read(const std::string& path) {
+    kept_change found{path, std::nullopt, ""};
+    try {
+        found.kept = read_archive(path);
+    } catch (const std::exception& error) {
+        found.fault = error.what();
+    }
+    return found;
+}
+
 }  // namespace
 
-recovery::recovery(const archive& kept) : path_(_make_directory()) {
+recovery::recovery(const archive& kept) : path_(_make_directory()), in_use_(_lock(path_, LOCK_EX)) {
     write_archive(path_, kept);
 }
 
@@ -52,6 +76,43 @@ void recovery::add(const std::string& file, const std::string& bytes) const {
 void recovery::discard() {
     std::error_code ignored;
     std::filesystem::remove_all(path_, ignored);
+}
+
+std::string kept_change::name() const {
+    return std::filesystem::path(path).filename();
+}
+
+std::vector<kept_change> kept_changes() {
+    std::vector<std::filesystem::directory_entry> directories;
+    std::error_code none;
+    for (const auto& entry : std::filesystem::directory_iterator(_parent_directory(), none)) {
+        if (_lock(entry.path(), LOCK_SH).is_open()) directories.push_back(entry);
+    }
+    const auto age = [](const std::filesystem::directory_entry& one) {
+        std::error_code gone;
+        return one.last_write_time(gone);
+    };
+    std::sort(directories.begin(), directories.end(),
+              [&](const auto& one, const auto& other) { return age(one) < age(other); });
+    std::vector<kept_change> found;
+    for (const auto& entry : directories) {
+        found.push_back(_read(entry.path()));
+    }
+    return found;
+}
+
+bool is_kept_change(const std::string& directory) {
+    std::error_code none;
+    const std::filesystem::path path = std::filesystem::canonical(directory, none);
+    return !none && std::filesystem::equivalent(path.parent_path(), _parent_directory(), none);
+}
+
+void discard_kept_change(const std::string& path) {
+    std::error_code error;
+    std::filesystem::remove_all(path, error);
+    if (error) {
+        throw failure(exit_code::failed, path + " cannot be removed: " + error.message());
+    }
 }
 
 }  // namespace vemra::tool

@@ -64,7 +64,10 @@ device_id restore_target(session& tokens, const archive& kept, const device_choi
     if (!choice.is_open()) return tokens.find_device(choice);
     const device_id origin{kept.serial, kept.type};
     const std::vector<device_id> attached = tokens.devices();
-    if (std::find(attached.begin(), attached.end(), origin) != attached.end()) return origin;
+    if (std::find(attached.begin(), attached.end(), origin) != attached.end()) {
+        tokens.tell_kept(origin);
+        return origin;
+    }
     throw failure(exit_code::no_device, describe(origin) +
                                             ", which the backup was made of, is not attached; "
                                             "--device names another one");

@@ -1,6 +1,7 @@
 #include "keep/session.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "basics/failure.h"
 #include "basics/text.h"
@@ -49,7 +50,11 @@ failure _refusal(const password_answer& answer) {
 }  // namespace
 
 session::session(trace& printed, person& served, const lock_rule& locking)
-    : tokens_(load_tokens()), trace_(printed), served_(served), locking_(locking) {}
+    : tokens_(load_tokens()),
+      trace_(printed),
+      served_(served),
+      locking_(locking),
+      kept_(kept_changes()) {}
 
 lock_deadline session::deadline() const {
     return std::chrono::steady_clock::now() + std::chrono::duration<double>(locking_.timeout);
@@ -102,7 +107,27 @@ device_id session::find_device(const device_choice& choice) {
                       "several devices are meant; name one with --device and --device-type:" +
                           _list(matching));
     }
+    tell_kept(matching.front());
     return matching.front();
+}
+
+void session::tell_kept(const device_id& device) {
+    if (!told_kept_.insert(device).second) return;
+    for (const kept_change& one : kept_) {
+        const bool is_of_it =
+            one.kept && one.kept->serial == device.serial && one.kept->type == device.type;
+        if (!is_of_it) continue;
+        served_.warn("what " + describe(device) + " held before an earlier change is kept in " +
+                     one.path + "; see: vemra-stamp recovery");
+    }
+}
+
+void session::leave_untold(const std::string& directory) {
+    const auto is_it = [&](const kept_change& one) {
+        std::error_code none;
+        return std::filesystem::equivalent(one.path, directory, none);
+    };
+    kept_.erase(std::remove_if(kept_.begin(), kept_.end(), is_it), kept_.end());
 }
 
 stamp_list session::stamps(const std::optional<device_id>& only) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "device_module/tokens.h"
 #include "keep/device_lock.h"
 #include "keep/person.h"
+#include "keep/recovery.h"
 #include "keep/trace.h"
 
 namespace vemra::tool {
@@ -73,6 +75,14 @@ public:
     const std::vector<std::string>& errors() const { return errors_; }
     std::string cause() const;
 
+    /**
+     * Tells the person, once for each device, where what it held before earlier changes is kept.
+     * To be called for every device that a command reaches; find_device() does.
+     */
+    void tell_kept(const device_id& device);
+    /** Nothing is told of this directory: it is the one that is being put back. */
+    void leave_untold(const std::string& directory);
+
     person& served() const { return served_; }
     const lock_rule& locking() const { return locking_; }
     /** When waiting that begins now ends. */
@@ -93,6 +103,9 @@ private:
     lock_rule locking_;
     secret password_;
     std::vector<std::string> errors_;
+    /** What had been kept before this run kept anything. */
+    std::vector<kept_change> kept_;
+    std::set<device_id> told_kept_;
 };
 
 }  // namespace vemra::tool

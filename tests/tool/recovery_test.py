@@ -1,0 +1,123 @@
+"""What is kept of changes that did not end as they should."""
+
+import hashlib
+import subprocess
+import time
+
+from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase
+from torn_update import TornUpdate
+
+
+def digest(path):
+    return hashlib.sha256(path.read_bytes()).hexdigest()
+
+
+class Kept(TornUpdate):
+    def test_every_command_that_touches_the_device_names_what_is_kept(self):
+        self.repaired()
+        with_password = ("--password-file", self.password_file)
+        for code, *command in ((0, "list"), (0, "devices"), (1, "check"),
+                               (0, "backup", self.folder / "backup"),
+                               (0, "export", "name:Seal"), (0, "export", "--all", self.folder / "x"),
+                               (0, "show", "name:Seal"),
+                               (0, "sheet", "-o", self.folder / "page.html"),
+                               (0, "verify-password", *with_password),
+                               (0, "update", *with_password, "name:Seal", "--name", "New"),
+                               (0, "append", *with_password, "--name", "More", COMPANY),
+                               (0, "delete", *with_password, "--yes", "name:More"),
+                               (0, "restore", *with_password, self.folder / "backup", "--replace")):
+            done = self.expect(code, *command)
+            self.assertIn(str(self.kept).encode(), done.stderr, command)
+            self.assertEqual(done.stderr.count(b"held before an earlier change"), 1, command)
+
+    def test_another_device_is_not_said_to_have_any(self):
+        other = self.serial + "-B"
+        self.create_token("b", other, 3)
+        done = self.expect(0, "list", "--device", other)
+        self.assertNotIn(b"earlier change", done.stderr)
+        self.assertIn(b"earlier change", self.expect(0, "devices").stderr)
+
+    def test_what_is_kept_is_listed_and_shown(self):
+        listed, = self.json(0, "recovery")["result"]["kept"]
+        self.assertEqual(listed["id"], self.kept.name)
+        self.assertEqual(listed["directory"], str(self.kept))
+        self.assertEqual(listed["device"], {"serial": self.serial, "type": 3})
+        stamp, = listed["stamps"]
+        self.assertEqual((stamp["name"], stamp["sha256"]), ("Seal", digest(NAME_SEAL)))
+        text = self.expect(0, "recovery").stdout.decode()
+        self.assertIn(self.kept.name, text)
+        self.assertIn('"Seal"', text)
+        text = self.expect(0, "recovery", "show", self.kept.name[:10]).stdout.decode()
+        self.assertIn("280x280", text)
+        self.assertEqual(self.json(0, "recovery", "show", self.kept)["result"]["kept"], [listed])
+
+    def test_it_is_restored_and_stays_until_it_is_discarded(self):
+        self.repaired()
+        done = self.change(0, "recovery", "restore", "--replace", self.kept.name)
+        self.assertIn(b"is still kept", done.stderr)
+        self.assertEqual(self.stamps(), {"Seal": digest(NAME_SEAL)})
+        self.assertIn(b"in order", self.expect(0, "check").stdout)
+        self.assertEqual(self.recovery_folders(), [self.kept])
+
+    def test_a_restore_discards_it_when_told_to(self):
+        self.repaired()
+        result = self.json(0, "restore", "--password-file", self.password_file, "--replace",
+                           "--discard", self.kept)["result"]
+        self.assertEqual(result["discarded"], [str(self.kept)])
+        self.assertEqual(self.recovery_folders(), [])
+
+    def test_what_was_not_restored_wholly_is_not_discarded(self):
+        self.repaired()
+        self.change(10, "recovery", "restore", "--discard", self.kept.name)
+        self.assertEqual(self.recovery_folders(), [self.kept])
+
+    def test_it_is_discarded_after_a_yes_alone(self):
+        self.assertIn(b"--yes", self.expect(2, "recovery", "discard", self.kept.name).stderr)
+        self.assertEqual(self.recovery_folders(), [self.kept])
+        result = self.json(0, "recovery", "discard", "--yes", self.kept.name)["result"]
+        self.assertEqual(result["discarded"], [str(self.kept)])
+        self.assertEqual(self.recovery_folders(), [])
+        self.assertIn(b"nothing is kept", self.expect(0, "recovery").stderr)
+
+    def test_of_several_directories_the_latest_prevails(self):
+        self.repaired()
+        self.change(0, "restore", "--replace", self.kept)
+        self.change(0, "update", "name:Seal", COMPANY)
+        time.sleep(0.02)
+        self.tear_update("Seal")
+        self.assertEqual(len(self.recovery_folders()), 2)
+        if not self.json(0, "list")["result"]["stamps"]:
+            self.change(10, "check", "--repair", "--yes", "--name", "8130=Seal")
+        for directories in (self.recovery_folders(), self.recovery_folders()[::-1]):
+            self.change(0, "restore", "--replace", *directories)
+            self.assertEqual(self.stamps(), {"Seal": digest(COMPANY)})
+
+    def test_unknown_ids_and_actions_are_refused(self):
+        for arguments in (("show", "stamp-none"), ("discard", "--yes"), ("restore",), ("burn",),
+                          ("discard", "--yes", self.folder)):
+            self.expect(2, "recovery", *arguments)
+        self.assertEqual(self.recovery_folders(), [self.kept])
+
+    def test_what_cannot_be_read_is_told_and_can_be_discarded(self):
+        (self.kept / "manifest.json").write_text("{}")
+        listed, = self.json(0, "recovery")["result"]["kept"]
+        self.assertIsNone(listed["device"])
+        self.assertIn("manifest.json", listed["fault"])
+        self.expect(10, "recovery", "show", self.kept.name)
+        self.expect(0, "recovery", "discard", "--yes", self.kept.name)
+        self.assertEqual(self.recovery_folders(), [])
+
+
+class UnderWay(ToolCase):
+    def test_what_a_running_change_keeps_is_not_left_behind(self):
+        self.append("Seal", NAME_SEAL)
+        self.softtoken("fault", "add", "a", "WriteData delay=3000")
+        with subprocess.Popen([TOOL, "update", "--password-file", str(self.password_file),
+                               "name:Seal", str(COMPANY)], env=self.environment,
+                              stderr=subprocess.DEVNULL) as update:
+            self.wait_for_write()
+            while not list(self.recovery_folders()[0].glob("manifest.json")):
+                time.sleep(0.01)
+            kept = self.json(0, "recovery")["result"]["kept"]
+            self.assertEqual(update.wait(), 0)
+        self.assertEqual(kept, [])
