@@ -39,8 +39,8 @@ protected:
         password_table passwords(database.connection());
         return attempts(passwords, directory("one")).left;
     }
-    static bool gives(const char* password, int result) {
-        return in_child([=] { return log_in(device_at().get(), password) == result; });
+    static bool gives(const char* word, int result) {
+        return in_child([=] { return log_in(device_at().get(), word) == result; });
     }
     void await_attempt() const {
         while (!vemra::softtoken::is_attempt_noted(directory("one")))
