@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <string_view>
 #include <vector>
 
 #include "token_fixture.h"
@@ -12,6 +13,9 @@ using namespace softtoken_test;
 namespace {
 
 constexpr int tokens = 9;
+// The undefined behaviour sanitizer looks at pointers through a pipe.
+constexpr bool checks_pointers =
+    std::string_view(SANITIZERS).find("undefined") != std::string_view::npos;
 
 // From now on this process can open so many files more.
 void leave_room_for(int files) {
@@ -83,6 +87,7 @@ TEST_F(softtoken_descriptors, password_is_checked_with_every_descriptor_in_use) 
 }
 
 TEST_F(softtoken_descriptors, list_that_would_be_short_of_a_token_fails) {
+    if (checks_pointers) GTEST_SKIP() << "the sanitizer asks for descriptors of its own";
     EXPECT_TRUE(in_child([] {
         leave_room_for(2);
         return VemraPKICryptoGetAllDevices(-1, 0) == nullptr && VemraPKIGetLastError() == -122;
@@ -90,6 +95,7 @@ TEST_F(softtoken_descriptors, list_that_would_be_short_of_a_token_fails) {
 }
 
 TEST_F(softtoken_descriptors, message_names_the_limit_and_how_to_raise_it) {
+    if (checks_pointers) GTEST_SKIP() << "the sanitizer asks for descriptors of its own";
     std::string told =
         ": this process may have no more than 5 files open: raise the limit with \"ulimit -n "
         "NUMBER\", up to 50 here\n";

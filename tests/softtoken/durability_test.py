@@ -20,9 +20,8 @@ class AdminToolDurability(unittest.TestCase):
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.environment = {"PATH": os.environ["PATH"], "VEMRA_SOFTTOKEN_DIR": str(self.folder / "tokens")}
         self.environment |= {name: value for name, value in os.environ.items() if name.endswith("SAN_OPTIONS")}
-        if "ASAN_OPTIONS" in self.environment:
-            # The leak checker works by tracing, and nobody can be traced twice.
-            self.environment["ASAN_OPTIONS"] += ":detect_leaks=0"
+        # The leak checker works by tracing, and nobody can be traced twice.
+        self.environment["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
         self.password = self.folder / "password"
         self.password.write_text("correct horse\n")
         self.password.chmod(0o600)
