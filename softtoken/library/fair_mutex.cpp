@@ -24,6 +24,10 @@ bool fair_mutex::try_lock() {
 
 void fair_mutex::unlock() {
     std::lock_guard<std::mutex> inner(inner_);
+    hand_over();
+}
+
+void fair_mutex::hand_over() {
     if (first_ == nullptr) {
         is_held_ = false;
         return;
@@ -40,8 +44,8 @@ void fair_mutex::hold_for_fork() {
 }
 
 void fair_mutex::go_on_in_parent() {
+    hand_over();
     inner_.unlock();
-    unlock();
 }
 
 void fair_mutex::go_on_in_child() {

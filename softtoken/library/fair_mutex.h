@@ -26,6 +26,9 @@ private:
         waiter* next = nullptr;
     };
 
+    /* With inner_ held. */
+    void hand_over();
+
     std::mutex inner_;
     bool is_held_ = false;
     waiter* first_ = nullptr;
