@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 
 #include "token_fixture.h"
 
@@ -17,6 +18,8 @@ public:
     explicit terminal(const std::string& arguments) {
         child_ = forkpty(&master_, nullptr, nullptr, nullptr);
         if (child_ != 0) return;
+        // Whoever starts tests in the background may have them ignore it.
+        std::signal(SIGINT, SIG_DFL);
         std::string command = "exec " SOFTTOKEN_TOOL " " + arguments;
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
