@@ -1,9 +1,10 @@
 #include "command_line/text.h"
 
+#include <utf8.h>
+
 #include <array>
 #include <clocale>
 #include <cstdio>
-#include <cwchar>
 #include <cwctype>
 #include <stdexcept>
 
@@ -54,16 +55,17 @@ void use_utf8() {
 }
 
 text_step first_step(std::string_view text) {
-    if (text.front() == '\0') return {1, L'\0'};
-    std::mbstate_t state{};
-    wchar_t character = 0;
-    const std::size_t length = std::mbrtowc(&character, text.data(), text.size(), &state);
-    if (length == 0 || length > text.size()) return {1, std::nullopt};
-    return {length, character};
+    const char* next = text.data();
+    try {
+        const auto character = utf8::next(next, text.data() + text.size());
+        return {static_cast<std::size_t>(next - text.data()), static_cast<wchar_t>(character)};
+    } catch (const utf8::exception&) {
+        return {1, std::nullopt};
+    }
 }
 
 bool is_utf8(std::string_view text) {
-    return !_any(text, [](const std::optional<wchar_t>& one) { return !one; });
+    return utf8::is_valid(text.begin(), text.end());
 }
 
 bool has_control_characters(std::string_view text) {

@@ -1,4 +1,7 @@
-/** Text as people and terminals see it. UTF-8 throughout; needs use_utf8() first. */
+/**
+ * Text as people and terminals see it. UTF-8 throughout, as UTF8-CPP reads it for input and output
+ * alike: up to U+10FFFF, without surrogates and overlong forms. Needs use_utf8() first.
+ */
 #pragma once
 
 #include <cstddef>
@@ -8,7 +11,7 @@
 
 namespace vemra {
 
-/** Makes the functions here read UTF-8, whatever the user's locale is. */
+/** Makes the classes and widths of characters known, whatever the user's locale is. */
 void use_utf8();
 
 /** One step through a text: a character, or one byte that belongs to none. */
@@ -20,7 +23,7 @@ struct text_step {
 /** The first step of a text, which must not be empty. */
 text_step first_step(std::string_view text);
 
-/** Whether every byte belongs to a character. */
+/** Whether every byte belongs to a character. The one validator, for who stores and who prints. */
 bool is_utf8(std::string_view text);
 /** NUL, tabs and line ends among them. */
 bool has_control_characters(std::string_view text);
