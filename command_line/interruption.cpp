@@ -123,4 +123,12 @@ sigset_t mask_before() {
     return _state().before;
 }
 
+sigset_t ignored_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    sigaddset(&signals, SIGXFSZ);
+    return signals;
+}
+
 }  // namespace vemra::interruption

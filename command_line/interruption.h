@@ -62,5 +62,7 @@ public:
 
 /** The signals that were blocked before start: for use with posix_spawnattr_setsigmask. */
 sigset_t mask_before();
+/** Those that vemra-stamp ignores: for use with posix_spawnattr_setsigdefault. */
+sigset_t ignored_signals();
 
 }  // namespace vemra::interruption

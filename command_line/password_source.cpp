@@ -35,6 +35,12 @@ void _read_line(int number, const std::string& name, secret& password) {
     if (password.empty()) {
         throw input_error("there is no password in " + name + ": its first line is empty");
     }
+    // Trying it would cost an attempt, and taking the byte off might be wrong.
+    if (password.view().back() == '\r') {
+        throw input_error("the first line of " + name +
+                          " ends with a carriage return, as Windows ends lines; remove it. No "
+                          "password was tried");
+    }
     // The device library takes it up to the first zero byte.
     if (password.view().find('\0') != std::string_view::npos) {
         throw input_error("the first line of " + name +

@@ -24,13 +24,20 @@ namespace {
 constexpr int output_version = 1;
 
 // No core file and no debugger of another process of the user: passwords pass through here.
+// What cannot be written is an error that is told, not a signal that ends the process.
 void _harden() {
     prctl(PR_SET_DUMPABLE, 0);
     std::signal(SIGPIPE, SIG_IGN);
-    while (true) {
-        const int number = open("/dev/null", O_RDWR | O_CLOEXEC);
-        if (number > STDERR_FILENO) close(number);
-        if (number > STDERR_FILENO || number < 0) return;
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+// No file that is opened later gets the number of a standard descriptor that was closed. Reading
+// the input and writing the output fail then, as they would have.
+void _fill_closed_descriptors() {
+    constexpr int flags[] = {O_WRONLY, O_RDONLY, O_WRONLY};
+    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(number, F_GETFD) >= 0) continue;
+        if (open("/dev/null", flags[number]) != number) return;
     }
 }
 
@@ -60,7 +67,7 @@ void _print_json(context& run, const std::string& command, exit_code code, const
 
 exit_code _report(context& run, const CLI::App& program, const failure& error) {
     output::error(message_of(error));
-    if (run.out.is_json())
+    if (run.out.is_json() && !run.out.is_broken())
         _print_json(run, _command_name(program), error.code(), error_json(error));
     return error.code();
 }
@@ -78,10 +85,17 @@ failure _usage_failure(const CLI::App& program, const CLI::ParseError& error) {
                    reason + "\nSee: vemra-stamp help" + (command.empty() ? "" : " " + command));
 }
 
+void _tell_of_cut_trace(context& run, const trace& printed) {
+    if (!printed.is_cut()) return;
+    run.out.warn("the library's trace could not be written whole");
+    if (run.code == exit_code::done) run.code = exit_code::partial;
+}
+
 // Parsing runs the command. A usage error is found before the options are applied.
-exit_code _run(CLI::App& program, context& run, int argc, char** argv) {
+exit_code _run(CLI::App& program, context& run, const trace& printed, int argc, char** argv) {
     try {
         program.parse(argc, argv);
+        _tell_of_cut_trace(run, printed);
         if (interruption::is_pending()) run.code = exit_code::interrupted;
         if (run.out.is_json()) _print_json(run, _command_name(program), run.code, nullptr);
         return run.code;
@@ -105,6 +119,7 @@ exit_code _run(CLI::App& program, context& run, int argc, char** argv) {
 
 int _main(int argc, char** argv) {
     _harden();
+    _fill_closed_descriptors();
     trace printed;
     interruption::start();
     use_utf8();
@@ -113,7 +128,7 @@ int _main(int argc, char** argv) {
                      "vemra-stamp");
     build_command_line(program, run);
     program.parse_complete_callback([&] { _apply(run, printed); });
-    return static_cast<int>(_run(program, run, argc, argv));
+    return static_cast<int>(_run(program, run, printed, argc, argv));
 }
 
 }  // namespace

@@ -166,7 +166,8 @@ std::vector<fault> parse_faults(const std::string& text) {
 
 const std::vector<fault_recipe>& fault_recipes() {
     static const auto& recipes = *new std::vector<fault_recipe>{
-        {"locked", "VerifyPwd return=-107 lasting", "the password was wrong too often"},
+        {"locked", "VerifyPwd return=-107 lasting",
+         "no password is taken; how many attempts are left is not told"},
         {"full", "CreateData return=-111 lasting", "no room for another slot"},
         {"slow", "* delay=50 lasting", "every call takes a twentieth of a second longer"},
         {"pulled-out", "WriteData unplug", "pulled out while writing"},

@@ -18,9 +18,10 @@ void write(session& tokens, const device_id& id, const stamp& one) {
 #elif CASE == 3
     tokens.ask([&](token_reader& all) { return all.remove(one.uuid, ""); });
 #elif CASE == 4
-    tokens.make([&](auto& all, const char* password) { return all.remove(one.uuid, password); });
+    tokens.make(id,
+                [&](auto& all, const char* password) { return all.remove(one.uuid, password); });
 #elif CASE == 5
-    tokens.call([&](auto& all) { all.remove(one.uuid, ""); });
+    tokens.call([&](auto& all) { all.remove(one.uuid, ""); }, id);
 #endif
 }
 

@@ -150,7 +150,7 @@ class Backup(ToolCase):
         text, twice = output["warnings"]
         self.assertIn('"Text" is restored as the backup holds it: this is no picture but text/plain',
                       text)
-        self.assertIn('a stamp on this device has the name "Twice" already', twice)
+        self.assertIn(f'a stamp on {self.serial} (type 3) has the name "Twice" already', twice)
 
     def test_a_replaced_stamp_does_not_use_its_own_name_twice(self):
         made = self.make_backup(("Li Wei", COMPANY.read_bytes()))

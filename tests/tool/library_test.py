@@ -100,6 +100,10 @@ class OnTheSoftwareToken(ToolCase):
         script = self.expect(0, "completion", "bash").stdout.decode()
         script += ("\nCOMP_WORDS=(vemra-stamp app); COMP_CWORD=1; _vemra_stamp; echo ${COMPREPLY[@]}"
                    "\nCOMP_WORDS=(vemra-stamp append --all); COMP_CWORD=2; _vemra_stamp"
+                   "\necho ${COMPREPLY[@]}"
+                   "\nCOMP_WORDS=(vemra-stamp completion ''); COMP_CWORD=2; _vemra_stamp"
+                   "\nfor word in ${COMPREPLY[@]}; do [ $word != bash ] || echo $word; done"
+                   "\nCOMP_WORDS=(vemra-stamp help ver); COMP_CWORD=2; _vemra_stamp"
                    "\necho ${COMPREPLY[@]}\n")
         done = subprocess.run(["bash", "-c", script], check=True, stdout=subprocess.PIPE)
-        self.assertEqual(done.stdout.decode().split(), ["append", "--allow-duplicate"])
+        self.assertEqual(done.stdout.decode().split(), ["append", "--allow-duplicate", "bash", "verify-password", "version"])

@@ -55,6 +55,29 @@ class Canary(ToolCase):
                            "Seal", COMPANY)
         self.expect_absent_from_files()
 
+    def test_a_shorter_password_after_a_longer_one_leaves_no_trace_of_it(self):
+        self.expect(0, "append", "--device", self.serial + "-C", "--password-file",
+                    self.canary_file, "--name", "First", COMPANY)
+        self.create_token("d", self.serial + "-D", 7, self.write("short", "short-1", 0o600))
+        self.expect(0, "append", "--device", self.serial + "-D", "--password-file",
+                    self.folder / "short", "--name", "Second", COMPANY)
+        self.search_for(CANARY[len("short-1"):])
+        fifo = self.folder / "fifo"
+        os.mkfifo(fifo)
+        with subprocess.Popen([TOOL, "delete", "--yes", "name:First", "name:Second",
+                               "--password-file", str(fifo)], env=self.environment,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.PIPE) as process:
+            self.addCleanup(process.kill)
+            # Each opening waits until the tool reads a password there; after the first deletion it
+            # has closed the first.
+            fifo.write_text(CANARY + "\n")
+            while b"is deleted" not in process.stderr.readline():
+                self.assertIsNone(process.poll())
+            fifo.write_text("short-1\n")
+            process.communicate(timeout=60)
+            self.assertEqual(process.returncode, 0)
+        self.assertEqual(self.result.read_text(), "absent")
+
     def test_failed_writes_leave_no_trace(self):
         self.expect(0, "append", "--device", self.serial + "-C", "--password-file",
                     self.canary_file, "--name", "Seal", COMPANY)

@@ -60,6 +60,30 @@ class Password(ToolCase):
         self.expect(2, "verify-password", "--password-file", self.folder / "missing")
         self.expect(2, "verify-password", "--password-fd", "99")
 
+    def test_a_line_of_windows_costs_no_attempt(self):
+        for content in (PASSWORD + "\r\n", PASSWORD + "\r"):
+            windows = self.write("windows", content, 0o600)
+            done = self.expect(2, "verify-password", "--password-file", windows)
+            self.assertIn(b"carriage return", done.stderr)
+        self.assertIn(b"9 attempts left", self.expect(3, "verify-password", "--password-file",
+                                                      self.wrong_file).stderr)
+
+    def test_a_device_that_tells_no_attempts_is_not_called_locked(self):
+        self.softtoken("fault", "add", "a", "--recipe", "locked")
+        self.assertIn(b"could not be verified: device locked (-107)",
+                      self.change(1, "verify-password").stderr)
+
+    def test_the_password_is_masked_wherever_it_stands_after_it_was_given(self):
+        """In a name and in the serial number, several times in what one call prints."""
+        serial = self.serial + PASSWORD + PASSWORD
+        self.create_token("b", serial, 7)
+        trace = self.folder / "trace"
+        self.change(0, "append", "--device", serial, f"--debug={trace}", "--name",
+                    PASSWORD + "," + PASSWORD, COMPANY)
+        _, appended = trace.read_bytes().split(b"[VemraAppStampAppendStamp]", 1)
+        self.assertNotIn(PASSWORD.encode(), appended)
+        self.assertGreaterEqual(appended.count(b"*" * 16), 2)
+
     def test_there_is_no_option_for_the_password_itself(self):
         self.expect(2, "verify-password", "--password", PASSWORD)
 

@@ -7,12 +7,14 @@ from tool_case import COMPANY, NAME_SEAL, ToolCase, mapping_record
 class Page(html.parser.HTMLParser):
     def __init__(self, text):
         super().__init__()
-        self.pictures, self.texts, self.links = [], [], []
+        self.pictures, self.texts, self.links, self.metas = [], [], [], []
         self.feed(text)
 
     def handle_starttag(self, tag, attributes):
         values = dict(attributes)
         self.links += [values[key] for key in ("src", "href") if key in values]
+        if tag == "meta":
+            self.metas.append(values)
         if tag == "img":
             self.pictures.append(values)
 
@@ -41,6 +43,12 @@ class Sheet(ToolCase):
         self.append("Seal", COMPANY)
         page = self.page()
         self.assertTrue(all(link.startswith("data:") for link in page.links))
+
+    def test_the_page_lets_a_browser_load_and_run_nothing(self):
+        self.append("Seal", COMPANY)
+        policy, = [one["content"] for one in self.page().metas
+                   if one.get("http-equiv") == "Content-Security-Policy"]
+        self.assertEqual(policy, "default-src 'none'; img-src data:; style-src 'unsafe-inline'")
 
     def test_names_cannot_break_out_of_the_page(self):
         name = '"><script>alert(1)</script>'

@@ -20,9 +20,11 @@ void _append(context& run, append_options& options) {
     options.request.data = shared_bytes(read_stamp_file(options.file));
     const pictured_stamp appended = append_stamp(run.tokens(), options.request);
     run.result["stamp"] = stamp_json(appended);
+    const std::string done =
+        quoted(appended.one.name) + " is on " + describe(appended.one.device) + ", verified";
+    run.out.remember(done);
     run.out.print(to_hex(appended.one.uuid) + "\n");
-    run.out.note(quoted(appended.one.name) + " is on " + describe(appended.one.device) +
-                 ", verified");
+    run.out.note(done);
 }
 
 }  // namespace

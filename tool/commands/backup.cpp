@@ -25,7 +25,7 @@ void _backup(context& run, const backup_options& options) {
         run.result["stamps"].push_back({{"uuid", to_hex(one.uuid)}, {"name", one.name}});
     }
     const std::size_t count = made.kept.stamps.size();
-    run.out.note(std::to_string(count) + (count == 1 ? " stamp of " : " stamps of ") +
+    run.out.done(std::to_string(count) + (count == 1 ? " stamp of " : " stamps of ") +
                  describe(device) + (count == 1 ? " is in " : " are in ") + options.directory);
 }
 

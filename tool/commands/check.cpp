@@ -45,8 +45,9 @@ std::map<int, std::string> _given_names(const check_options& options) {
     return names;
 }
 
-bool _is_wanted(context& run, const check_options& options, const repair_plan& plan) {
-    std::string text = "The repair will:";
+bool _is_wanted(context& run, const check_options& options, const device_id& device,
+                const repair_plan& plan) {
+    std::string text = "The repair of " + describe(device) + " will:";
     for (const std::string& step : plan.steps) {
         text += "\n  " + step;
     }
@@ -67,11 +68,14 @@ void _repair(context& run, const check_options& options) {
                                                : "a repair can mend none of this");
         return;
     }
-    if (!_is_wanted(run, options, plan)) throw failure(exit_code::usage, "nothing was changed");
+    if (!_is_wanted(run, options, device, plan)) {
+        throw failure(exit_code::usage, "nothing was changed");
+    }
     const bool is_left = !repair_device(run.tokens(), device, contents, plan).empty();
     run.result["repaired"] = true;
     run.code = is_left ? exit_code::partial : exit_code::done;
-    run.out.note(is_left ? "repaired, verified; some findings remain" : "repaired, verified");
+    run.out.done(describe(device) + (is_left ? " is repaired, verified; some findings remain"
+                                             : " is repaired, verified"));
 }
 
 void _check(context& run, const check_options& options) {

@@ -17,14 +17,22 @@ std::string _option_names(const CLI::App& command) {
     return names;
 }
 
+// What may stand behind a command beside its options; file names are the shell's own affair.
+std::string _arguments(const CLI::App& command, const std::string& commands) {
+    if (command.get_name() == "completion") return " bash";
+    return command.get_name() == "help" ? commands : "";
+}
+
 // Made from the commands themselves, so that it knows neither more nor fewer.
 std::string _bash(const CLI::App& program) {
     std::string commands;
     std::string cases;
     for (const CLI::App* command : program.get_subcommands(nullptr)) {
         commands += " " + command->get_name();
+    }
+    for (const CLI::App* command : program.get_subcommands(nullptr)) {
         cases += "        " + command->get_name() + ") words=\"$common" + _option_names(*command) +
-                 "\" ;;\n";
+                 _arguments(*command, commands) + "\" ;;\n";
     }
     return "# bash completion for vemra-stamp\n"
            "_vemra_stamp() {\n"

@@ -33,7 +33,7 @@ void _delete(context& run, const delete_options& options) {
     }
     delete_stamps(run.tokens(), selected, [&](const stamp& one) {
         run.result["deleted"].push_back(identity_json(one));
-        run.out.note(quoted(one.name) + " is deleted from " + describe(one.device) + ", verified");
+        run.out.done(quoted(one.name) + " is deleted from " + describe(one.device) + ", verified");
     });
 }
 

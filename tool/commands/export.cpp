@@ -49,7 +49,7 @@ void _export_one(context& run, const export_options& options) {
     }
     write_file(options.file, one.data.get(), _what(options));
     run.result["files"] = json::array({_written(one, options.file)});
-    run.out.note(quoted(one.name) + " is in " + options.file);
+    run.out.done(quoted(one.name) + " is in " + options.file);
 }
 
 // The name as far as a file name can hold it; the uuid keeps equal names apart.
@@ -88,6 +88,7 @@ void _export_all(context& run, const export_options& options) {
         }
         write_file(path, one.data.get(), existing::replace);
         run.result["files"].push_back(_written(one, path));
+        run.out.remember(quoted(one.name) + " is in " + path);
         run.out.print(path + "\n");
     }
 }

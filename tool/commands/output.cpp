@@ -23,18 +23,27 @@ bool output::is_terminal() const {
     return isatty(descriptor_) != 0;
 }
 
-void output::print(std::string_view text) const {
+void output::print(std::string_view text) {
     if (!json_) write(text);
 }
 
-void output::write(std::string_view bytes) const {
+void output::write(std::string_view bytes) {
     if (write_all(descriptor_, bytes)) return;
-    throw failure(exit_code::failed,
-                  std::string("standard output cannot be written: ") + std::strerror(errno));
+    broken_ = true;
+    std::string text = std::string("standard output cannot be written: ") + std::strerror(errno);
+    for (const std::string& done : done_) {
+        text += "\nDone all the same: " + done;
+    }
+    throw failure(exit_code::failed, text);
 }
 
 void output::note(const std::string& text) const {
     if (!quiet_) _say(text);
+}
+
+void output::done(const std::string& text) {
+    remember(text);
+    note(text);
 }
 
 void output::detail(const std::string& text) const {

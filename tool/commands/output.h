@@ -26,12 +26,21 @@ public:
     bool is_terminal() const;
 
     /** Data for people; nothing with --json. */
-    void print(std::string_view text) const;
-    /** Data as it is, whatever the format. Throws failure (failed) when it cannot be written. */
-    void write(std::string_view bytes) const;
+    void print(std::string_view text);
+    /**
+     * Data as it is, whatever the format. Throws failure (failed) when it cannot be written; the
+     * failure tells what was done.
+     */
+    void write(std::string_view bytes);
+    /** Whether a write failed. */
+    bool is_broken() const { return broken_; }
+    /** What was done, for such a failure; tell it before the data about it is written. */
+    void remember(const std::string& done) { done_.push_back(done); }
 
     /** A message, unless --quiet is given. */
     void note(const std::string& text) const;
+    /** A message of what was done, which is remembered, too. */
+    void done(const std::string& text);
     /** A message with --verbose. */
     void detail(const std::string& text) const;
     /** Shown, and kept for the object of --json. */
@@ -46,6 +55,8 @@ private:
     bool json_ = false;
     bool quiet_ = false;
     bool verbose_ = false;
+    bool broken_ = false;
+    std::vector<std::string> done_;
     std::vector<std::string> warnings_;
 };
 

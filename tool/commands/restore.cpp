@@ -30,11 +30,11 @@ void _tell(context& run, const restore_item& item) {
             break;
         case action::append:
             run.result["appended"].push_back(identity_json(item.there));
-            run.out.note(name + " is restored, verified");
+            run.out.done(name + " is restored, verified");
             break;
         case action::replace:
             run.result["replaced"].push_back(identity_json(item.there));
-            run.out.note(name + " is restored in the place of " + quoted(item.there.name) +
+            run.out.done(name + " is restored in the place of " + quoted(item.there.name) +
                          ", verified");
             break;
     }
@@ -46,6 +46,7 @@ void _restore_one(context& run, const restore_options& options, const std::strin
     const device_id device = restore_target(run.tokens(), kept, options.device);
     run.result["device"] = device_json(device);
     const std::size_t left_out = run.result["left_out"].size();
+    if (kept.stamps.empty()) run.out.note("the backup holds no stamps");
     restore_backup(run.tokens(), device, kept, options.replace,
                    [&](const restore_item& item) { _tell(run, item); });
     if (run.result["left_out"].size() == left_out && is_kept_change(directory)) {

@@ -24,7 +24,7 @@ void _sheet(context& run, const sheet_options& options) {
     write_file(options.file, make_sheet(shown), options.force ? existing::replace : existing::keep);
     run.result["file"] = options.file;
     run.result["stamps"] = shown.size();
-    run.out.note("look at " + options.file + " in a browser");
+    run.out.done("look at " + options.file + " in a browser");
 }
 
 }  // namespace

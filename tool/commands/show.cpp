@@ -59,7 +59,9 @@ bool _draw(int output, const std::string& data) {
     posix_spawnattr_init(&attributes);
     const sigset_t signals = interruption::mask_before();
     posix_spawnattr_setsigmask(&attributes, &signals);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
+    const sigset_t ignored = interruption::ignored_signals();
+    posix_spawnattr_setsigdefault(&attributes, &ignored);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
 
     char program[] = "chafa";
     char animate[] = "--animate=off";

@@ -29,8 +29,9 @@ void terminal_person::give_password(const device_id& device, secret& password) {
     const password_source source{options_.password_file, options_.password_fd, options_.no_input,
                                  ""};
     is_typed_ = false;
+    device_ = describe(device);
     try {
-        is_typed_ = read_password(source, "Password of " + describe(device), password,
+        is_typed_ = read_password(source, "Password of " + device_, password,
                                   [this](const std::string& warning) { out_.warn(warning); });
     } catch (const input_error& error) {
         throw failure(exit_code::usage, error.what());
@@ -39,10 +40,11 @@ void terminal_person::give_password(const device_id& device, secret& password) {
 
 bool terminal_person::try_again(int attempts_left) {
     if (!is_typed_) return false;
-    output::error("wrong password, " + _attempts(attempts_left));
+    output::error("wrong password of " + device_ + ", " + _attempts(attempts_left));
     if (attempts_left > 1) return true;
     terminal tty;
-    return tty.is_open() && tty.confirm("One more wrong password locks the device. Try again?");
+    return tty.is_open() &&
+           tty.confirm("One more wrong password locks " + device_ + ". Try again?");
 }
 
 std::unique_ptr<shown_work> terminal_person::show(const work& what) {
@@ -57,7 +59,7 @@ bool terminal_person::can_be_asked() const {
 bool terminal_person::confirm(const std::string& question, const std::string& option) const {
     terminal tty;
     if (options_.no_input || !tty.is_open()) {
-        throw failure(exit_code::usage, "nobody can be asked: give " + option);
+        throw failure(exit_code::usage, "not a terminal: give " + option);
     }
     return tty.confirm(question);
 }

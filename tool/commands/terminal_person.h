@@ -34,6 +34,8 @@ private:
     const common_options& options_;
     output& out_;
     bool is_typed_ = false;
+    /** The device whose password was given last. */
+    std::string device_;
 };
 
 }  // namespace vemra::tool

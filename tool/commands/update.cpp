@@ -24,7 +24,7 @@ void _update(context& run, update_options& options) {
     if (!options.file.empty()) request.data = shared_bytes(read_stamp_file(options.file));
     const pictured_stamp updated = update_stamp(run.tokens(), request);
     run.result["stamp"] = stamp_json(updated);
-    run.out.note(quoted(updated.one.name) + " is on " + describe(updated.one.device) +
+    run.out.done(quoted(updated.one.name) + " is on " + describe(updated.one.device) +
                  ", verified");
 }
 

@@ -1,5 +1,6 @@
 #include "commands/commands.h"
 #include "commands/shapes.h"
+#include "keep/describe.h"
 #include "keep/locked_device.h"
 
 namespace vemra::tool {
@@ -11,6 +12,7 @@ void _verify(context& run, const device_choice& wanted) {
     lock_with_password(run.tokens(), device, [](const locked_device&) {});
     run.result["device"] = device_json(device);
     run.result["right"] = true;
+    run.out.remember("the password of " + describe(device) + " is right");
     run.out.print("right\n");
 }
 

@@ -113,22 +113,24 @@ archive _archive_of(const device_id& device) {
 }
 
 void _require_verified(int status, const std::string& cause,
-                       const std::vector<std::string>& differences, const recovery* kept) {
+                       const std::vector<std::string>& differences, const recovery* kept,
+                       const device_id& id) {
     if (status == status_done && differences.empty()) return;
+    const std::string device = describe(id);
     failure_facts facts;
     facts.differences = differences;
     if (!differences.empty() && kept != nullptr) facts.recovery = kept->path();
     if (status == status_done) {
         throw failure(
             exit_code::check_failed,
-            "the device took the change, but does not hold what it should: " + _joined(differences),
+            device + " took the change, but does not hold what it should: " + _joined(differences),
             facts);
     }
     facts.cause = cause;
     throw failure(status == status_device_full ? exit_code::device_full : exit_code::failed,
-                  differences.empty() ? "the device refused the change: " + cause +
+                  differences.empty() ? device + " refused the change: " + cause +
                                             "; its stamps are as they were before"
-                                      : "the device failed in the middle of the change: " + cause +
+                                      : device + " failed in the middle of the change: " + cause +
                                             "; against before: " + _joined(differences),
                   facts);
 }
@@ -281,8 +283,8 @@ void authorised_change::keep_unlisted_bytes() {
     session& tokens = device_.tokens();
     const int slot = read_mapping(tokens, device_.id()).lowest_free_slot();
     if (slot == 0) return;
-    const shared_bytes bytes(
-        tokens.ask([&](token_reader& all) { return all.read_slot(device_.id(), slot); }));
+    const shared_bytes bytes(tokens.ask(
+        [&](token_reader& all) { return all.read_slot(device_.id(), slot); }, device_.id()));
     if (bytes.empty()) return;
     archive unlisted = _archive_of(device_.id());
     const std::string name = "unlisted-" + std::to_string(slot);
@@ -320,14 +322,14 @@ void authorised_change::carry_out(const std::string& label, recovery* kept,
     device_.tokens().served().detail(std::to_string(device_.stamps().size()) +
                                      " stamps read back and compared");
     if (kept != nullptr && found.empty()) kept->discard();
-    _require_verified(status, cause_, found, kept);
+    _require_verified(status, cause_, found, kept, device_.id());
 }
 
 int authorised_change::write(const std::string& label, const write_call& change) {
     session& tokens = device_.tokens();
     const auto shown = tokens.served().show({label, finished_++, steps_});
     try {
-        const int status = tokens.make(change);
+        const int status = tokens.make(device_.id(), change);
         cause_ = tokens.cause();
         return status;
     } catch (const failure& error) {
@@ -347,12 +349,12 @@ std::vector<std::string> authorised_change::read_back(int status, const recovery
         if (status == status_done) {
             throw failure(
                 exit_code::check_failed,
-                std::string("what the device holds now cannot be verified: ") + error.what(),
+                "what " + describe(device_.id()) + " holds now cannot be verified: " + error.what(),
                 facts);
         }
         facts.cause = cause_;
         throw failure(exit_code::failed,
-                      "the device refused the change: " + cause_ +
+                      describe(device_.id()) + " refused the change: " + cause_ +
                           "\nWhat it holds now cannot be read: " + error.what(),
                       facts);
     }

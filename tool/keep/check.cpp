@@ -34,7 +34,7 @@ bool _read_record(session& tokens, const device_id& device, device_contents& con
 void _read_slot(session& tokens, const device_id& device, int slot, device_contents& contents) {
     try {
         shared_bytes bytes(
-            tokens.ask([&](token_reader& all) { return all.read_slot(device, slot); }));
+            tokens.ask([&](token_reader& all) { return all.read_slot(device, slot); }, device));
         if (bytes.empty()) return;
         if (tokens.ask([&](token_reader& all) { return all.is_sealed(bytes.get()); }))
             contents.sealed_slots.push_back(slot);

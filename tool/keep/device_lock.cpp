@@ -103,7 +103,7 @@ void _lock(int file, const device_id& device, device_lock::kind wanted, lock_dea
     while (flock(file, operation) != 0) {
         if (errno != EWOULDBLOCK && errno != EINTR) {
             throw failure(exit_code::failed,
-                          std::string("the device cannot be locked: ") + std::strerror(errno));
+                          describe(device) + " cannot be locked: " + std::strerror(errno));
         }
         if (steady_clock::now() >= deadline) {
             throw failure(exit_code::lock_timeout, "another run of vemra-stamp is working on " +

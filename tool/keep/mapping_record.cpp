@@ -27,8 +27,9 @@ int mapping_record::lowest_free_slot() const {
 mapping_record read_mapping(session& tokens, const device_id& device) {
     mapping_record record;
     record.bytes =
-        tokens.ask([&](token_reader& all) { return all.read_slot(device, mapping_slot); });
-    record.entries = tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); });
+        tokens.ask([&](token_reader& all) { return all.read_slot(device, mapping_slot); }, device);
+    record.entries =
+        tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); }, device);
     record.faults = tokens.errors();
     return record;
 }

@@ -80,7 +80,7 @@ void restore_backup(session& tokens, const device_id& device, const archive& kep
     };
     std::vector<restore_item> items;
     const auto plan = [&](const std::vector<stamp>& present) {
-        items = plan_restore(kept, present, replace, judge);
+        items = plan_restore(kept, device, present, replace, judge);
         _put_unreadable_first(items, present, device);
         return static_cast<std::size_t>(std::count_if(items.begin(), items.end(), _is_change));
     };

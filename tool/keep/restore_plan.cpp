@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "keep/describe.h"
 #include "keep/mapping_record.h"
 
 namespace vemra::tool {
@@ -14,14 +15,15 @@ using action = restore_item::action;
 class planner {
 public:
     planner(const archive& kept, const std::vector<stamp>& present, bool replace,
-            const storing_judge& judge)
+            const storing_judge& judge, const device_id& device)
         : kept_(kept),
           present_(present),
           held_(present),
           replace_(replace),
           judge_(judge),
           free_(static_cast<std::size_t>(stamp_slots) -
-                std::min<std::size_t>(present.size(), stamp_slots)) {}
+                std::min<std::size_t>(present.size(), stamp_slots)),
+          device_(device) {}
 
     // First what is there already, so that no other stamp of the backup takes its place.
     std::vector<restore_item> plan() {
@@ -77,7 +79,7 @@ private:
         }
         item.reason = same_name != nullptr
                           ? "another stamp has this name; --replace puts this one in its place"
-                          : "the device holds five stamps already";
+                          : describe(device_) + " holds five stamps already";
     }
 
     bool is_forbidden(restore_item& item, const offer& offered) const {
@@ -95,7 +97,7 @@ private:
         for (const objection& one : judge_(offered, held_)) {
             item.doubts.push_back(one.text);
         }
-        held_.push_back({"", item.wanted.name, item.wanted.data, {}});
+        held_.push_back({"", item.wanted.name, item.wanted.data, device_});
     }
 
     const stamp* in_its_place(const archived_stamp& wanted) const {
@@ -114,14 +116,16 @@ private:
     bool replace_;
     const storing_judge& judge_;
     std::size_t free_;
+    const device_id& device_;
     std::set<std::string> claimed_;
 };
 
 }  // namespace
 
-std::vector<restore_item> plan_restore(const archive& kept, const std::vector<stamp>& present,
-                                       bool replace, const storing_judge& judge) {
-    return planner(kept, present, replace, judge).plan();
+std::vector<restore_item> plan_restore(const archive& kept, const device_id& device,
+                                       const std::vector<stamp>& present, bool replace,
+                                       const storing_judge& judge) {
+    return planner(kept, present, replace, judge, device).plan();
 }
 
 }  // namespace vemra::tool

@@ -35,7 +35,8 @@ using storing_judge =
  * free slot. Without a free slot, or when its bytes are in its old place under another name, the
  * stamp there is replaced, if `replace` says so and the backup does not hold that one too.
  */
-std::vector<restore_item> plan_restore(const archive& kept, const std::vector<stamp>& present,
-                                       bool replace, const storing_judge& judge);
+std::vector<restore_item> plan_restore(const archive& kept, const device_id& device,
+                                       const std::vector<stamp>& present, bool replace,
+                                       const storing_judge& judge);
 
 }  // namespace vemra::tool

@@ -21,6 +21,12 @@ std::string _list(const std::vector<device_id>& devices) {
     return text;
 }
 
+// A choice as the person made it.
+std::string _asked(const device_choice& choice) {
+    const std::string serial = choice.serial.empty() ? "any" : quoted(choice.serial);
+    return choice.type == -1 ? serial : serial + " of type " + std::to_string(choice.type);
+}
+
 std::string _attempts(int count) {
     return std::to_string(count) + (count == 1 ? " attempt left" : " attempts left");
 }
@@ -32,17 +38,19 @@ failure_facts _facts_of(const password_answer& answer, const std::string& cause)
 }
 
 // What a password's refusal means; the device tells -1 attempts when it does not know.
-failure _refusal(const password_answer& answer) {
+failure _refusal(const device_id& device, const password_answer& answer) {
     const std::string cause = printable(cause_of(answer.text.c_str()));
     const failure_facts facts = _facts_of(answer, cause);
     if (answer.retries == 0) {
-        return {exit_code::locked, "the device is locked: " + cause + ", no attempts left", facts};
+        return {exit_code::locked, describe(device) + " is locked: " + cause + ", no attempts left",
+                facts};
     }
     if (answer.retries < 0) {
-        return {exit_code::failed, "the password could not be verified: " + cause, facts};
+        return {exit_code::failed,
+                "the password of " + describe(device) + " could not be verified: " + cause, facts};
     }
     return {exit_code::wrong_password,
-            "wrong password, " + _attempts(answer.retries) +
+            "wrong password of " + describe(device) + ", " + _attempts(answer.retries) +
                 "; nothing was changed on this device, which says: " + cause,
             facts};
 }
@@ -60,7 +68,8 @@ lock_deadline session::deadline() const {
     return std::chrono::steady_clock::now() + std::chrono::duration<double>(locking_.timeout);
 }
 
-void session::call(const std::function<void(tokens&)>& made) {
+void session::call(const std::function<void(tokens&)>& made,
+                   const std::optional<device_id>& asked) {
     struct taker {
         session& owner;
         ~taker() { owner.errors_ = owner.trace_.take(owner.password_); }
@@ -70,13 +79,15 @@ void session::call(const std::function<void(tokens&)>& made) {
         made(*tokens_);
     } catch (const std::exception& error) {
         const std::string cause = cause_of(error.what());
-        throw failure(exit_code::failed, "the device failed: " + printable(cause), {cause});
+        throw failure(exit_code::failed,
+                      (asked ? describe(*asked) : "the device") + " failed: " + printable(cause),
+                      {cause});
     }
 }
 
-int session::make(const change& wanted) {
+int session::make(const device_id& device, const change& wanted) {
     int status = 0;
-    call([&](tokens& all) { status = wanted(all, password_.c_str()); });
+    call([&](tokens& all) { status = wanted(all, password_.c_str()); }, device);
     return status;
 }
 
@@ -85,6 +96,7 @@ std::string session::cause() const {
 }
 
 std::vector<device_id> session::devices() {
+    require_functions(reach::reading);
     std::vector<device_id> found = ask([](token_reader& all) { return all.list_devices(); });
     if (found.empty()) {
         throw failure(exit_code::no_device, errors_.empty()
@@ -100,7 +112,8 @@ device_id session::find_device(const device_choice& choice) {
     std::copy_if(attached.begin(), attached.end(), std::back_inserter(matching),
                  [&](const device_id& device) { return choice.matches(device); });
     if (matching.empty()) {
-        throw failure(exit_code::no_device, "no such device; attached:" + _list(attached));
+        throw failure(exit_code::no_device,
+                      "no such device: " + _asked(choice) + "; attached:" + _list(attached));
     }
     if (matching.size() > 1) {
         throw failure(exit_code::usage,
@@ -131,7 +144,8 @@ void session::leave_untold(const std::string& directory) {
 }
 
 stamp_list session::stamps(const std::optional<device_id>& only) {
-    stamp_list list = ask([&](token_reader& all) { return all.list_stamps(only); });
+    require_functions(reach::reading);
+    stamp_list list = ask([&](token_reader& all) { return all.list_stamps(only); }, only);
     if (list.unreadable > 0 && errors_.empty()) {
         errors_.push_back(std::to_string(list.unreadable) + " stamps could not be read");
     }
@@ -139,18 +153,22 @@ stamp_list session::stamps(const std::optional<device_id>& only) {
     const bool none = std::any_of(errors_.begin(), errors_.end(),
                                   [](const std::string& text) { return text == "No device."; });
     if (none) throw failure(exit_code::no_device, "no device is attached");
-    throw failure(exit_code::failed, "the stamps cannot be listed: " + cause(), {cause()});
+    throw failure(
+        exit_code::failed,
+        "the stamps" + (only ? " of " + describe(*only) : "") + " cannot be listed: " + cause(),
+        {cause()});
 }
 
 void session::ask_password(const device_id& device) {
+    require_functions(reach::changing);
     served_.give_password(device, password_);
 }
 
 std::optional<failure> session::verify_password(const device_id& device) {
     password_answer answer;
-    call([&](tokens& all) { answer = all.verify_password(device, password_.c_str()); });
+    call([&](tokens& all) { answer = all.verify_password(device, password_.c_str()); }, device);
     if (answer.result == 1) return std::nullopt;
-    failure refusal = _refusal(answer);
+    failure refusal = _refusal(device, answer);
     if (refusal.code() != exit_code::wrong_password) throw refusal;
     return refusal;
 }

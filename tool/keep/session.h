@@ -43,15 +43,21 @@ public:
     /** Loads what reaches the tokens; throws failure (no_device) when a library is missing. */
     session(trace& printed, person& served, const lock_rule& locking);
 
-    /** Puts a question to the tokens. Throws failure (failed) with the device's cause. */
+    /**
+     * Puts a question to the tokens, or to one of them, which a failure then names. Throws failure
+     * (failed) with the device's cause.
+     */
     template <typename Question>
-    auto ask(Question question) {
+    auto ask(Question question, const std::optional<device_id>& asked = std::nullopt) {
         std::optional<decltype(question(std::declval<token_reader&>()))> answer;
-        call([&](tokens& all) { answer.emplace(question(all)); });
+        call([&](tokens& all) { answer.emplace(question(all)); }, asked);
         return std::move(*answer);
     }
 
-    /** The attached devices; throws failure (no_device) when there is none. */
+    /**
+     * The attached devices; throws failure (no_device) when there is none, or when the device
+     * library lacks a function that reads.
+     */
     std::vector<device_id> devices();
     /** The only one that is meant; throws failure (no_device), or (usage) when there are several.
      */
@@ -94,8 +100,8 @@ private:
     /** A call that changes a device, with the password that was verified last. */
     using change = std::function<int(tokens& all, const char* password)>;
 
-    int make(const change& wanted);
-    void call(const std::function<void(tokens&)>& made);
+    int make(const device_id& device, const change& wanted);
+    void call(const std::function<void(tokens&)>& made, const std::optional<device_id>& asked);
 
     std::unique_ptr<tokens> tokens_;
     trace& trace_;

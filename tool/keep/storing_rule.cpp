@@ -5,6 +5,7 @@
 
 #include "basics/text.h"
 #include "files/file.h"
+#include "keep/describe.h"
 
 namespace vemra::tool {
 
@@ -66,11 +67,13 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
                 {kind::no_picture, "this is no picture but " + offered.seen.media_type});
         }
     }
-    const bool is_used =
-        offered.name && std::any_of(others.begin(), others.end(),
-                                    [&](const stamp& one) { return one.name == *offered.name; });
-    if (is_used) {
-        found.push_back({kind::used_name, "a stamp on this device has the name " +
+    const auto used = std::find_if(others.begin(), others.end(), [&](const stamp& one) {
+        return offered.name && one.name == *offered.name;
+    });
+    if (used != others.end()) {
+        const std::string place =
+            used->device.serial.empty() ? "this device" : describe(used->device);
+        found.push_back({kind::used_name, "a stamp on " + place + " has the name " +
                                               quoted(*offered.name) + " already"});
     }
     return found;

@@ -1,6 +1,7 @@
 #include "keep/trace.h"
 
 #include <fcntl.h>
+#include <stdio_ext.h>
 #include <string.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -60,6 +61,11 @@ std::vector<std::string> _error_messages(const std::string& text) {
     return messages;
 }
 
+std::vector<std::string> _with_loss(std::vector<std::string> messages, bool is_whole) {
+    if (!is_whole) messages.emplace_back("what the stamp library reported could not be kept whole");
+    return messages;
+}
+
 }  // namespace
 
 trace::trace()
@@ -79,28 +85,34 @@ trace::~trace() {
 
 void trace::show_in_file(const std::string& path) {
     shown_on_ = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0600);
-    if (shown_on_ < 0 || fchmod(shown_on_, 0600) != 0) {
+    struct stat status {};
+    const bool is_open = shown_on_ >= 0 && fstat(shown_on_, &status) == 0;
+    // A file that was there keeps its readers otherwise; a device is everybody's.
+    if (!is_open || (S_ISREG(status.st_mode) && fchmod(shown_on_, 0600) != 0)) {
         throw failure(exit_code::usage, path + " cannot be written: " + strerror(errno));
     }
 }
 
-std::vector<std::string> trace::take(const secret& masked) const {
-    std::fflush(stdout);
+std::vector<std::string> trace::take(const secret& masked) {
+    // A limit on the size of files, for example, holds for files in memory, too.
+    const bool is_whole = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+    __fpurge(stdout);
+    std::clearerr(stdout);
     explicit_bzero(g_stdout_buffer.data(), g_stdout_buffer.size());
     const off_t size = lseek(memory_, 0, SEEK_END);
-    if (size <= 0) return {};
+    if (size <= 0) return _with_loss({}, is_whole);
 
     // A mapping instead of a copy: the pages go back to the system with the file's content.
     void* pages = mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, memory_, 0);
-    if (pages == MAP_FAILED) return {};
+    if (pages == MAP_FAILED) return _with_loss({}, false);
     std::string text;
     _append_masked(text, {static_cast<const char*>(pages), static_cast<std::size_t>(size)},
                    masked.view());
     munmap(pages, static_cast<std::size_t>(size));
     if (ftruncate(memory_, 0) == 0) lseek(memory_, 0, SEEK_SET);
 
-    if (shown_on_ >= 0) write_all(shown_on_, text);
-    return _error_messages(text);
+    if (shown_on_ >= 0) cut_ = !write_all(shown_on_, text) || cut_;
+    return _with_loss(_error_messages(text), is_whole);
 }
 
 }  // namespace vemra::tool

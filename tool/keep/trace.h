@@ -33,13 +33,20 @@ public:
     void show_on(int descriptor) { shown_on_ = descriptor; }
     void show_in_file(const std::string& path);
 
-    /** Takes what was printed since the last call; returns the texts of its error lines. */
-    std::vector<std::string> take(const secret& masked) const;
+    /**
+     * Takes what was printed since the last call; returns the texts of its error lines, and one
+     * more when not everything could be kept.
+     */
+    std::vector<std::string> take(const secret& masked);
+
+    /** Whether not everything could be shown where it was asked for. */
+    bool is_cut() const { return cut_; }
 
 private:
     int original_;
     int memory_;
     int shown_on_ = -1;
+    bool cut_ = false;
 };
 
 }  // namespace vemra::tool
