@@ -1,5 +1,6 @@
 import hashlib
 import json
+import os
 
 from tool_case import COMPANY, LARGE, NAME_SEAL, ToolCase
 
@@ -106,10 +107,98 @@ class Backup(ToolCase):
                      whole.replace("8130", '"a"')):
             path.write_text(text)
             self.restore(1)
-        path.write_text(whole.replace("stamp-1.png", "../../secret"))
-        self.assertIn(b"not in its directory", self.restore(2).stderr)
         path.unlink()
         self.restore(2)
+
+    def expect_refusal(self, code, text, folder=None):
+        before = self.stamps()
+        done = self.change(code, "restore", folder or self.directory, timeout=60)
+        self.assertIn(text.encode(), done.stderr)
+        self.assertEqual(done.stderr.count(b"\n"), 1, done.stderr)
+        self.assertEqual(self.stamps(), before)
+
+    def test_a_manifest_says_only_what_a_backup_says(self):
+        self.delete_all()
+        path = self.directory / "manifest.json"
+        whole = json.loads(path.read_text())
+
+        def expect_refusal(text, change):
+            made = json.loads(json.dumps(whole))
+            made = change(made) or made
+            if not isinstance(made, bytes):
+                made = (made if isinstance(made, str) else json.dumps(made)).encode()
+            path.write_bytes(made)
+            with self.subTest(text=text):
+                self.expect_refusal(1, text)
+
+        def first(**values):
+            return lambda made: made["stamps"][0].update(values)
+
+        expect_refusal("is damaged", lambda made: "[" * 500000)
+        expect_refusal("is damaged", lambda made: "[1, 2]")
+        expect_refusal("is damaged", lambda made: "7")
+        expect_refusal("is damaged", lambda made: json.dumps(made) + "{}")
+        expect_refusal("is damaged", lambda made: json.dumps(made).encode().replace(
+            b"Li Wei", b"\xf4\x90\x80\x80"))
+        expect_refusal("no list", lambda made: made.update(stamps={}))
+        expect_refusal("no list", lambda made: made.update(stamps=None))
+        expect_refusal("is missing", lambda made: made.pop("stamps") and None)
+        expect_refusal("is missing", lambda made: made.update(stamps=[[]]))
+        expect_refusal("more than 16", lambda made: made.update(stamps=made["stamps"] * 9))
+        expect_refusal('"type" is no', lambda made: made["device"].update(type="3"))
+        expect_refusal('"type" is no', lambda made: made["device"].update(type=2 ** 40))
+        expect_refusal('"type" is no', lambda made: made["device"].update(type=3.5))
+        expect_refusal('"serial" is no', lambda made: made["device"].update(serial=3))
+        for slot in (-1, 1.5, True, "8130", 8135, 2 ** 32 + 8130, 2 ** 64, None):
+            expect_refusal('"slot" is no', first(slot=slot))
+        expect_refusal("slot 8127 holds no stamps", first(slot=8127))
+        expect_refusal("two stamps are of slot 8131", first(slot=8131))
+        expect_refusal("two stamps have the uuid", first(uuid=whole["stamps"][1]["uuid"]))
+        expect_refusal("two stamps are in the file", first(file="stamp-2.png"))
+        expect_refusal('"uuid" is not in hexadecimal', first(uuid="0g"))
+        expect_refusal('"bytes" is no', first(bytes=16 * 1024 * 1024 + 1))
+        expect_refusal('"bytes" is no', first(bytes=COMPANY.stat().st_size + 0.0))
+        expect_refusal('"sha256" is no', first(sha256="00"))
+        expect_refusal('"name" is no', first(name=["Seal"]))
+        expect_refusal('"name" is told twice', first(name_hex="41"))
+        expect_refusal('the key "slot" stands there twice',
+                       lambda made: json.dumps(made).replace('"slot"', '"slot": 0, "slot"', 1))
+        for name in ("", ".", "..", "../stamp-1.png", "/etc/passwd", "stamp-1.png\0.txt",
+                     "stamp-1.png\n"):
+            expect_refusal("is not in its directory", first(file=name))
+
+    def test_a_manifest_with_unknown_keys_in_another_order_is_read(self):
+        path = self.directory / "manifest.json"
+        whole = json.loads(path.read_text())
+        path.write_text(json.dumps({"note": {"by": ["hand"]}, **dict(reversed(whole.items()))}))
+        self.expect(0, "restore", self.directory)
+
+    def test_a_huge_manifest_is_not_read(self):
+        (self.directory / "manifest.json").write_text(" " * (1024 * 1024 + 1))
+        self.expect_refusal(2, "is longer than")
+
+    def test_neither_manifest_nor_picture_may_be_anything_but_a_file(self):
+        for name in ("manifest.json", "stamp-1.png"):
+            path = self.directory / name
+            aside = self.folder / name
+            path.rename(aside)
+            for make in (lambda: os.mkfifo(path), path.mkdir, lambda: path.symlink_to(aside)):
+                make()
+                with self.subTest(name=name):
+                    self.expect_refusal(2, "is no plain file")
+                path.rmdir() if path.is_dir() and not path.is_symlink() else path.unlink()
+            aside.rename(path)
+
+    def test_the_backup_of_an_empty_device_restores_nothing(self):
+        self.delete_all()
+        self.expect(0, "backup", self.folder / "empty")
+        self.assertIn(b"holds no stamps", self.expect(0, "restore", self.folder / "empty").stderr)
+
+    def test_a_file_in_the_place_of_the_directory_is_bad_input(self):
+        taken = self.write("taken", "mine")
+        for path in (taken, taken / "below"):
+            self.assertIn(b"cannot be made", self.expect(2, "backup", path).stderr)
+        self.assertEqual(taken.read_text(), "mine")
 
     def make_backup(self, *stamps):
         """A backup as it may come from elsewhere; the manifest fits its files."""

@@ -59,9 +59,13 @@ class Export(ToolCase):
         self.assertTrue(link.is_symlink())
 
     def test_a_directory_that_cannot_be_made_is_a_failure(self):
+        self.assertIn(b"cannot be made",
+                      self.expect(1, "export", "--all", "/proc/nowhere").stderr)
+
+    def test_a_file_in_the_place_of_a_directory_is_bad_input(self):
         path = self.write("taken", "mine")
-        self.assertIn(b"cannot be made", self.expect(1, "export", "--all", path).stderr)
-        self.assertIn(b"cannot be made", self.expect(1, "export", "--all", path / "sub").stderr)
+        self.assertIn(b"cannot be made", self.expect(2, "export", "--all", path).stderr)
+        self.assertIn(b"cannot be made", self.expect(2, "export", "--all", path / "sub").stderr)
 
     def test_json_and_raw_bytes_do_not_mix(self):
         self.expect(2, "--json", "export", self.uuid)

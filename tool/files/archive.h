@@ -36,7 +36,11 @@ struct archive {
  */
 void write_archive(const std::string& directory, const archive& kept);
 
-/** Reads it back; every file must have the length and the SHA-256 that the manifest names. */
+/**
+ * Reads it back. The manifest and the files must be plain ones, no links, and every file must have
+ * the length and the SHA-256 that the manifest names. Throws failure (usage), or (failed) for what
+ * is damaged.
+ */
 archive read_archive(const std::string& directory);
 
 }  // namespace vemra::tool

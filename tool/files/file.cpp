@@ -65,8 +65,10 @@ void _make_directory(const std::filesystem::path& path, mode_t mode) {
     if (mkdir(path.c_str(), mode) == 0) return sync_name(path);
     const int error = errno;
     if (error != EEXIST || !std::filesystem::is_directory(path, ignored)) {
-        throw failure(exit_code::failed, "the directory " + path.string() +
-                                             " cannot be made: " + std::strerror(error));
+        const bool is_taken = error == EEXIST || error == ENOTDIR;
+        throw failure(
+            is_taken ? exit_code::usage : exit_code::failed,
+            "the directory " + path.string() + " cannot be made: " + std::strerror(error));
     }
 }
 
@@ -76,6 +78,21 @@ std::string read_file(const std::string& path, std::size_t most) {
     const descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     if (!file.is_open()) {
         throw failure(exit_code::usage, path + " cannot be read: " + std::strerror(errno));
+    }
+    return _read(file.get(), path, most);
+}
+
+std::string read_plain_file(const std::string& path, std::size_t most) {
+    // A FIFO would wait for a writer.
+    const int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW;
+    const descriptor file(open(path.c_str(), flags));
+    struct stat status {};
+    if ((!file.is_open() && errno != ELOOP) ||
+        (file.is_open() && fstat(file.get(), &status) != 0)) {
+        throw failure(exit_code::usage, path + " cannot be read: " + std::strerror(errno));
+    }
+    if (!file.is_open() || !S_ISREG(status.st_mode)) {
+        throw failure(exit_code::usage, path + " is no plain file and is not read");
     }
     return _read(file.get(), path, most);
 }

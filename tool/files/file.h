@@ -16,6 +16,9 @@ std::string read_stamp_file(const std::string& path);
 /** A whole file; throws failure (usage) when it cannot be read or is longer. */
 std::string read_file(const std::string& path, std::size_t most);
 
+/** The same for a file that somebody else names: neither a link nor anything that can wait. */
+std::string read_plain_file(const std::string& path, std::size_t most);
+
 /** What becomes of a file that is there already. */
 enum class existing { keep, replace };
 
@@ -31,7 +34,10 @@ void write_file(const std::string& path, const std::string& bytes, existing what
  * failure. */
 void sync_name(const std::string& path);
 
-/** Makes a directory, with its parents, if there is none yet; their names are durable then. */
+/**
+ * Makes a directory, with its parents, if there is none yet; their names are durable then. Throws
+ * failure (usage) when something else has its name or that of a parent, and (failed).
+ */
 void make_directory(const std::string& path);
 /** The same for one that only the user can enter. */
 void make_private_directory(const std::string& path);
