@@ -55,6 +55,8 @@ class Interruption(ToolCase):
         process = self.start("restore", self.folder / "backup", "--verbose")
         while b"is right" not in process.stderr.readline():
             pass
+        # By then the first stamp is being written, slowly.
+        time.sleep(0.4)
         told = self.expect_end(process, signal.SIGTERM)
         self.heal_device()
         left = self.stamps()
