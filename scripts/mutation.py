@@ -2,7 +2,8 @@
 
 The areas are src, softtoken and tool. Works in copies of the last commit under --work, one for each
 job, never in the checkout. A run goes on where an earlier one over the same sources and tests
-stopped. Exits 1 while a rule has fewer than 95 % noticed, a survivor that
+stopped; after a change of the sources or tests it tries again what may have another verdict now.
+Exits 1 while a rule has fewer than 95 % noticed, a survivor that
 docs/measured/mutation_explained.txt does not explain, or mutants that were not tried.
 
 With --verdicts before and after a change of the tests, and one seed, --compare tells what became of
@@ -27,6 +28,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True
 from mutation_areas import AREAS, must_run, run  # noqa: E402
+from mutation_results import kept_verdicts  # noqa: E402
 
 root = Path(__file__).resolve().parent.parent
 # Fast to compile, and a wrong use of the standard library ends the test.
@@ -59,17 +61,6 @@ def parse_arguments():
         if rule not in arguments.area.rules:
             parser.error(f"no rule \"{rule}\"; there are: " + ", ".join(sorted(arguments.area.rules)))
     return arguments
-
-
-def revision(*names):
-    """What git calls these objects of the last commit."""
-    status, output = run(["git", "rev-parse", "--short", *names], root)
-    return output.strip() if status == 0 else sys.exit(output)
-
-
-def tried_sources(arguments):
-    """Changes whenever a verdict could."""
-    return " ".join(revision(f"HEAD:{folder}") for folder in arguments.area.verdict_depends_on)
 
 
 def all_mutants(area):
@@ -182,63 +173,46 @@ class copy_of_the_sources:
         return None
 
 
-def results_file(arguments):
-    return arguments.work / "results.jsonl"
+def verdicts_of(arguments):
+    return kept_verdicts(root, arguments.area, arguments.work / "results.jsonl")
 
 
-def read_results(arguments):
-    """The last verdict on each mutant of these sources."""
-    results = {}
-    if results_file(arguments).exists():
-        sources = tried_sources(arguments)
-        for line in results_file(arguments).read_text().splitlines():
-            result = json.loads(line)
-            if result["sources"] == sources:
-                results[result["id"]] = result
-    return results
-
-
-def waiting_mutants(arguments, mutants, verdict="not tried"):
-    known = read_results(arguments)
-    return [m for m in mutants if known.get(m["id"], {}).get("verdict", "not tried") == verdict]
+def waiting_mutants(arguments, mutants, verdicts):
+    if arguments.survivors:
+        last = verdicts.last()
+        return [m for m in mutants if last.get(m["id"], {}).get("verdict") == "survived"]
+    known = verdicts.known(mutants)
+    return [m for m in mutants if m["id"] not in known]
 
 
 class queue_of_mutants:
     """Hands them out to the copies and keeps the verdicts."""
 
-    def __init__(self, arguments, mutants):
-        self.mutants = iter(mutants)
+    def __init__(self, arguments, mutants, verdicts):
+        self.mutants, self.verdicts = iter(mutants), verdicts
         self.end = time.monotonic() + arguments.minutes * 60
-        self.results = results_file(arguments)
-        self.tried_at = {"commit": revision("HEAD"), "sources": tried_sources(arguments)}
         self.lock = threading.Lock()
 
     def next(self):
         with self.lock:
             return None if time.monotonic() > self.end else next(self.mutants, None)
 
-    def keep(self, mutant, verdict, test, seconds):
-        mutant.update(self.tried_at, verdict=verdict, test=test, seconds=round(seconds, 1))
-        with self.lock, self.results.open("a") as results:
-            print(f"{verdict:<28} {mutant['rule']:<18} {mutant['file']}:{mutant['line'] + 1} "
-                  f"{test or ''} {seconds:.0f} s", flush=True)
-            results.write(json.dumps(mutant) + "\n")
-
     def try_in(self, sources):
         while (mutant := self.next()) is not None:
             began = time.monotonic()
             verdict, test = sources.judge(mutant)
-            self.keep(mutant, verdict, test, time.monotonic() - began)
+            self.verdicts.keep(mutant, verdict, test, time.monotonic() - began)
 
 
 def try_mutants(arguments, mutants):
-    waiting = waiting_mutants(arguments, mutants, "survived" if arguments.survivors else "not tried")
+    verdicts = verdicts_of(arguments)
+    waiting = waiting_mutants(arguments, mutants, verdicts)
     if not waiting:
         return
     arguments.work.mkdir(parents=True, exist_ok=True)
     jobs = range(min(arguments.jobs, len(waiting)))
     copies = [copy_of_the_sources(arguments.area, arguments.work / str(number), arguments.jobs) for number in jobs]
-    queue = queue_of_mutants(arguments, waiting)
+    queue = queue_of_mutants(arguments, waiting, verdicts)
     with ThreadPoolExecutor(len(copies)) as workers:
         for done in [workers.submit(queue.try_in, copy) for copy in copies]:
             done.result()
@@ -265,7 +239,7 @@ def explanation_of(mutant, explanations):
 
 def summarise(arguments, mutants):
     """Per rule: how many were tried, noticed and not tried, and the survivors."""
-    results = read_results(arguments)
+    results = verdicts_of(arguments).known(mutants)
     rows = {}
     for mutant in mutants:
         row = rows.setdefault(mutant["rule"], {"tried": 0, "noticed": 0, "waiting": 0, "survivors": [],
@@ -294,7 +268,8 @@ written by `scripts/mutate --area AREA --report docs/measured/mutation.md`. The 
 Changes that do not build are not counted, and those that are none by construction are not made: a dropped
 `va_end`, which the compilers turn into nothing, two exchanged returns whose conditions exclude each other,
 and two exchanged assignments or copies that neither name what the other sets nor call anything that could
-fail or be seen.
+fail or be seen. A change that was noticed counts for later commits while its file and the test that noticed
+it stay as they were; all others are tried again.
 """
 
 
@@ -313,9 +288,9 @@ def report(arguments, rows, explanations):
     tried = "tried at commit " + ", ".join(commits) if commits else "no run yet"
     yield (f"At most {arguments.per_rule} of each rule, seed {arguments.seed}, {tried}; " +
            (f"{waiting} were not tried.\n" if waiting else "none was left out.\n"))
-    if arguments.area.slow_tests:
-        slow = ", ".join(f"`{test}`" for test in arguments.area.slow_tests)
-        yield f"Not asked, since they would take most of the time: {slow}.\n"
+    if arguments.area.never_asked:
+        never = ", ".join(f"`{test}`" for test in arguments.area.never_asked)
+        yield f"Not asked, since they fail by chance on a busy machine: {never}.\n"
     yield "| Rule | Tried | Noticed | Share | Survived, explained | Survived | Not tried |"
     yield "|---|---:|---:|---:|---:|---:|---:|"
     for rule, row in sorted(rows.items()):
@@ -349,7 +324,7 @@ def is_good(row, explanations):
 
 def write_verdicts(arguments, mutants):
     """A line of JSON for each: what was changed, the verdict, and the test that failed first."""
-    known = read_results(arguments)
+    known = verdicts_of(arguments).known(mutants)
     names = ("id", "rule", "file", "line", "old", "new")
     with arguments.verdicts.open("w") as file:
         for mutant in mutants:

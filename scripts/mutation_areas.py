@@ -1,5 +1,6 @@
 """The areas of scripts/mutate: what is changed, how it is built, and which tests are asked in which order."""
 
+import fnmatch
 import json
 import os
 import re
@@ -8,12 +9,15 @@ import subprocess
 import sys
 import tempfile
 import threading
+import time
 from collections import namedtuple
 from pathlib import Path
 
 from mutation_rules import PROGRAM_RULES, RULES
 
 test_seconds = 300
+# Longer than the longest test; a program that ends no test for so long hangs.
+silent_seconds = 60
 # A change can make a loop endless, which may fill the memory or print for ever.
 test_address_space = 4 << 30
 
@@ -32,50 +36,66 @@ def must_run(command, cwd):
 
 
 def run_test(command, cwd, environment):
-    """The exit status and the lines that tell of single tests. A test that takes too long, or that
+    """The exit status and the lines that tell of single tests. A program that takes too long, or that
     leaves processes behind, is ended with all that it started."""
     with tempfile.TemporaryDirectory(prefix="mutate-", dir="/tmp") as scratch:
         environment = {**os.environ, **environment, "TMPDIR": scratch, "TEST_TMPDIR": scratch + "/"}
         started = subprocess.Popen(["prlimit", f"--as={test_address_space}", *command], cwd=cwd,
                                    env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.STDOUT, start_new_session=True)
-        lines = []
-        reader = threading.Thread(target=keep_told_lines, args=(started.stdout, lines), daemon=True)
-        reader.start()
-        try:
-            status = started.wait(test_seconds)
-        except subprocess.TimeoutExpired:
-            status = "took too long"
+        lines = told_lines(started.stdout)
+        status = lines.wait_for(started)
         try:
             os.killpg(started.pid, signal.SIGKILL)
         except ProcessLookupError:
             pass
         started.wait()
         # A process that left the group may still hold the pipe.
-        reader.join(5)
-        return status, list(lines)
+        lines.join(5)
+        return status, list(lines.kept)
 
 
-def keep_told_lines(pipe, lines):
-    """Piece by piece, since a changed program may print without ever ending a line."""
-    while piece := pipe.readline(1 << 16):
-        text = piece.decode(errors="replace").rstrip()
-        if re.match(r"\[ +(RUN|OK|FAILED|SKIPPED) +\] |(FAIL|ERROR): |\w+ \([\w.]+\)", text) and len(lines) < 10000:
-            lines.append(text)
+class told_lines(threading.Thread):
+    """Reads what a test program prints and keeps the lines that tell of single tests."""
+
+    def __init__(self, pipe):
+        super().__init__(daemon=True)
+        self.pipe, self.kept, self.last_at = pipe, [], time.monotonic()
+        self.start()
+
+    def run(self):
+        # Piece by piece, since a changed program may print without ever ending a line.
+        while piece := self.pipe.readline(1 << 16):
+            text = piece.decode(errors="replace").rstrip()
+            if not re.match(r"\[ +(RUN|OK|FAILED|SKIPPED) +\] |(FAIL|ERROR): |\w+ \([\w.]+\)", text):
+                continue
+            self.last_at = time.monotonic()
+            if len(self.kept) < 10000:
+                self.kept.append(text)
+
+    def wait_for(self, started):
+        end = time.monotonic() + test_seconds
+        while time.monotonic() < min(end, self.last_at + silent_seconds):
+            try:
+                return started.wait(1)
+            except subprocess.TimeoutExpired:
+                pass
+        return "took too long"
 
 
 class googletest_program:
-    """A program of GoogleTest's. `first` names the tests that are asked before the others."""
+    """A program of GoogleTest's. `last` names the tests that are asked last, `never` those that are not
+    asked; `first` those that are asked before the others."""
 
-    def __init__(self, name, folder, slow=()):
-        self.name, self.folder, self.slow, self.alone = name, folder, list(slow), []
+    def __init__(self, name, folder, last=(), never=()):
+        self.name, self.folder, self.last, self.never, self.alone = name, folder, list(last), list(never), []
         self.targets = [name]
 
     def prepare(self, build):
         """Finds the tests that fail behind others in one process; alone they must pass."""
         self.path = build / "tests" / self.folder / self.name
         self.alone = []
-        status, lines = self.tell(build, "--gtest_filter=-" + ":".join(self.slow))
+        status, lines = self.tell(build, "--gtest_filter=-" + ":".join(self.never))
         if status == "took too long":
             sys.exit(f"{self.name} takes longer than {test_seconds} seconds before anything is changed")
         self.alone = sorted({match[1] for match in (re.match(r"\[  FAILED  \] (\w+\.\w+)", line) for line in lines)
@@ -93,12 +113,16 @@ class googletest_program:
         return self.tell(build, "--gtest_filter=" + test)[0] != 0
 
     def first_failure(self, build, first):
-        if first:
-            failed = self.failure_of(build, first, self.alone + self.slow)
-            if failed:
-                return failed
-        failed = self.failure_of(build, [], self.alone + self.slow + first)
-        return failed or next((test for test in self.alone if self.fails(build, test)), None)
+        later = self.alone + self.last + self.never
+        alone = {test: any(fnmatch.fnmatch(test, pattern) for pattern in first) for test in self.alone}
+        return ((first and self.failure_of(build, first, later)) or
+                self.failure_alone(build, [test for test in self.alone if alone[test]]) or
+                self.failure_of(build, [], later + first) or
+                self.failure_alone(build, [test for test in self.alone if not alone[test]]) or
+                (self.last and self.failure_of(build, self.last, self.alone + self.never)) or None)
+
+    def failure_alone(self, build, tests):
+        return next((test for test in tests if self.fails(build, test)), None)
 
     def failure_of(self, build, wanted, unwanted):
         status, lines = self.tell(build, "--gtest_fail_fast",
@@ -117,8 +141,6 @@ class googletest_program:
 
 class python_suite:
     """A file of Python's unittest, run as ctest would."""
-
-    slow = ()
 
     def __init__(self, test):
         self.name = test["name"]
@@ -157,9 +179,7 @@ def python_suites(build, pattern):
     return [python_suite(test) for test in told if "unittest" in test.get("command", [])]
 
 
-area = namedtuple("area", "name folder rules verdict_depends_on options build_targets programs first_of slow_tests")
-
-
+area = namedtuple("area", "name folder rules verdict_depends_on options build_targets programs first_of never_asked")
 
 
 # The fast test programs of src/, in the order in which they are asked, after the one that the changed
@@ -203,12 +223,14 @@ token_tests = {
     "store/sqlite_statement": "storage slot", "store/token_database": "storage format_1 slot",
     "store/token_files": "owner storage", "store/token_info": "profile", "store/token_owner": "owner",
 }
-# Minutes of waiting, or of what the scheduler does: asked by ctest alone.
-slow_token_tests = ["softtoken_fairness*"]
+# They wait for a busy token.
+waiting_token_tests = ["softtoken_attempt.busy_token_*", "softtoken_disk.token_in_use_is_told_by_fsck_as_such"]
+# They compare times.
+timed_token_tests = ["softtoken_fairness.four_writing_*"]
 
 
 def programs_of_softtoken(build, source):
-    return [googletest_program("softtoken_tests", "softtoken", slow_token_tests),
+    return [googletest_program("softtoken_tests", "softtoken", waiting_token_tests, timed_token_tests),
             *python_suites(build, r"^softtoken\.durability$")]
 
 
@@ -252,7 +274,7 @@ AREAS = {each.name: each for each in (
          programs_of_src, first_in_src, ()),
     area("softtoken", "softtoken", PROGRAM_RULES, ("softtoken", "tests/softtoken", "device_library"),
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=OFF"), ["softtoken_tests"],
-         programs_of_softtoken, first_in_softtoken, slow_token_tests),
+         programs_of_softtoken, first_in_softtoken, timed_token_tests),
     area("tool", "tool", PROGRAM_RULES, ("tool", "tests/tool", "softtoken", "src", "device_library"),
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=ON"),
          ["vemra_stamp", "vemra_softtoken", "softtoken", "vemra_stamp_device", "failing_device", "memory_probe"],

@@ -14,6 +14,7 @@ source = pathlib.Path(sys.argv.pop())
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(source / "scripts"))
 import mutation_areas  # noqa: E402
+from mutation_results import kept_verdicts, text_of_test  # noqa: E402
 from mutation_rules import PROGRAM_RULES  # noqa: E402
 
 
@@ -79,8 +80,34 @@ class first_tests(unittest.TestCase):
             self.assertTrue(list((source / "softtoken").glob(name + ".*")), name)
 
 
-class draw(unittest.TestCase):
-    """In a small repository with the scripts and one file."""
+class texts_of_tests(unittest.TestCase):
+    texts = """TEST_F(suite, one) {
+    EXPECT_TRUE(one);
+}
+
+TEST(suite, other) {
+    EXPECT_TRUE(other);
+}
+
+class suite(unittest.TestCase):
+    def test_one(self):
+        self.assertTrue(one)
+
+    def test_other(self):
+        pass
+"""
+
+    def test_a_test_is_found_alone(self):
+        self.assertEqual(text_of_test("suite.one", self.texts), "TEST_F(suite, one) {\n    EXPECT_TRUE(one);\n}")
+        self.assertEqual(text_of_test("file.suite.test_one", self.texts),
+                         "    def test_one(self):\n        self.assertTrue(one)")
+
+    def test_what_is_no_test_has_no_text(self):
+        self.assertEqual(text_of_test("suite.none", self.texts), "")
+
+
+class small_repository(unittest.TestCase):
+    """With the scripts and one file."""
 
     lines = [f"    if (a < {number}) step_{number}(a == {number} && b);" for number in range(2, 30)]
 
@@ -94,7 +121,7 @@ class draw(unittest.TestCase):
             (self.folder / folder / "README.md").write_text("A folder that is there.\n")
         (self.folder / "docs/measured").mkdir(parents=True)
         (self.folder / "docs/measured/mutation_explained.txt").write_text("")
-        for name in ("mutation.py", "mutation_areas.py", "mutation_rules.py"):
+        for name in ("mutation.py", "mutation_areas.py", "mutation_results.py", "mutation_rules.py"):
             shutil.copy(source / "scripts" / name, self.folder / "scripts")
         self.git("init", "--quiet")
         self.commit(self.lines)
@@ -112,6 +139,59 @@ class draw(unittest.TestCase):
         return subprocess.run([sys.executable, "-B", self.folder / "scripts/mutation.py", *arguments],
                               capture_output=True, text=True, check=False)
 
+
+class kept(small_repository):
+    """Verdicts, after a commit."""
+
+    test_file = "tests/softtoken/some_test.cpp"
+
+    def setUp(self):
+        super().setUp()
+        self.write(self.test_file, "TEST_F(s, t) {\n    one();\n}\n")
+        self.keep("noticed by p", "s.t")
+
+    def write(self, name, text):
+        (self.folder / name).write_text(text)
+        self.git("add", "--all")
+        self.git("commit", "--quiet", "-m", "Change it")
+
+    def verdicts(self):
+        return kept_verdicts(self.folder, mutation_areas.AREAS["softtoken"], self.folder / "results")
+
+    def keep(self, verdict, test):
+        self.verdicts().keep({"id": "1", "rule": "r", "file": "softtoken/some.cpp", "line": 1}, verdict, test, 1)
+
+    def counts(self):
+        return bool(self.verdicts().known([{"id": "1"}]))
+
+    def test_a_noticed_change_counts_though_other_files_and_tests_change(self):
+        self.write("softtoken/other.cpp", "int other;\n")
+        self.write(self.test_file, "TEST_F(s, t) {\n    one();\n}\n\nTEST_F(s, u) {\n    two();\n}\n")
+        self.assertTrue(self.counts())
+
+    def test_a_noticed_change_is_tried_again_when_its_file_changes(self):
+        self.commit([*self.lines, "    another();"])
+        self.assertFalse(self.counts())
+
+    def test_a_noticed_change_is_tried_again_when_the_test_changes_or_goes(self):
+        self.write(self.test_file, "TEST_F(s, t) {\n    two();\n}\n")
+        self.assertFalse(self.counts())
+        self.write(self.test_file, "\n")
+        self.assertFalse(self.counts())
+
+    def test_a_noticed_change_of_no_known_test_is_tried_again(self):
+        self.keep("noticed by p", "before the first test")
+        self.write("softtoken/other.cpp", "int other;\n")
+        self.assertFalse(self.counts())
+
+    def test_a_survivor_is_tried_again_when_anything_changes(self):
+        self.keep("survived", None)
+        self.assertTrue(self.counts())
+        self.write(self.test_file, "TEST_F(s, t) {\n    one();\n}\n\nTEST_F(s, u) {\n    two();\n}\n")
+        self.assertFalse(self.counts())
+
+
+class draw(small_repository):
     def drawn(self, seed):
         done = self.mutate("--area", "softtoken", "--list", "--per-rule", "4", "--seed", str(seed))
         self.assertEqual(done.returncode, 0, done.stderr)

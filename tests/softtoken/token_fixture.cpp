@@ -26,6 +26,8 @@ token_test::token_test() {
 }
 
 token_test::~token_test() {
+    unsetenv("VEMRA_SOFTTOKEN_FAULTS");
+    unsetenv("VEMRA_SOFTTOKEN_TRACE");
     std::filesystem::remove_all(root_);
 }
 
