@@ -91,7 +91,11 @@ void _check_files(const std::string& directory, findings& found) {
     if (error || stat(directory.c_str(), &owner) != 0) return;
     for (const std::string& path : paths) {
         struct stat status {};
-        if (stat(path.c_str(), &status) != 0) continue;
+        if ((path == directory ? stat : lstat)(path.c_str(), &status) != 0) continue;
+        if (path != directory && !S_ISREG(status.st_mode)) {
+            found.push_back({path + " is not a plain file", "move it away"});
+            continue;
+        }
         if ((status.st_mode & 077) != 0) {
             found.push_back({"others may use " + path, "run \"chmod go= " + path + "\""});
         }

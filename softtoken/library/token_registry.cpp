@@ -8,6 +8,7 @@
 #include "store/descriptor_limit.h"
 #include "store/failure.h"
 #include "store/harmless_text.h"
+#include "store/plain_file.h"
 
 namespace vemra::softtoken {
 
@@ -89,6 +90,7 @@ token* token_registry::find(const std::string& directory) {
         }
         if (identify(database_path(directory))) {
             require_own_token(directory);
+            require_plain_database(database_path(directory));
             token::with_room(nullptr, [&] { require_token_database(database_path(directory)); });
         }
     } catch (const out_of_descriptors&) {

@@ -3,20 +3,21 @@
 #include <stdio.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <iterator>
+#include <optional>
 
-#include "store/descriptor_limit.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
+#include "store/plain_file.h"
 #include "store/plug.h"
 #include "store/token_owner.h"
 
 namespace vemra::softtoken {
 
 namespace {
+
+// Far more than anybody writes; the rest of a longer file is not read.
+constexpr std::size_t most_bytes = std::size_t{1} << 20;
 
 std::string _path(const std::string& token_directory) {
     return token_directory + "/faults";
@@ -26,12 +27,10 @@ std::string _path(const std::string& token_directory) {
 
 std::vector<fault> read_faults(const std::string& token_directory) {
     std::string path = _path(token_directory);
-    std::ifstream file(path);
-    if (!file && is_descriptor_limit(errno)) fail_with_errno(path);
-    if (!file) return {};
-    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::optional<std::string> text = read_plain_file(path, most_bytes);
+    if (!text) return {};
     try {
-        return parse_faults(text);
+        return parse_faults(*text);
     } catch (const failure& error) {
         throw failure(
             error_code::damaged,

@@ -31,7 +31,7 @@ std::string plug_path(const std::string& token_directory) {
 
 std::optional<plug> find_plug(const std::string& path_of_plug) {
     struct stat status {};
-    if (stat(path_of_plug.c_str(), &status) != 0) return std::nullopt;
+    if (lstat(path_of_plug.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     return plug{status.st_dev, status.st_ino, status.st_mtim, status.st_atim};
 }
 
@@ -58,7 +58,7 @@ void note_changed_settings(const std::string& token_directory) {
     clock_gettime(CLOCK_REALTIME, &now);
     std::array<timespec, 2> times{now, timespec{0, UTIME_OMIT}};
     // An unplugged token has no such file: its settings are read when it is plugged in.
-    utimensat(AT_FDCWD, plug_path(token_directory).c_str(), times.data(), 0);
+    utimensat(AT_FDCWD, plug_path(token_directory).c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
 }
 
 }  // namespace vemra::softtoken

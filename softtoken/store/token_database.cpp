@@ -7,12 +7,12 @@
 #include <array>
 #include <climits>
 #include <cstring>
-#include <fstream>
 #include <optional>
 #include <string_view>
 #include <vector>
 
 #include "store/failure.h"
+#include "store/plain_file.h"
 #include "store/slot_sum.h"
 
 namespace vemra::softtoken {
@@ -54,12 +54,11 @@ void _require_token(const sqlite_connection& connection) {
 // SQLite would silently throw away a log that does not begin like one, and what was committed to
 // it. A log of zero bytes is what a power cut may leave of one that nothing was committed to.
 void _require_sound_log(const std::string& path) {
-    std::ifstream log(path, std::ios::binary);
-    std::array<char, 32> start{};
-    if (!log.read(start.data(), start.size())) return;
-    std::string_view bytes(start.data(), start.size());
-    bool begins_like_one = bytes.substr(0, 3) == "\x37\x7f\x06" && (bytes[3] | 1) == '\x83';
-    if (begins_like_one || bytes.find_first_not_of('\0') == std::string_view::npos) return;
+    constexpr std::size_t header_of_log = 32;
+    std::string bytes = read_plain_file(path, header_of_log).value_or("");
+    if (bytes.size() < header_of_log) return;
+    bool begins_like_one = bytes.compare(0, 3, "\x37\x7f\x06") == 0 && (bytes[3] | 1) == '\x83';
+    if (begins_like_one || bytes.find_first_not_of('\0') == std::string::npos) return;
     throw failure(error_code::damaged,
                   path + ": damaged log; move it away to go on with the state before it");
 }
@@ -67,6 +66,7 @@ void _require_sound_log(const std::string& path) {
 // Where SQLite can make neither log nor index, nobody changes anything either: it needs no locks,
 // and reads a log that lies there with an index in memory.
 sqlite_connection _open(const std::string& path) {
+    require_plain_database(path);
     if (!is_on_read_only_disk(path)) return {path, SQLITE_OPEN_READWRITE};
     struct stat log {};
     if (stat((path + "-wal").c_str(), &log) == 0 && log.st_size > 0) {

@@ -55,7 +55,7 @@ int _make(const std::string& token_directory, const std::string& name, int acces
     _open_file file(open(path.c_str(), access | O_CREAT | O_EXCL | open_flags, 0600));
     if (file.get() < 0) return -1;
     struct stat owner {};
-    if (stat(database_path(token_directory).c_str(), &owner) == 0) _give(file.get(), owner, path);
+    if (lstat(database_path(token_directory).c_str(), &owner) == 0) _give(file.get(), owner, path);
     return file.release();
 }
 
@@ -105,7 +105,7 @@ int open_token_file(const std::string& path) {
 
 void give_to_owner_of(const std::string& database, int directory) {
     struct stat owner {};
-    if (geteuid() != 0 || stat(database.c_str(), &owner) != 0) return;
+    if (geteuid() != 0 || lstat(database.c_str(), &owner) != 0) return;
     _open_file listed(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.get()), closedir);
     if (entries == nullptr) fail_with_errno(database);
