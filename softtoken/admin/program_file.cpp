@@ -68,8 +68,9 @@ std::string find_program(const std::string& command) {
         std::string candidate = (directory.empty() ? "." : directory) + "/" + command;
         int obstacle = _obstacle(candidate);
         if (obstacle == 0) return candidate;
-        // A later directory may have one that can be run.
-        if (obstacle != EACCES || reason != ENOENT) continue;
+        // A later directory may have one that can be run; one that may not be searched has none.
+        bool is_there = access(candidate.c_str(), F_OK) == 0;
+        if (obstacle != EACCES || !is_there || reason != ENOENT) continue;
         found = candidate;
         reason = obstacle;
     }

@@ -1,4 +1,5 @@
 #include <sys/xattr.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <utility>
@@ -6,6 +7,14 @@
 #include "token_fixture.h"
 
 using namespace softtoken_test;
+
+namespace {
+
+/* Before a shell's command: root too then passes by no permission. */
+const std::string without_rights_over_files =
+    geteuid() == 0 ? "setpriv --bounding-set=-dac_override,-dac_read_search " : "";
+
+}  // namespace
 
 class softtoken_exec : public token_test {
 protected:
@@ -152,6 +161,33 @@ TEST_F(softtoken_exec, ends_as_the_shell_does_with_what_it_cannot_run) {
         EXPECT_EQ(result.status, expected) << command << ": " << result.output;
         EXPECT_TRUE(expected == 126 || expected == 127) << command;
     }
+}
+
+// A shell says that nothing was found in a folder of PATH that may not be searched.
+TEST_F(softtoken_exec, ends_as_the_shell_does_where_a_folder_may_not_be_searched) {
+    std::string folder = root() + "/.closed";
+    std::filesystem::create_directories(folder);
+    std::filesystem::copy_file("/bin/true", folder + "/word");
+    std::filesystem::permissions(folder, std::filesystem::perms::none);
+    std::string path = "PATH=" + folder + ":$PATH; export PATH; " + without_rights_over_files;
+    for (const auto& [command, status] :
+         {std::pair{std::string("word"), 127}, std::pair{folder + "/word", 126}}) {
+        program_result result = run(path + SOFTTOKEN_TOOL " exec -- " + command);
+        EXPECT_EQ(result.status, status) << result.output;
+        EXPECT_EQ(run(path + "bash -c '\"$0\"' " + command).status, status);
+        EXPECT_EQ(run(path + "sh -c '\"$0\"' " + command).status, status);
+    }
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+}
+
+TEST_F(softtoken_exec, closed_folder_yields_to_one_that_may_be_searched) {
+    std::string folder = root() + "/.closed";
+    std::filesystem::create_directories(folder);
+    std::filesystem::permissions(folder, std::filesystem::perms::none);
+    program_result result = run("PATH=" + folder + ":$PATH; export PATH; " +
+                                without_rights_over_files + SOFTTOKEN_TOOL " exec -- echo spoken");
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all);
+    EXPECT_EQ(result.output, "spoken\n");
 }
 
 TEST_F(softtoken_exec, file_that_may_not_be_run_yields_to_one_that_may) {
