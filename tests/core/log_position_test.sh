@@ -39,6 +39,9 @@ expect_position() {
     }
 }
 
+# map_files FROM TO: as one word of the compiler's, whatever the path holds.
+map_files() { printf '"-ffile-prefix-map=%s=%s"' "$1" "$2"; }
+
 copy_sources() {
     mkdir -p "$1"
     tar -C "$source_dir" --exclude=./build --exclude=./.git -cf - . | tar -C "$1" -xf -
@@ -46,12 +49,12 @@ copy_sources() {
 
 in_the_source() {
     copy_sources "$scratch/source"
-    build "$scratch/source" "$scratch/source" "$object" "-ffile-prefix-map=$scratch/source=."
+    build "$scratch/source" "$scratch/source" "$object" "$(map_files "$scratch/source" .)"
 }
 
 through_a_link() {
     ln -s "$source_dir" "$scratch/link"
-    build "$scratch/link" "$scratch/build" "$object" "-ffile-prefix-map=$source_dir=."
+    build "$scratch/link" "$scratch/build" "$object" "$(map_files "$source_dir" .)"
 }
 
 # In the parent's own source, where paths are relative to the parent.
@@ -60,13 +63,13 @@ as_a_subproject() {
     printf '%s\n' 'cmake_minimum_required(VERSION 3.25)' 'project(parent C CXX)' \
         'add_subdirectory(seals)' >"$scratch/parent/CMakeLists.txt"
     build "$scratch/parent" "$scratch/parent" "seals/$object" \
-        "-ffile-prefix-map=$scratch/parent=."
+        "$(map_files "$scratch/parent" .)"
 }
 
 # That of a distribution, and one that leaves no folder its name.
 with_path_maps() {
     build "$source_dir" "$scratch/build" "$object" \
-        "-ffile-prefix-map=$source_dir=. -fmacro-prefix-map=$source_dir/src=here"
+        "$(map_files "$source_dir" .) \"-fmacro-prefix-map=$source_dir/src=here\""
 }
 
 case $case_name in

@@ -94,7 +94,10 @@ class ToolCase(unittest.TestCase):
         return file.read_bytes()
 
     def preload(self, library, **variables):
-        self.environment["LD_PRELOAD"] = library
+        # LD_PRELOAD cannot hold a path with a blank, but a name that the loader looks for.
+        folder, name = os.path.split(library)
+        self.environment["LD_PRELOAD"] = name
+        self.environment["LD_LIBRARY_PATH"] += ":" + folder
         self._add_asan_option("verify_asan_link_order=0")
         self.environment.update(variables)
 
