@@ -39,6 +39,7 @@ class Json(ToolCase):
         uuid = self.with_password(0, "append", "--name", "Seal", COMPANY)["result"]["stamp"]["uuid"]
         self.checked(0, "devices")
         self.checked(0, "list")
+        self.checked(0, "list", "--names")
         self.checked(0, "show", uuid)
         self.checked(0, "export", uuid, "-o", self.folder / "seal.png")
         self.checked(0, "export", "--all", self.folder / "all")

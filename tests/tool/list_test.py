@@ -24,6 +24,49 @@ def columns_of(text):
     return sum(2 if unicodedata.east_asian_width(letter) in "WF" else 1 for letter in text)
 
 
+class Names(ToolCase):
+    """list --names."""
+
+    def test_shows_uuids_names_and_devices(self):
+        uuid = self.append("公司印章", COMPANY)
+        heading, row = self.expect(0, "list", "--names").stdout.decode().splitlines()
+        self.assertEqual(heading.split(), ["UUID", "NAME", "DEVICE"])
+        self.assertEqual(row.split(), [uuid[:12], "公司印章", self.serial, "(type", "3)"])
+        self.assertIn(uuid, self.expect(0, "list", "--names", "--verbose").stdout.decode())
+
+    def test_tells_programs_what_list_tells_of_them(self):
+        self.create_token("b", self.serial + "-B", 7)
+        for serial, name in ((self.serial, "near"), (self.serial, "nearer"),
+                             (self.serial + "-B", "far")):
+            self.append(name, NAME_SEAL, "--device", serial)
+        for choice in ([], ["--device", self.serial], ["--device-type", 7]):
+            names = self.json(0, "list", "--names", *choice)["result"]["stamps"]
+            whole = self.json(0, "list", *choice)["result"]["stamps"]
+            self.assertEqual(names, [{key: one[key] for key in ("uuid", "name", "device")}
+                                     for one in whole])
+
+    def test_an_empty_device_has_none(self):
+        done = self.expect(0, "list", "--names")
+        self.assertEqual((done.stdout, done.stderr), (b"", b"vemra-stamp: no stamps\n"))
+
+    def test_an_entry_that_is_no_stamp_s_is_told(self):
+        self.raw_slot("write", 8127, mapping_record(b"Seal&8130||Far&8140"))
+        done = self.expect(10, "list", "--names")
+        self.assertIn(b'"Far" is listed in slot 8140, which holds no stamps', done.stderr)
+        self.assertNotIn(b"Far", done.stdout)
+        self.assertIn(b"Seal", done.stdout)
+
+    def test_a_list_that_cannot_be_read_hides_no_other(self):
+        self.create_token("b", self.serial + "-B", 7)
+        self.append("far", NAME_SEAL, "--device", self.serial + "-B")
+        self.softtoken("fault", "add", "a", "ReadData slot=8127 return=-122 lasting")
+        self.raw_slot("write", 8127, mapping_record(b"Seal&8130"))
+        done = self.expect(10, "list", "--names")
+        self.assertIn(f"the list of {self.serial} (type 3) cannot be read: storage failed (-122)"
+                      .encode(), done.stderr)
+        self.assertIn(b"far", done.stdout)
+
+
 class List(ToolCase):
     def test_shows_uuid_name_type_bytes_pixels_and_device(self):
         uuid = self.append("Seal", COMPANY)

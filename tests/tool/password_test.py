@@ -102,7 +102,8 @@ class Password(ToolCase):
                         ["export", "name:New", "-o", self.folder / "bytes"]):
             self.change(0, "--debug=" + str(self.folder / "trace"), *command)
             trace = (self.folder / "trace").read_bytes().lower()
-            self.assertIn(b"[vemraappstamp", trace)
+            # A stamp that is read alone is read past the library's interface, without its trace.
+            self.assertEqual(b"[vemraappstamp" in trace, command[0] not in ("show", "export"))
             for text in (PASSWORD.encode(), PASSWORD.encode().hex().encode()):
                 self.assertNotIn(text, trace, command)
 

@@ -53,7 +53,7 @@ class TwoActors(ToolCase):
         return process
 
     def readers(self):
-        return (["list"], ["devices"], ["check"], ["show", "name:Seal"],
+        return (["list"], ["list", "--names"], ["devices"], ["check"], ["show", "name:Seal"],
                 ["export", "name:Seal", "-o", self.folder / "one", "--force"],
                 ["export", "--all", self.folder / "all", "--force"],
                 ["sheet", "-o", self.folder / "page.html", "--force"],

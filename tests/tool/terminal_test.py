@@ -129,10 +129,10 @@ class Prompts(ToolCase):
         tool.type(WRONG + "\n")
         self.assertEqual(tool.finish(), 4)
 
-    def test_delete_asks_with_the_stamp_s_name(self):
+    def test_delete_asks_with_the_stamp_s_name_and_length(self):
         self.append("Seal", COMPANY)
         tool = self.start("delete", "name:Seal")
-        self.assertIn(b'"Seal" on', tool.wait_for(b"[y/N] "))
+        self.assertRegex(tool.wait_for(b"[y/N] "), rb'"Seal" on .*, %d bytes' % COMPANY.stat().st_size)
         tool.type("n\n")
         self.assertEqual(tool.finish(), 2)
         tool = self.start("delete", "name:Seal", "--password-file", self.password_file)

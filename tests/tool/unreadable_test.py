@@ -75,8 +75,12 @@ class Reading(Unreadable):
             shown = self.json(0, "show", selector)["result"]["stamp"]
             self.assertEqual((shown["uuid"], shown["slot"], shown["sha256"]),
                              (self.uuids["S2"], 8132, digest(NAME_SEAL)))
-        self.expect_named(self.expect(0, "show", "name:S2"))
         self.assertEqual(self.expect(0, "export", "name:S2").stdout, NAME_SEAL.read_bytes())
+
+    def test_who_does_not_read_it_says_nothing_of_it(self):
+        self.fail_reads()
+        for command in (["show", "name:S2"], ["list", "--names"]):
+            self.assertEqual(self.expect(0, *command).stderr, b"")
 
     def test_it_is_itself_named_where_its_bytes_are_wanted(self):
         self.fail_reads()

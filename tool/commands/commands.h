@@ -38,7 +38,7 @@ CLI::Option* add_lock_option(CLI::App& command, context& run);
 /** Warns of what could not be read; the command then ends as a partial result. */
 void warn_of_unread(context& run, const held_stamps& held);
 
-/** Warns of the last call's errors; the command then ends as a partial result. */
-void warn_of_errors(context& run);
+/** Warns of errors; the command then ends as a partial result. */
+void warn_of_errors(context& run, const std::vector<std::string>& errors);
 
 }  // namespace vemra::tool

@@ -18,8 +18,9 @@ bool _is_wanted(context& run, const delete_options& options, const selection& se
     if (options.yes) return true;
     std::string question = "Delete";
     for (const auto& [device, stamps] : selected) {
-        for (const stamp& one : stamps) {
+        for (const selected_stamp& one : stamps) {
             question += "\n  " + describe(one);
+            if (one.length) question += ", " + std::to_string(*one.length) + " bytes";
         }
     }
     return run.user.confirm(question + "\n?", "--yes");
@@ -31,7 +32,7 @@ void _delete(context& run, const delete_options& options) {
     if (!_is_wanted(run, options, selected)) {
         throw failure(exit_code::usage, "nothing was deleted");
     }
-    delete_stamps(run.tokens(), selected, [&](const stamp& one) {
+    delete_stamps(run.tokens(), selected, [&](const named_stamp& one) {
         run.result["deleted"].push_back(identity_json(one));
         run.out.done(quoted(one.name) + " is deleted from " + describe(one.device) + ", verified");
     });

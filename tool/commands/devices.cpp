@@ -25,7 +25,7 @@ void _describe_device(context& run, const device_id& device,
         entry["free"] = free;
         row[2] = std::to_string(held);
         row[3] = std::to_string(free);
-        warn_of_errors(run);
+        warn_of_errors(run, run.tokens().errors());
     } catch (const failure& error) {
         if (error.code() == exit_code::lock_timeout) throw;
         run.out.warn(describe(device) + ": " + error.what());
@@ -39,7 +39,7 @@ void _devices(context& run) {
     run.result["devices"] = json::array();
     std::vector<std::vector<std::string>> rows{{"SERIAL NUMBER", "TYPE", "STAMPS", "FREE"}};
     const std::vector<device_id> attached = run.tokens().devices();
-    warn_of_errors(run);
+    warn_of_errors(run, run.tokens().errors());
     for (const device_id& device : attached) {
         _describe_device(run, device, rows);
     }

@@ -6,7 +6,7 @@
 #include "commands/shapes.h"
 #include "files/file.h"
 #include "keep/listing.h"
-#include "keep/selector.h"
+#include "keep/named_stamps.h"
 #include "picture/picture.h"
 
 namespace vemra::tool {
@@ -38,9 +38,7 @@ void _warn_of_damage(context& run, const stamp& one) {
 }
 
 void _export_one(context& run, const export_options& options) {
-    const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
-    const stamp& one = select_stamp(stamps, options.selector);
-    require_bytes(one);
+    const stamp one = read_selected(run.tokens(), options.selector);
     _warn_of_damage(run, one);
     const bool to_output = options.file.empty() || options.file == "-";
     if (to_output) {

@@ -6,6 +6,7 @@
 #include "commands/shapes.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
+#include "keep/named_stamps.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {
@@ -14,10 +15,15 @@ namespace {
 
 constexpr std::size_t shortest_shown = 12;
 
+struct list_options {
+    device_choice device;
+    bool names = false;
+};
+
 // Enough digits to tell all listed stamps apart, so that each can be copied as a selector.
-std::size_t _shown_digits(const std::vector<stamp>& stamps) {
+std::size_t _digits_apart(const std::vector<named_stamp>& stamps) {
     std::vector<std::string> uuids;
-    for (const stamp& one : stamps) {
+    for (const named_stamp& one : stamps) {
         uuids.push_back(to_hex(one.uuid));
     }
     std::sort(uuids.begin(), uuids.end());
@@ -29,11 +35,35 @@ std::size_t _shown_digits(const std::vector<stamp>& stamps) {
     return digits;
 }
 
+std::size_t _shown_digits(const context& run, const std::vector<named_stamp>& stamps) {
+    return run.out.is_verbose() ? std::string::npos : _digits_apart(stamps);
+}
+
+void _print(context& run, const std::vector<std::vector<std::string>>& rows) {
+    if (rows.size() == 1)
+        run.out.note("no stamps");
+    else
+        run.out.print(table(rows));
+}
+
+void _list_names(context& run, const device_choice& wanted) {
+    const held_names list = list_names(run.tokens(), wanted);
+    warn_of_errors(run, list.errors);
+    const std::size_t digits = _shown_digits(run, list.stamps);
+    run.result["stamps"] = json::array();
+    std::vector<std::vector<std::string>> rows{{"UUID", "NAME", "DEVICE"}};
+    for (const named_stamp& one : list.stamps) {
+        run.result["stamps"].push_back(identity_json(one));
+        rows.push_back(
+            {to_hex(one.uuid).substr(0, digits), printable(one.name), describe(one.device)});
+    }
+    _print(run, rows);
+}
+
 void _list(context& run, const device_choice& wanted) {
     const held_stamps list = list_stamps(run.tokens(), wanted);
     warn_of_unread(run, list);
-    const std::size_t digits =
-        run.out.is_verbose() ? std::string::npos : _shown_digits(list.stamps);
+    const std::size_t digits = _shown_digits(run, names_of(list.stamps));
     run.result["stamps"] = json::array();
     std::vector<std::vector<std::string>> rows{
         {"UUID", "NAME", "MEDIA TYPE", "BYTES", "PIXELS", "DEVICE"}};
@@ -50,20 +80,24 @@ void _list(context& run, const device_choice& wanted) {
                         seen.media_type + (seen.is_damaged() ? ", damaged" : ""),
                         std::to_string(one.data.size()), seen.pixels(), describe(one.device)});
     }
-    if (list.stamps.empty())
-        run.out.note("no stamps");
-    else
-        run.out.print(table(rows));
+    _print(run, rows);
 }
 
 }  // namespace
 
 void add_list(CLI::App& program, context& run) {
-    auto device = std::make_shared<device_choice>();
+    auto options = std::make_shared<list_options>();
     CLI::App* command = program.add_subcommand("list", "List the stamps");
-    add_device_options(*command, *device);
+    add_device_options(*command, options->device);
+    command->add_flag("--names", options->names,
+                      "Names and uuids alone, without reading a picture");
     add_lock_option(*command, run);
-    command->callback([&run, device] { _list(run, *device); });
+    command->callback([&run, options] {
+        if (options->names)
+            _list_names(run, options->device);
+        else
+            _list(run, options->device);
+    });
 }
 
 }  // namespace vemra::tool

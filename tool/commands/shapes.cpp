@@ -72,7 +72,7 @@ json device_json(const device_id& device) {
     return {{"serial", device.serial}, {"type", device.type}};
 }
 
-json identity_json(const stamp& one) {
+json identity_json(const named_stamp& one) {
     return {{"uuid", to_hex(one.uuid)}, {"name", one.name}, {"device", device_json(one.device)}};
 }
 
@@ -112,7 +112,7 @@ json error_json(const failure& error) {
     const auto* several = dynamic_cast<const ambiguous_selector*>(&error);
     if (several == nullptr) return object;
     object["candidates"] = json::array();
-    for (const stamp& one : several->candidates()) {
+    for (const named_stamp& one : several->candidates()) {
         object["candidates"].push_back(identity_json(one));
     }
     return object;

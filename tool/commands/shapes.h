@@ -15,7 +15,7 @@ namespace vemra::tool {
 
 json device_json(const device_id& device);
 /** A stamp's uuid, name and device. */
-json identity_json(const stamp& one);
+json identity_json(const named_stamp& one);
 /** What a picture's file tells; unknown values are null. */
 json picture_json(const picture& seen);
 /** A stamp with what its bytes are. */

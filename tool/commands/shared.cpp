@@ -20,10 +20,7 @@ CLI::Option* add_lock_option(CLI::App& command, context& run) {
 
 void warn_of_unread(context& run, const held_stamps& held) {
     run.result["unreadable"] = json::array();
-    for (const std::string& error : held.errors) {
-        run.out.warn(printable(error));
-        run.code = exit_code::partial;
-    }
+    warn_of_errors(run, held.errors);
     for (const stamp& one : held.stamps) {
         if (one.is_readable()) continue;
         run.out.warn(describe_unreadable(one));
@@ -32,8 +29,8 @@ void warn_of_unread(context& run, const held_stamps& held) {
     }
 }
 
-void warn_of_errors(context& run) {
-    for (const std::string& error : run.tokens().errors()) {
+void warn_of_errors(context& run, const std::vector<std::string>& errors) {
+    for (const std::string& error : errors) {
         run.out.warn(printable(error));
         run.code = exit_code::partial;
     }

@@ -11,8 +11,7 @@
 #include "commands/commands.h"
 #include "commands/shapes.h"
 #include "keep/describe.h"
-#include "keep/listing.h"
-#include "keep/selector.h"
+#include "keep/named_stamps.h"
 #include "terminal/table.h"
 
 namespace vemra::tool {
@@ -77,9 +76,7 @@ bool _draw(int output, const std::string& data) {
 }
 
 void _show(context& run, const show_options& options) {
-    const std::vector<stamp> stamps = stamps_for_selection(run.tokens());
-    const stamp& one = select_stamp(stamps, options.selector);
-    require_bytes(one);
+    const stamp one = read_selected(run.tokens(), options.selector);
     const pictured_stamp shown = look_at(one);
     const picture& seen = shown.seen;
     const int slot = one.slot;

@@ -92,6 +92,10 @@ password_answer device_tokens::verify_password(const device_id& device, const ch
     return answer;
 }
 
+int device_tokens::slot_length(const device_id& device, int slot) {
+    return find(device).get_data_length(slot);
+}
+
 std::string device_tokens::read_slot(const device_id& device, int slot) {
     return find(device).get_data(slot);
 }

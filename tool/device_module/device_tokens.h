@@ -23,6 +23,7 @@ public:
 
     std::vector<device_id> list_devices() override;
     password_answer verify_password(const device_id& device, const char* password) override;
+    int slot_length(const device_id& device, int slot) override;
     std::string read_slot(const device_id& device, int slot) override;
     std::string uuid_of(const device_id& device, int slot) override;
     void write_slot(const device_id& device, int slot, const std::string& bytes) override;

@@ -24,14 +24,19 @@ struct device_id {
     }
 };
 
-/** A stamp as a device lists it. The uuid is raw bytes. */
-struct stamp {
+/** A stamp as its device's list names it; its bytes need not have been read. */
+struct named_stamp {
+    /** Raw bytes. */
     std::string uuid;
     std::string name;
-    shared_bytes data;
     device_id device;
     /** 0 when it is not known. */
     int slot = 0;
+};
+
+/** A stamp with its bytes. */
+struct stamp : named_stamp {
+    shared_bytes data{};
     /** Why its bytes cannot be read: the device's text. Empty when they were. */
     std::string fault{};
     /** Whether the public interface lists it; else the device layer alone reaches it. */
@@ -41,8 +46,12 @@ struct stamp {
 };
 
 /** Whether both stand in the same place of the same device, whatever they hold. */
-inline bool is_same_place(const stamp& left, const stamp& right) {
+inline bool is_same_place(const named_stamp& left, const named_stamp& right) {
     return left.uuid == right.uuid && left.device == right.device;
+}
+
+inline std::vector<named_stamp> names_of(const std::vector<stamp>& stamps) {
+    return {stamps.begin(), stamps.end()};
 }
 
 /** What an enumeration gave. */

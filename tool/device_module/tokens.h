@@ -26,6 +26,8 @@ public:
     virtual stamp_list list_stamps(const std::optional<device_id>& only) = 0;
     /** A device that cannot be read is left out, with an error on the trace. */
     virtual std::vector<device_id> list_devices() = 0;
+    /** The bytes that a slot holds, 0 for one that there is not; none of them is read. */
+    virtual int slot_length(const device_id& device, int slot) = 0;
     /** A slot that there is not reads as empty. */
     virtual std::string read_slot(const device_id& device, int slot) = 0;
     /** The uuid of a place, raw bytes, as the public interface tells it; empty when it has none. */

@@ -12,7 +12,7 @@ namespace vemra::tool {
 
 namespace {
 
-std::vector<stamp> _listed(session& tokens, const device_id& device) {
+std::vector<named_stamp> _listed(session& tokens, const device_id& device) {
     const read_locks lock(tokens, {device});
     return read_mapping(tokens, device).listed_stamps();
 }
@@ -26,7 +26,7 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     warn_of_doubts(tokens.served(), offered);
 
     const device_id id = tokens.find_device(request.device);
-    const auto require_room = [&](const std::vector<stamp>& held) {
+    const auto require_room = [&](const std::vector<named_stamp>& held) {
         require_storable(tokens, offered, held, request.waived);
         if (held.size() < static_cast<std::size_t>(stamp_slots)) return;
         throw failure(exit_code::device_full, describe(id) + " holds five stamps already");
@@ -35,7 +35,7 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     require_room(_listed(tokens, id));
     authorised_change change = authorise(tokens, id, [&](locked_device& device) {
         require_readable(device.stamps(), id, {});
-        require_room(device.stamps());
+        require_room(names_of(device.stamps()));
         return 1;
     });
     return {change.append(request.name, request.data), offered.seen};

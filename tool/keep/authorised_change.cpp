@@ -154,7 +154,7 @@ stamp authorised_change::append(const std::string& name, const shared_bytes& dat
     begin();
     const std::vector<stamp> before = device_.stamps();
     if (before.size() < static_cast<std::size_t>(stamp_slots)) keep_unlisted_bytes();
-    stamp appended{"", name, data, device_.id()};
+    stamp appended{{"", name, device_.id()}, data};
     carry_out(
         "writing " + quoted(name), nullptr,
         [&](tokens& all, const char* password) {
@@ -174,14 +174,14 @@ void authorised_change::update(const pictured_stamp& old, const std::string& nam
                                const shared_bytes& data) {
     begin();
     if (!old.one.is_readable()) {
-        replace_unreadable(old.one, {old.one.uuid, name, data, device_.id()});
+        replace_unreadable(old.one, {{old.one.uuid, name, device_.id(), old.one.slot}, data});
         return;
     }
     const std::vector<stamp> before = device_.stamps();
     const std::string& uuid = old.one.uuid;
     std::vector<stamp> expected = before;
     for (stamp& one : expected) {
-        if (one.uuid == uuid) one = {uuid, name, data, device_.id()};
+        if (one.uuid == uuid) one = {{uuid, name, device_.id(), one.slot}, data};
     }
     recovery kept = keep(old);
     carry_out(
@@ -288,7 +288,7 @@ void authorised_change::keep_unlisted_bytes() {
     if (bytes.empty()) return;
     archive unlisted = _archive_of(device_.id());
     const std::string name = "unlisted-" + std::to_string(slot);
-    unlisted.stamps.push_back(to_archive(look_at({"", name, bytes, device_.id()}), slot));
+    unlisted.stamps.push_back(to_archive(look_at(stamp{{"", name, device_.id()}, bytes}), slot));
     const recovery kept(unlisted);
     tokens.served().warn("slot " + std::to_string(slot) +
                          " holds bytes that no stamp is listed for; they are kept in " +

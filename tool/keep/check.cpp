@@ -71,8 +71,7 @@ void _check_entries(device_contents& contents) {
     for (const auto& [slot, name] : contents.record.entries) {
         if (!is_stamp_slot(slot)) {
             contents.findings.push_back(
-                {kind::slot_out_of_range, slot,
-                 quoted(name) + " is listed in " + _slot_text(slot) + ", which holds no stamps"});
+                {kind::slot_out_of_range, slot, describe_misplaced(slot, name)});
         } else if (!contents.may_have_bytes(slot)) {
             contents.findings.push_back(
                 {kind::entry_without_bytes, slot,

@@ -7,17 +7,18 @@
 #include "keep/after_changes.h"
 #include "keep/authorised_change.h"
 #include "keep/listing.h"
-#include "keep/selector.h"
+#include "keep/named_stamps.h"
 
 namespace vemra::tool {
 
 namespace {
 
-void _require_unchanged(locked_device& device, const stamp& selected) {
+// The stamp as it is by now, if it is still the one that was selected.
+const stamp& _as_selected(locked_device& device, const selected_stamp& selected) {
     for (const stamp& one : device.stamps()) {
         if (is_same_place(one, selected) && one.name == selected.name &&
-            one.data == selected.data && one.is_readable() == selected.is_readable()) {
-            return;
+            length_of(device.tokens(), one) == selected.length) {
+            return one;
         }
     }
     throw failure(exit_code::no_stamp, quoted(selected.name) + " is not there any more");
@@ -30,42 +31,40 @@ void _require_deletable(const std::vector<stamp>& held, const device_id& device,
     if (is_any_readable) require_readable(held, device, removed);
 }
 
+// What cannot be read goes first: before that nothing else is written.
+std::vector<stamp> _in_order(locked_device& device, const std::vector<selected_stamp>& selected) {
+    std::vector<stamp> removed;
+    for (const selected_stamp& one : selected) {
+        removed.push_back(_as_selected(device, one));
+    }
+    std::stable_partition(removed.begin(), removed.end(),
+                          [](const stamp& one) { return !one.is_readable(); });
+    _require_deletable(device.stamps(), device.id(), removed);
+    return removed;
+}
+
 }  // namespace
 
 selection select_stamps(session& tokens, const std::vector<std::string>& selectors) {
-    const std::vector<stamp> stamps = stamps_for_selection(tokens);
     selection selected;
-    for (const std::string& selector : selectors) {
-        const stamp& one = select_stamp(stamps, selector);
-        std::vector<stamp>& chosen = selected[one.device];
-        const bool is_known = std::any_of(chosen.begin(), chosen.end(), [&](const stamp& other) {
-            return other.uuid == one.uuid;
-        });
-        if (!is_known) chosen.push_back(one);
-    }
-    for (auto& [device, chosen] : selected) {
-        // What cannot be read goes first: before that nothing else is written.
-        std::stable_partition(chosen.begin(), chosen.end(),
-                              [](const stamp& one) { return !one.is_readable(); });
-        _require_deletable(stamps, device, chosen);
+    for (const selected_stamp& one : select_for_change(tokens, selectors).chosen) {
+        selected[one.device].push_back(one);
     }
     return selected;
 }
 
 void delete_stamps(session& tokens, const selection& chosen,
-                   const std::function<void(const stamp&)>& tell_deleted) {
+                   const std::function<void(const named_stamp&)>& tell_deleted) {
     std::size_t deleted = 0;
     try {
-        for (const auto& [id, stamps] : chosen) {
-            const std::vector<stamp>& removed = stamps;
+        for (const auto& [id, selected] : chosen) {
+            const std::vector<selected_stamp>& wanted = selected;
+            std::vector<stamp> removed;
             authorised_change change = authorise(tokens, id, [&](locked_device& device) {
-                for (const stamp& one : removed) {
-                    _require_unchanged(device, one);
-                }
-                _require_deletable(device.stamps(), device.id(), removed);
+                removed = _in_order(device, wanted);
                 return removed.size();
             });
-            for (const stamp& one : stamps) {
+            for (const stamp& one : removed) {
                 change.remove(one);
                 ++deleted;
                 tell_deleted(one);

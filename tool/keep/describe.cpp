@@ -14,7 +14,15 @@ std::string describe_unreadable(const stamp& one) {
            describe(one.device) + " cannot be read: " + printable(one.fault);
 }
 
-std::string describe(const stamp& one) {
+std::string describe_unreadable(const device_id& device, const std::string& cause) {
+    return "the list of " + describe(device) + " cannot be read: " + cause;
+}
+
+std::string describe_misplaced(unsigned int slot, const std::string& name) {
+    return quoted(name) + " is listed in slot " + std::to_string(slot) + ", which holds no stamps";
+}
+
+std::string describe(const named_stamp& one) {
     return to_hex(one.uuid).substr(0, 16) + "  " + quoted(one.name) + " on " + describe(one.device);
 }
 

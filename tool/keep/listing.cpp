@@ -30,20 +30,6 @@ void _forget(std::vector<std::string>& errors, const std::string& fault) {
     if (found != errors.end()) errors.erase(found);
 }
 
-stamp _read_unlisted(session& tokens, const device_id& device, int slot, const std::string& name) {
-    stamp one{"", name, {}, device};
-    one.slot = slot;
-    one.is_listed = false;
-    one.uuid = tokens.ask([&](token_reader& all) { return all.uuid_of(device, slot); });
-    try {
-        one.data = shared_bytes(
-            tokens.ask([&](token_reader& all) { return all.read_slot(device, slot); }));
-    } catch (const failure& error) {
-        one.fault = error.facts().cause;
-    }
-    return one;
-}
-
 // The stamps of a record, of which some are listed.
 std::vector<stamp> _complete(session& tokens, const device_id& device, const mapping_record& record,
                              const std::vector<stamp>& listed, std::vector<std::string>& errors) {
@@ -60,7 +46,8 @@ std::vector<stamp> _complete(session& tokens, const device_id& device, const map
             continue;
         }
         const std::string& name = record.entries.at(static_cast<unsigned int>(slot));
-        all.push_back(_read_unlisted(tokens, device, slot, name));
+        all.push_back(read_stamp(tokens, {uuid, name, device, slot}));
+        all.back().is_listed = false;
         if (is_first && !all.back().is_readable()) _forget(errors, all.back().fault);
         is_first = false;
     }
@@ -80,8 +67,7 @@ std::vector<stamp> _read_device(session& tokens, const device_id& device, std::v
         }
     } catch (const failure& error) {
         _forget(errors, error.facts().cause);
-        errors.push_back("the list of " + describe(device) +
-                         " cannot be read: " + error.facts().cause);
+        errors.push_back(describe_unreadable(device, error.facts().cause));
     }
     return listed;
 }
@@ -101,25 +87,21 @@ held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
 }
 
 held_stamps list_stamps(session& tokens, const device_choice& choice) {
-    const std::vector<device_id> meant =
-        choice.is_open() ? tokens.devices() : std::vector<device_id>{tokens.find_device(choice)};
-    for (const device_id& device : meant) {
-        tokens.tell_kept(device);
-    }
+    const std::vector<device_id> meant = tokens.find_devices(choice);
     const read_locks locks(tokens, meant);
     const auto shown = tokens.served().show({"reading stamps"});
     return read_held(tokens, meant);
 }
 
-std::vector<stamp> stamps_for_selection(session& tokens) {
-    held_stamps held = list_stamps(tokens);
-    for (const std::string& error : held.errors) {
-        tokens.served().warn(printable(error));
+stamp read_stamp(session& tokens, const named_stamp& wanted) {
+    stamp one{wanted};
+    try {
+        one.data = shared_bytes(tokens.ask(
+            [&](token_reader& all) { return all.read_slot(wanted.device, wanted.slot); }));
+    } catch (const failure& error) {
+        one.fault = error.facts().cause;
     }
-    for (const stamp& one : held.stamps) {
-        if (!one.is_readable()) tokens.served().warn(describe_unreadable(one));
-    }
-    return std::move(held.stamps);
+    return one;
 }
 
 // Errors of an enumeration may be those of another device.

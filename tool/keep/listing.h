@@ -26,8 +26,8 @@ held_stamps read_held(session& tokens, const std::vector<device_id>& devices);
 /** The stamps of the device that is meant, or of all, locked while they are read. */
 held_stamps list_stamps(session& tokens, const device_choice& choice = {});
 
-/** The stamps of all devices, to select from; what could not be read is warned of. */
-std::vector<stamp> stamps_for_selection(session& tokens);
+/** One stamp, read alone through the device layer; what cannot be read has a fault. */
+stamp read_stamp(session& tokens, const named_stamp& wanted);
 
 /**
  * The stamps of one device that the caller has locked, for what must know all of them: a list that

@@ -12,10 +12,10 @@ std::vector<int> mapping_record::listed_slots() const {
     return slots;
 }
 
-std::vector<stamp> mapping_record::listed_stamps() const {
-    std::vector<stamp> stamps;
+std::vector<named_stamp> mapping_record::listed_stamps() const {
+    std::vector<named_stamp> stamps;
     for (const auto& [slot, name] : entries) {
-        if (is_stamp_slot(slot)) stamps.push_back({"", name, {}, {}});
+        if (is_stamp_slot(slot)) stamps.push_back({"", name, {}});
     }
     return stamps;
 }

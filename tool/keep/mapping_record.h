@@ -18,8 +18,8 @@ struct mapping_record {
 
     /** The slots of stamps that it lists, ascending. */
     std::vector<int> listed_slots() const;
-    /** The stamps that it lists, of which their names alone are told. */
-    std::vector<stamp> listed_stamps() const;
+    /** The names of the stamps that it lists, and nothing more of them. */
+    std::vector<named_stamp> listed_stamps() const;
     /** The slot that the next append takes; 0 when there is none. */
     int lowest_free_slot() const;
 };

@@ -75,7 +75,7 @@ device_id restore_target(session& tokens, const archive& kept, const device_choi
 
 void restore_backup(session& tokens, const device_id& device, const archive& kept, bool replace,
                     const std::function<void(const restore_item&)>& tell) {
-    const storing_judge judge = [&](const offer& offered, const std::vector<stamp>& others) {
+    const storing_judge judge = [&](const offer& offered, const std::vector<named_stamp>& others) {
         return objections_to(tokens, offered, others);
     };
     std::vector<restore_item> items;

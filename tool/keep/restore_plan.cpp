@@ -18,7 +18,7 @@ public:
             const storing_judge& judge, const device_id& device)
         : kept_(kept),
           present_(present),
-          held_(present),
+          held_(names_of(present)),
           replace_(replace),
           judge_(judge),
           free_(static_cast<std::size_t>(stamp_slots) -
@@ -72,9 +72,9 @@ private:
         }
         if (old != nullptr && replace_) {
             settle(item, action::replace, *old);
-            hold(item, offered, std::find_if(held_.begin(), held_.end(), [&](const stamp& one) {
-                     return one.uuid == item.there.uuid;
-                 }));
+            hold(item, offered,
+                 std::find_if(held_.begin(), held_.end(),
+                              [&](const named_stamp& one) { return one.uuid == item.there.uuid; }));
             return;
         }
         item.reason = same_name != nullptr
@@ -92,12 +92,12 @@ private:
     }
 
     // Takes the stamp among those that the device will hold, in the place of another or at the end.
-    void hold(restore_item& item, const offer& offered, std::vector<stamp>::iterator place) {
+    void hold(restore_item& item, const offer& offered, std::vector<named_stamp>::iterator place) {
         if (place != held_.end()) held_.erase(place);
         for (const objection& one : judge_(offered, held_)) {
             item.doubts.push_back(one.text);
         }
-        held_.push_back({"", item.wanted.name, item.wanted.data, device_});
+        held_.push_back({"", item.wanted.name, device_});
     }
 
     const stamp* in_its_place(const archived_stamp& wanted) const {
@@ -112,7 +112,7 @@ private:
     const archive& kept_;
     const std::vector<stamp>& present_;
     // What the device will hold.
-    std::vector<stamp> held_;
+    std::vector<named_stamp> held_;
     bool replace_;
     const storing_judge& judge_;
     std::size_t free_;

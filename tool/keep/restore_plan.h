@@ -26,8 +26,8 @@ struct restore_item {
 };
 
 /** What speaks against storing something beside other stamps: objections_to() of a session. */
-using storing_judge =
-    std::function<std::vector<objection>(const offer& offered, const std::vector<stamp>& others)>;
+using storing_judge = std::function<std::vector<objection>(const offer& offered,
+                                                           const std::vector<named_stamp>& others)>;
 
 /**
  * What the storing rule forbids is kept out. A stamp that is there with its name and bytes is left;

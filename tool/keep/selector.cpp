@@ -32,13 +32,13 @@ std::string _uuid_prefix(const std::string& selector) {
     return _lower(selector);
 }
 
-std::vector<const stamp*> _candidates(const std::vector<stamp>& stamps,
-                                      const std::string& selector) {
+std::vector<const named_stamp*> _candidates(const std::vector<named_stamp>& stamps,
+                                            const std::string& selector) {
     const bool by_name = selector.rfind(name_prefix, 0) == 0;
     const std::string wanted =
         by_name ? selector.substr(name_prefix.size()) : _uuid_prefix(selector);
-    std::vector<const stamp*> found;
-    for (const stamp& one : stamps) {
+    std::vector<const named_stamp*> found;
+    for (const named_stamp& one : stamps) {
         const bool is_match = by_name ? one.name == wanted : to_hex(one.uuid).rfind(wanted, 0) == 0;
         if (is_match) found.push_back(&one);
     }
@@ -47,15 +47,16 @@ std::vector<const stamp*> _candidates(const std::vector<stamp>& stamps,
 
 }  // namespace
 
-const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& selector) {
-    const std::vector<const stamp*> found = _candidates(stamps, selector);
+const named_stamp& select_stamp(const std::vector<named_stamp>& stamps,
+                                const std::string& selector) {
+    const std::vector<const named_stamp*> found = _candidates(stamps, selector);
     if (found.size() == 1) return *found.front();
     if (found.empty()) {
         throw failure(exit_code::no_stamp, "no stamp is selected by " + quoted(selector));
     }
     std::string message = "several stamps are selected by " + quoted(selector) + ":";
-    std::vector<stamp> candidates;
-    for (const stamp* one : found) {
+    std::vector<named_stamp> candidates;
+    for (const named_stamp* one : found) {
         message += "\n  " + describe(*one);
         candidates.push_back(*one);
     }

@@ -13,16 +13,17 @@ namespace vemra::tool {
 /** A selector that fits several stamps (ambiguous). */
 class ambiguous_selector : public failure {
 public:
-    ambiguous_selector(const std::string& message, std::vector<stamp> candidates)
+    ambiguous_selector(const std::string& message, std::vector<named_stamp> candidates)
         : failure(exit_code::ambiguous, message), candidates_(std::move(candidates)) {}
 
-    const std::vector<stamp>& candidates() const noexcept { return candidates_; }
+    const std::vector<named_stamp>& candidates() const noexcept { return candidates_; }
 
 private:
-    std::vector<stamp> candidates_;
+    std::vector<named_stamp> candidates_;
 };
 
 /** Throws ambiguous_selector, or failure: (no_stamp), (usage) for an unusable selector. */
-const stamp& select_stamp(const std::vector<stamp>& stamps, const std::string& selector);
+const named_stamp& select_stamp(const std::vector<named_stamp>& stamps,
+                                const std::string& selector);
 
 }  // namespace vemra::tool

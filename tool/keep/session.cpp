@@ -124,6 +124,15 @@ device_id session::find_device(const device_choice& choice) {
     return matching.front();
 }
 
+std::vector<device_id> session::find_devices(const device_choice& choice) {
+    if (!choice.is_open()) return {find_device(choice)};
+    std::vector<device_id> attached = devices();
+    for (const device_id& device : attached) {
+        tell_kept(device);
+    }
+    return attached;
+}
+
 void session::tell_kept(const device_id& device) {
     if (!told_kept_.insert(device).second) return;
     for (const kept_change& one : kept_) {

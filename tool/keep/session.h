@@ -62,6 +62,8 @@ public:
     /** The only one that is meant; throws failure (no_device), or (usage) when there are several.
      */
     device_id find_device(const device_choice& choice);
+    /** All of them when the choice is left open, else the one that find_device() gives. */
+    std::vector<device_id> find_devices(const device_choice& choice);
     /**
      * The stamps of one device or of all, as the public interface lists them. Errors of single
      * stamps are in errors() afterwards.
@@ -83,7 +85,8 @@ public:
 
     /**
      * Tells the person, once for each device, where what it held before earlier changes is kept.
-     * To be called for every device that a command reaches; find_device() does.
+     * To be called for every device that a command reaches; find_device() and
+     * find_devices() do.
      */
     void tell_kept(const device_id& device);
     /** Nothing is told of this directory: it is the one that is being put back. */

@@ -49,7 +49,7 @@ offer make_offer(std::optional<std::string> name, std::optional<shared_bytes> da
 }
 
 std::vector<objection> objections_to(session& tokens, const offer& offered,
-                                     const std::vector<stamp>& others) {
+                                     const std::vector<named_stamp>& others) {
     std::vector<objection> found;
     if (offered.name) {
         const std::string fault = _fault_of_name(*offered.name);
@@ -67,7 +67,7 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
                 {kind::no_picture, "this is no picture but " + offered.seen.media_type});
         }
     }
-    const auto used = std::find_if(others.begin(), others.end(), [&](const stamp& one) {
+    const auto used = std::find_if(others.begin(), others.end(), [&](const named_stamp& one) {
         return offered.name && one.name == *offered.name;
     });
     if (used != others.end()) {
@@ -79,7 +79,7 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
     return found;
 }
 
-void require_storable(session& tokens, const offer& offered, const std::vector<stamp>& others,
+void require_storable(session& tokens, const offer& offered, const std::vector<named_stamp>& others,
                       const allowance& waived) {
     for (const objection& one : objections_to(tokens, offered, others)) {
         if (!_is_waived(one.what, waived)) throw refused_offer(one);

@@ -39,7 +39,7 @@ struct objection {
 
 /** All that speaks against an offer beside these other stamps of the device, forbidding first. */
 std::vector<objection> objections_to(session& tokens, const offer& offered,
-                                     const std::vector<stamp>& others);
+                                     const std::vector<named_stamp>& others);
 
 /** Which objections the person waived. */
 struct allowance {
@@ -60,7 +60,7 @@ private:
 };
 
 /** Throws refused_offer for the first objection that is not waived. */
-void require_storable(session& tokens, const offer& offered, const std::vector<stamp>& others,
+void require_storable(session& tokens, const offer& offered, const std::vector<named_stamp>& others,
                       const allowance& waived);
 
 /** Warns of what is stored, but may not be what the person wants: a picture that covers. */

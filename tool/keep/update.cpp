@@ -8,7 +8,7 @@
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
-#include "keep/selector.h"
+#include "keep/named_stamps.h"
 
 namespace vemra::tool {
 
@@ -21,39 +21,49 @@ struct replacement {
 };
 
 // The stamp as it is by now: another run may have changed it since it was selected.
-const stamp& _as_it_is(const std::vector<stamp>& held, const stamp& selected) {
+const stamp& _as_it_is(const std::vector<stamp>& held, const named_stamp& selected) {
     for (const stamp& one : held) {
         if (is_same_place(one, selected) && one.name == selected.name) return one;
     }
     throw failure(exit_code::no_stamp, quoted(selected.name) + " is not there any more");
 }
 
-// Those beside which a stamp will stand.
-std::vector<stamp> _others(const std::vector<stamp>& held, const stamp& changed) {
-    std::vector<stamp> others;
-    std::copy_if(held.begin(), held.end(), std::back_inserter(others), [&](const stamp& one) {
+void _require_storable_among(session& tokens, const update_request& request, offer offered,
+                             const std::vector<named_stamp>& held, const named_stamp& changed) {
+    // A name that stays is not used anew, even when another stamp has it, too.
+    if (offered.name == changed.name) offered.name.reset();
+    std::vector<named_stamp> others;
+    std::copy_if(held.begin(), held.end(), std::back_inserter(others), [&](const named_stamp& one) {
         return one.device == changed.device && !is_same_place(one, changed);
     });
-    return others;
+    require_storable(tokens, offered, others, request.waived);
 }
 
-replacement _plan(session& tokens, const update_request& request, offer offered,
-                  const std::vector<stamp>& held, const stamp& selected) {
+failure _without_bytes() {
+    return {exit_code::usage, "the stamp has no bytes: give a FILE"};
+}
+
+// What speaks against it is told before a password is asked, as far as the lists tell it.
+selected_stamp _select(session& tokens, const update_request& request, const offer& offered) {
+    const selected_names selected = select_for_change(tokens, {request.selector});
+    const selected_stamp& one = selected.chosen.front();
+    _require_storable_among(tokens, request, offered, selected.all, one);
+    if (!request.data && one.length == 0) throw _without_bytes();
+    return one;
+}
+
+replacement _plan(session& tokens, const update_request& request, const offer& offered,
+                  const std::vector<stamp>& held, const named_stamp& selected) {
     const stamp& old = _as_it_is(held, selected);
     if (old.is_readable()) require_readable(held, old.device, {});
-    // A name that stays is not used anew, even when another stamp has it, too.
-    if (offered.name == old.name) offered.name.reset();
-    require_storable(tokens, offered, _others(held, old), request.waived);
+    _require_storable_among(tokens, request, offered, names_of(held), old);
     replacement planned{old, old};
     if (request.name) planned.wanted.name = *request.name;
     if (request.data) planned.wanted.data = *request.data;
     planned.wanted.fault.clear();
-    if (planned.wanted.data.empty()) {
-        throw failure(exit_code::usage, old.is_readable()
-                                            ? "the stamp has no bytes: give a FILE"
-                                            : describe_unreadable(old) + "; give a FILE");
-    }
-    return planned;
+    if (!planned.wanted.data.empty()) return planned;
+    if (old.is_readable()) throw _without_bytes();
+    throw failure(exit_code::usage, describe_unreadable(old) + "; give a FILE");
 }
 
 }  // namespace
@@ -63,10 +73,8 @@ pictured_stamp update_stamp(session& tokens, const update_request& request) {
     require_storable(tokens, offered, {}, request.waived);
     warn_of_doubts(tokens.served(), offered);
 
-    const std::vector<stamp> stamps = stamps_for_selection(tokens);
-    const stamp& selected = select_stamp(stamps, request.selector);
-    // What speaks against it is told before a password is asked.
-    replacement planned = _plan(tokens, request, offered, stamps, selected);
+    const selected_stamp selected = _select(tokens, request, offered);
+    replacement planned;
     authorised_change change = authorise(tokens, selected.device, [&](locked_device& device) {
         planned = _plan(tokens, request, offered, device.stamps(), selected);
         return 1;
