@@ -33,13 +33,44 @@ const std::vector<content> contents{
     {true, "Z&8129||A&8130||bad||&8131||B&8132&x||Y&8135|x", {{8130, "1"}, {8129, "2"}}},
     {true, "A&8130||B&8130||C&-12||D&81x0", {{8130, "twice"}, {8135, "untouched"}}}};
 
+// Which functions can be made to fail. The empty name is any. The functions that tell errors never
+// fail.
+constexpr std::array<const char*, 16> functions{"",
+                                                "VemraPKICryptoGetAllDevices",
+                                                "VemraPKICryptoGetDevice",
+                                                "VemraPKICryptoNewHash",
+                                                "VemraPKICryptoGetDeviceCount",
+                                                "VemraPKICryptoGetKeypairCount",
+                                                "VemraPKICryptoGetType",
+                                                "VemraPKICryptoGetSerialNumber",
+                                                "VemraPKICryptoVerifyPwd",
+                                                "VemraPKICryptoGetDataLength",
+                                                "VemraPKICryptoReadData",
+                                                "VemraPKICryptoCreateData",
+                                                "VemraPKICryptoWriteData",
+                                                "VemraPKICryptoDeleteData",
+                                                "VemraPKICryptoHashUpdate",
+                                                "VemraPKICryptoHashFinal"};
+// Those before it may make a handle, which would be lost with the answer.
+constexpr std::size_t first_without_handle = 4;
+
+// What an exception would do in a function that builds an error's text is to end the process.
+disturbance _disturbance(unsigned char kind, std::size_t function) {
+    const bool is_named = function != 0;
+    if (kind / 8 % 4 == 1) return disturbance::hollow;
+    if (kind % 4 == 1 && function >= first_without_handle) return disturbance::answer_lost;
+    if (kind % 4 == 2 && is_named) return disturbance::thrown;
+    if (kind % 4 == 3 && is_named) return disturbance::thrown_number;
+    return disturbance::refused;
+}
+
 }  // namespace
 
 const std::string& name_of(unsigned char number) {
     return names[number % names.size()];
 }
 
-const std::string& bytes_of(unsigned char number) {
+const std::string& picture_of(unsigned char number) {
     return pictures[number % pictures.size()];
 }
 
@@ -52,14 +83,28 @@ const content& content_of(unsigned char number) {
     return contents[number % contents.size()];
 }
 
+planned_disturbance disturbance_of(const step& one) {
+    const std::size_t function = one.device % functions.size();
+    planned_disturbance plan;
+    plan.function = functions[function];
+    plan.nth = one.pick % 24 + 1;
+    plan.what = _disturbance(one.text, function);
+    plan.is_lasting = one.text / 4 % 2 == 1;
+    // A digest of nothing would be that of every device.
+    if (plan.function == "VemraPKICryptoHashUpdate" && plan.what == disturbance::hollow) {
+        plan.is_lasting = false;
+    }
+    return plan;
+}
+
 bool needs_login(unsigned char number) {
     return number / contents.size() % 2 == 1;
 }
 
 std::string to_text(const plan& use) {
     constexpr std::array<const char*, step::kinds> kinds{
-        "list",  "take",       "ask_owner", "append", "update",
-        "erase", "free_stamp", "free_set",  "unplug", "replug"};
+        "list",       "take",     "ask_owner", "append", "update", "erase",
+        "free_stamp", "free_set", "unplug",    "replug", "fault",  "mend"};
     std::ostringstream text;
     text << "plan{{";
     for (const unsigned char& device : use.devices)

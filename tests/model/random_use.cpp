@@ -3,29 +3,41 @@
 #include <stdexcept>
 #include <utility>
 
+#include "model/planned_fault.h"
 #include "support/hex_text.h"
+#include "support/stamp_record.h"
 
 namespace {
 
 constexpr int mapping_slot = 8127;
+constexpr int most_devices = 4;
 
-VEMRA_APP_STAMP_RECORD _record_of(stamp_to_store& stamp) {
-    VEMRA_APP_STAMP_RECORD record{};
+// One write in eight has the type that cannot be stored.
+new_stamp _stamp_of(const step& one) {
+    return {name_of(one.text), picture_of(one.bytes), one.pick % 8 == 7 ? 0 : 1};
+}
+
+VEMRA_APP_STAMP_RECORD _record_of(new_stamp& stamp) {
+    VEMRA_APP_STAMP_RECORD record = image_record(stamp.name, stamp.data);
     record.type = stamp.type;
-    record.name_length = static_cast<unsigned int>(stamp.name.size());
-    record.data_length = stamp.bytes.size();
-    record.data = reinterpret_cast<unsigned char*>(stamp.bytes.data());
-    record.name = stamp.name.data();
     return record;
 }
 
-const unsigned char* _unsigned(const std::string& bytes) {
-    return reinterpret_cast<const unsigned char*>(bytes.data());
-}
-
-// One write in eight has the type that cannot be stored.
-stamp_to_store _stamp_of(const step& one) {
-    return {one.pick % 8 == 7 ? 0 : 1, name_of(one.text), bytes_of(one.bytes)};
+std::shared_ptr<model_device> _device(int number, const content& start, int use) {
+    auto device = std::make_shared<model_device>();
+    device->label = "device " + std::to_string(number);
+    // The fourth device has the first one's serial number and another type.
+    device->serial = "R" + std::to_string(use) + "-" + std::to_string(number % 3);
+    device->type = use * most_devices + number + 1;
+    device->slots.insert(start.slots.begin(), start.slots.end());
+    if (start.has_record) {
+        std::string record = reference_mapping::write({}) + start.body;
+        record[0] = static_cast<char>(record.size());
+        device->slots[mapping_slot] = record;
+    }
+    // Of other programs.
+    device->slots.insert({{0, "the first"}, {8126, "a neighbour"}, {9000, "far away"}});
+    return device;
 }
 
 expected _freed_memory() {
@@ -34,49 +46,30 @@ expected _freed_memory() {
 
 }  // namespace
 
-random_use::random_use(const std::vector<unsigned char>& devices, const std::string& serials,
-                       listener listen)
-    : listen_(std::move(listen)), contents_(devices.size()) {
-    for (unsigned int i = 0; i < devices.size(); ++i) {
-        const content& start = content_of(devices[i]);
-        model_device device;
-        device.label = "device " + std::to_string(i);
-        // The fourth device has the first one's serial number and another type.
-        device.serial = serials + "-" + std::to_string(i % 3);
-        device.type = static_cast<int>(i) + 1;
-        device.needs_login = needs_login(devices[i]);
-        device.slots.insert(start.slots.begin(), start.slots.end());
-        if (start.has_record) {
-            const std::string empty = reference_mapping::write({});
-            std::string record = empty + start.body;
-            record[0] = static_cast<char>(record.size());
-            device.slots[mapping_slot] = record;
-        }
-        for (const auto& slot : device.slots)
-            contents_[i].insert(slot.second);
-        // Of other programs.
-        device.slots.insert({{0, "the first"}, {8126, "a neighbour"}, {9000, "far away"}});
-        add_to_fake(model_.add_device(device));
+random_use::random_use(const std::vector<unsigned char>& devices, int use, listener listen)
+    : listen_(std::move(listen)), last_status_(last_status()) {
+    for (const unsigned char number : devices) {
+        const auto device = _device(static_cast<int>(labels_.size()), content_of(number), use);
+        device->needs_login = needs_login(number);
+        fake_.add_device(device->serial, device->type, device->label);
+        if (device->needs_login) fake_.require_login(device->label);
+        for (const auto& [id, bytes] : device->slots)
+            fake_.fill_slot(device->label, id, bytes);
+        labels_.push_back(device->label);
+        devices_.attached.push_back(device);
     }
 }
 
 random_use::~random_use() {
     listen_([this] {
-        for (const held_record& held : records_) {
-            VemraAppStampFreeMemory(held.record->name);
-            VemraAppStampFreeStamp(held.record);
-        }
+        for (const held_record& held : records_)
+            free_record(held.record);
         for (const held_set& held : sets_)
             VemraAppStampFreeStamps(held.handle);
     });
 }
 
 std::string random_use::perform(const step& one) {
-    if (fault_) {
-        before_ = model_;
-        if (has_struck_) schedule_fault();
-    }
-    has_struck_ = false;
     const std::string difference = carry_out(one);
     return difference.empty() ? compare_records() : difference;
 }
@@ -101,38 +94,23 @@ std::string random_use::carry_out(const step& one) {
             return free_set(one);
         case step::unplug:
             return unplug(one);
-        default:
+        case step::replug:
             return replug(one);
+        case step::fault:
+            return disturb(disturbance_of(one));
+        default:
+            return disturb({});
     }
 }
 
-void random_use::begin_fault(const step_fault& scheduled) {
-    fault_ = scheduled;
-    has_struck_ = false;
-    schedule_fault();
-}
-
-// Anew once it has struck: a lasting one from the next call on, a transient one no more.
-void random_use::schedule_fault() {
-    fake_.clear_faults();
-    if (has_struck_ && !fault_->what.is_lasting) return;
-    fake_.fail_function(fault_->function, has_struck_ ? 1 : fault_->nth, fault_->what);
-}
-
-std::string random_use::end_fault() {
-    fake_.clear_faults();
-    fault_.reset();
-    if (are_objects_counted_) return {};
-
-    // What a struck list made known is known to the model after a whole one.
-    const std::string listing = perform({step::list, 0, 0, 0, 0});
-    are_objects_counted_ = true;
-    extra_objects_ = fake_.live_devices() - static_cast<int>(model_.live_objects().size());
-    return listing.empty() ? listing : "after the fault: " + listing;
+std::string random_use::disturb(const planned_disturbance& plan) {
+    devices_.plan_next(plan);
+    plan_in_fake(fake_, plan);
+    return {};
 }
 
 std::string random_use::end() {
-    std::string difference = end_fault();
+    std::string difference = disturb({});
     while (difference.empty() && !records_.empty())
         difference = perform({step::free_stamp, 0, 0, 0, 0});
     while (difference.empty() && !sets_.empty())
@@ -141,28 +119,23 @@ std::string random_use::end() {
 }
 
 std::string random_use::list(const step& one) {
-    list_filter filter;
-    if (one.pick % 8 == 4) filter.type = 1;
-    if (one.pick % 8 == 5) filter.type = 0;
-    if (one.pick % 8 == 6) filter.type = 2;
-    if (one.text % 4 == 2) filter.serial = model_.devices[device_of(one)].serial;
-    if (one.text % 4 == 3) filter.device_type = model_.devices[device_of(one)].type;
+    wanted_stamps wanted;
+    if (one.pick % 8 == 4) wanted.type = 1;
+    if (one.pick % 8 == 5) wanted.type = 0;
+    if (one.pick % 8 == 6) wanted.type = 2;
+    if (one.text % 4 == 2) wanted.serial = device_of(one).serial;
+    if (one.text % 4 == 3) wanted.device_type = device_of(one).type;
 
-    std::optional<std::vector<model_stamp>> found;
-    const expected wanted = model_.list(filter, found);
+    const seen_call due = model_.list_wanted(wanted);
     VEMRA_APP_STAMP_SET_HANDLE handle = nullptr;
-    const char* serial = filter.serial ? filter.serial->c_str() : nullptr;
-    const auto length = static_cast<unsigned int>(filter.serial.value_or("").size());
-    const std::string difference = compare(wanted, [&] {
-        handle = VemraAppStampGetAllStamps(filter.type, serial, length, filter.device_type);
+    const char* serial = wanted.serial.empty() ? nullptr : wanted.serial.c_str();
+    const auto length = static_cast<unsigned int>(wanted.serial.size());
+    const std::string difference = compare(due, [&] {
+        handle = VemraAppStampGetAllStamps(wanted.type, serial, length, wanted.device_type);
         // The last status, compared in any case, tells the ways to fail apart.
-        return handle != nullptr ? 1 : wanted.status == 1 ? 0 : wanted.status;
+        return handle != nullptr ? 1 : due.status == 1 ? 0 : due.status;
     });
-    if (has_struck_ && handle != nullptr) {
-        listen_([&] { VemraAppStampFreeStamps(handle); });
-    } else if (handle != nullptr) {
-        sets_.push_back({handle, found.value_or(std::vector<model_stamp>())});
-    }
+    if (handle != nullptr) sets_.push_back({handle, due.stamps});
     return difference;
 }
 
@@ -226,27 +199,26 @@ std::string random_use::read(const held_record& held) {
 
     unsigned char* bytes = nullptr;
     unsigned long long size = 0;
-    difference = compare(
-        expected_trace("VemraAppStampGetStampData")
-            .input("`handle`      ", "PTR")
-            .input("`output_bytes`", "PTR")
-            .input("`output_size` ", "PTR")
-            .verbose("Size of stamp: " + std::to_string(held.stamp.bytes.size()) + " bytes.")
-            .verbose("Data of stamp: " + hex_text(held.stamp.bytes) + ".")
-            .returns(1),
-        [&] { return VemraAppStampGetStampData(held.record, &bytes, &size); });
+    difference =
+        compare(expected_trace("VemraAppStampGetStampData")
+                    .input("`handle`      ", "PTR")
+                    .input("`output_bytes`", "PTR")
+                    .input("`output_size` ", "PTR")
+                    .verbose("Size of stamp: " + std::to_string(held.stamp.data.size()) + " bytes.")
+                    .verbose("Data of stamp: " + hex_text(held.stamp.data) + ".")
+                    .returns(1),
+                [&] { return VemraAppStampGetStampData(held.record, &bytes, &size); });
     if (!difference.empty()) return difference;
-    if (size == 0 && bytes == nullptr && held.stamp.bytes.empty()) return {};
+    if (size == 0 && bytes == nullptr && held.stamp.data.empty()) return {};
     const std::string actual(reinterpret_cast<const char*>(bytes), size);
-    if (actual != held.stamp.bytes) return "other bytes: " + hex_text(actual);
+    if (actual != held.stamp.data) return "other bytes: " + hex_text(actual);
     return compare(_freed_memory(), [bytes] { return VemraAppStampFreeMemory(bytes); });
 }
 
 std::string random_use::ask_owner(const step& one) {
     if (records_.empty()) return {};
     const held_record& held = records_[one.pick % records_.size()];
-    std::optional<model_device> owner;
-    const expected wanted = model_.ask_owner(held.stamp.uuid, owner);
+    const seen_call wanted = model_.own_device_of(held.stamp.uuid);
     char* serial = nullptr;
     unsigned int length = 0;
     int type = 0;
@@ -254,22 +226,21 @@ std::string random_use::ask_owner(const step& one) {
         return VemraAppStampGetStampOwnDevice(held.record, &serial, &length, &type);
     });
     const std::string actual(serial == nullptr ? "" : serial);
-    if (serial != nullptr) listen_([serial] { VemraAppStampFreeMemory(serial); });
-    if (!difference.empty() || has_struck_) return difference;
-    if (actual != (owner ? owner->serial : "") || length != actual.size()) {
-        return "another owner: " + actual;
-    }
-    return type == (owner ? owner->type : 0) ? "" : "another type: " + std::to_string(type);
+    if (!difference.empty()) return difference;
+    if (actual != wanted.owner_serial || length != actual.size()) return "another owner: " + actual;
+    if (type != wanted.owner_type) return "another type: " + std::to_string(type);
+    if (serial == nullptr) return {};
+    return compare(_freed_memory(), [serial] { return VemraAppStampFreeMemory(serial); });
 }
 
 std::string random_use::append(const step& one) {
-    const model_device& device = model_.devices[device_of(one)];
+    const model_device& device = device_of(one);
     const std::string serial = device.serial;
     // One write in sixteen asks for a type that no device has.
-    const int type = one.pick / 8 % 16 == 15 ? 99 : device.type;
+    const int type = one.pick / 8 % 16 == 15 ? 0 : device.type;
     const char* password = password_of(one.pick);
-    stamp_to_store stamp = _stamp_of(one);
-    const expected wanted = model_.append(serial, type, password, stamp);
+    new_stamp stamp = _stamp_of(one);
+    const seen_call wanted = model_.append(serial, type, password, stamp);
     return compare(wanted, [&] {
         const VEMRA_APP_STAMP_RECORD record = _record_of(stamp);
         return VemraAppStampAppendStamp(serial.c_str(), static_cast<unsigned int>(serial.size()),
@@ -280,11 +251,11 @@ std::string random_use::append(const step& one) {
 std::string random_use::update(const step& one) {
     const std::string uuid = uuid_for(one);
     const char* password = password_of(one.pick);
-    stamp_to_store stamp = _stamp_of(one);
-    const expected wanted = model_.update(uuid, password, stamp);
+    new_stamp stamp = _stamp_of(one);
+    const seen_call wanted = model_.update(uuid, password, stamp);
     return compare(wanted, [&] {
         const VEMRA_APP_STAMP_RECORD record = _record_of(stamp);
-        return VemraAppStampUpdateStamp(_unsigned(uuid), static_cast<unsigned int>(uuid.size()),
+        return VemraAppStampUpdateStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()),
                                         password, &record);
     });
 }
@@ -292,9 +263,9 @@ std::string random_use::update(const step& one) {
 std::string random_use::remove(const step& one) {
     const std::string uuid = uuid_for(one);
     const char* password = password_of(one.pick);
-    const expected wanted = model_.remove(uuid, password);
+    const seen_call wanted = model_.remove(uuid, password);
     return compare(wanted, [&] {
-        return VemraAppStampDeleteStamp(_unsigned(uuid), static_cast<unsigned int>(uuid.size()),
+        return VemraAppStampDeleteStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()),
                                         password);
     });
 }
@@ -310,7 +281,7 @@ std::string random_use::free_stamp(const step& one) {
     difference = compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
     expected_trace wanted("VemraAppStampFreeStamp");
     wanted.input("`handle`", "PTR");
-    if (!held.stamp.bytes.empty()) wanted.debug("Free stamp data.");
+    if (!held.stamp.data.empty()) wanted.debug("Free stamp data.");
     return difference +
            compare(wanted.returns(1), [&held] { return VemraAppStampFreeStamp(held.record); });
 }
@@ -336,42 +307,36 @@ std::string random_use::free_set(const step& one) {
 }
 
 std::string random_use::unplug(const step& one) {
-    const unsigned int device = device_of(one);
-    if (!model_.devices[device].is_plugged) return {};
-    // What a struck list made known of the device must be known to the model before it is gone.
-    const std::string difference = end_fault();
-    fake_.unplug_device(model_.devices[device].label);
-    model_.unplug(device);
-    return difference;
-}
-
-std::string random_use::replug(const step& one) {
-    const unsigned int device = device_of(one);
-    if (model_.devices[device].is_plugged) return {};
-    model_.replug(device);
-    fake_.replug_device(model_.devices[device].label);
+    const std::string label = device_of(one).label;
+    if (!device_of(one).is_plugged) return {};
+    fake_.unplug_device(label);
+    devices_.unplug(label);
     return {};
 }
 
-void random_use::add_to_fake(unsigned int device) {
-    const model_device& added = model_.devices[device];
-    fake_.add_device(added.serial, added.type, added.label);
-    fake_.set_password(added.label, right_password, added.retries);
-    if (added.needs_login) fake_.require_login(added.label);
-    for (const auto& [id, bytes] : added.slots)
-        fake_.fill_slot(added.label, id, bytes);
+std::string random_use::replug(const step& one) {
+    const std::string label = device_of(one).label;
+    if (device_of(one).is_plugged) return {};
+    fake_.replug_device(label);
+    devices_.replug(label);
+    return {};
 }
 
 // A known uuid; now and then an empty one, and one that nothing has.
 std::string random_use::uuid_for(const step& one) const {
     if (one.pick / 8 % 16 == 15) return {};
-    std::size_t index = one.device % (model_.known.size() + 1);
-    for (const auto& [uuid, place] : model_.known) {
-        if (index-- == 0) return uuid;
-    }
-    return "nothing";
+    const std::vector<std::string> known = model_.known_uuids();
+    const std::size_t index = one.device % (known.size() + 1);
+    return index < known.size() ? known[index] : "nothing";
 }
 
-unsigned int random_use::device_of(const step& one) const {
-    return one.device % static_cast<unsigned int>(model_.devices.size());
+const model_device& random_use::device_of(const step& one) const {
+    return device_named(labels_[one.device % labels_.size()]);
+}
+
+const model_device& random_use::device_named(const std::string& label) const {
+    for (const auto* devices : {&devices_.attached, &devices_.pulled})
+        for (const auto& device : *devices)
+            if (device->label == label) return *device;
+    throw std::logic_error("no device " + label);
 }

@@ -1,18 +1,12 @@
 // How a use of the library is compared with the model.
 
 #include <algorithm>
-#include <functional>
-#include <initializer_list>
-#include <stdexcept>
+#include <exception>
 
 #include "model/random_use.h"
 #include "support/hex_text.h"
 
 namespace {
-
-using slots = std::map<int, std::string>;
-
-constexpr int mapping_slot = 8127;
 
 std::string _difference(const text_lines& actual, const text_lines& wanted) {
     for (std::size_t i = 0; i < actual.size() || i < wanted.size(); ++i) {
@@ -23,86 +17,74 @@ std::string _difference(const text_lines& actual, const text_lines& wanted) {
     return {};
 }
 
-std::optional<std::string> _held(const slots& all, int id) {
-    const auto found = all.find(id);
-    if (found == all.end()) return std::nullopt;
-    return found->second;
+std::string _shown(const std::map<int, std::string>& slots) {
+    std::string text;
+    for (const auto& [id, bytes] : slots)
+        text += " " + std::to_string(id) + ": " + hex_text(bytes);
+    return text;
 }
 
-std::set<int> _ids(std::initializer_list<const slots*> devices) {
-    std::set<int> ids;
-    for (const slots* all : devices)
-        for (const auto& slot : *all)
-            ids.insert(slot.first);
-    return ids;
-}
-
-std::string _shown(const std::optional<std::string>& bytes) {
-    return bytes ? "\"" + hex_text(*bytes) + "\"" : "absent";
-}
-
-bool _is_zero_filled(const std::string& bytes) {
-    return bytes.find_first_not_of('\0') == std::string::npos;
+std::string _status(const char* word, int is, int should) {
+    return std::string(word) + " " + std::to_string(is) + " instead of " + std::to_string(should);
 }
 
 }  // namespace
 
 std::string random_use::compare(const expected& wanted, const std::function<int()>& call) {
-    const std::string difference = compare_call(wanted, call);
-    if (!difference.empty()) return wanted.lines.front() + ": " + difference;
-    for (std::size_t i = 0; i < model_.devices.size(); ++i) {
-        for (const auto& slot : model_.devices[i].slots)
-            contents_[i].insert(slot.second);
-    }
-    return {};
+    seen_call due;
+    due.status = due.last_status = wanted.status;
+    due.lines = wanted.lines;
+    return compare(due, call);
 }
 
-std::string random_use::compare_call(const expected& wanted, const std::function<int()>& call) {
-    live_before_ = fake_.live_devices();
-    std::optional<int> status;
+std::string random_use::compare(const seen_call& wanted, const std::function<int()>& call) {
+    std::string difference = compare_call(wanted, call);
+    if (difference.empty()) difference = compare_devices();
+    if (difference.empty()) difference = compare_handles();
+    fake_.clear_calls();
+    devices_.calls.clear();
+    return difference.empty() ? "" : wanted.lines.front() + ": " + difference;
+}
+
+std::string random_use::compare_call(const seen_call& wanted, const std::function<int()>& call) {
+    int status = 0;
+    std::string escaped;
     const std::optional<text_lines> lines = listen_([&] {
-        if (!fault_) {
-            status = call();
-            return;
-        }
-        // A scripted exception may leave a function; nothing else that is thrown may.
         try {
             status = call();
-        } catch (const std::runtime_error&) {
-        } catch (int) {
+        } catch (const std::exception& thrown) {
+            escaped = thrown.what();
+        } catch (int thrown) {
+            escaped = std::to_string(thrown);
         }
     });
-    int last_status = 77;
-    listen_([&] { last_status = VemraAppStampGetLastError(); });
-    if (fault_ && fake_.fault_fired()) {
-        has_struck_ = true;
-        are_objects_counted_ = false;
-        const std::string judgement = judge_struck_call(wanted, status);
-        adopt_devices();
-        if (!judgement.empty() || last_status == status.value_or(last_status)) return judgement;
-        return "last status " + std::to_string(last_status) + " under a fault";
+    // A call that an exception leaves keeps no status.
+    if (!wanted.escaped) last_status_ = wanted.last_status;
+    if (escaped != wanted.escaped.value_or("")) return "thrown: " + escaped;
+    if (status != wanted.status) return _status("status", status, wanted.status);
+    if (const int last = last_status(); last != last_status_) {
+        return _status("last status", last, last_status_);
     }
-
-    if (status != wanted.status) {
-        return "status " + std::to_string(*status) + " instead of " + std::to_string(wanted.status);
-    }
-    if (last_status != wanted.status) return "last status " + std::to_string(last_status);
     if (lines && *lines != wanted.lines) return _difference(*lines, wanted.lines);
-    const std::string devices = compare_devices();
-    return devices.empty() ? compare_handles() : devices;
+    const text_lines calls = fake_.calls();
+    return calls == devices_.calls ? "" : "device library: " + _difference(calls, devices_.calls);
+}
+
+int random_use::last_status() const {
+    int status = 77;
+    listen_([&] { status = VemraAppStampGetLastError(); });
+    return status;
 }
 
 std::string random_use::compare_devices() const {
-    for (unsigned int i = 0; i < model_.devices.size(); ++i) {
-        const model_device& device = model_.devices[i];
-        const slots actual = fake_.slots(device.label);
-        for (const int id : _ids({&actual, &device.slots})) {
-            if (_held(actual, id) == _held(device.slots, id)) continue;
-            return "slot " + std::to_string(id) + " of " + device.label + " is " +
-                   _shown(_held(actual, id)) + " instead of " + _shown(_held(device.slots, id));
+    for (const std::string& label : labels_) {
+        const model_device& device = device_named(label);
+        const std::map<int, std::string> slots = fake_.slots(label);
+        if (slots != device.slots) {
+            return "slots of " + label + ":" + _shown(slots) + " instead of" + _shown(device.slots);
         }
-        if (fake_.retries(device.label) != device.retries) return "another retry count";
-        if (fake_.is_logged_in(device.label) != device.is_logged_in) return "another login";
+        if (fake_.retries(label) != device.retries) return "another retry count";
+        if (fake_.is_logged_in(label) != device.is_logged_in) return "another login";
     }
     return {};
 }
@@ -115,9 +97,9 @@ std::string random_use::compare_records() const {
         if (record.type != 1) return place + "type " + std::to_string(record.type);
         if (record.name_length != held.stamp.name.size()) return place + "another name length";
         if (record.name != held.stamp.name) return place + "another name: " + record.name;
-        if (record.data_length != held.stamp.bytes.size()) return place + "another data length";
+        if (record.data_length != held.stamp.data.size()) return place + "another data length";
         const std::string bytes(reinterpret_cast<const char*>(record.data), record.data_length);
-        if (bytes != held.stamp.bytes) return place + "other bytes: " + hex_text(bytes);
+        if (bytes != held.stamp.data) return place + "other bytes: " + hex_text(bytes);
         if (bytes.empty() != (record.data == nullptr)) return place + "a buffer without bytes";
         if (record.reserved != nullptr) return place + "the reserved field is used";
         if (record.own_device == nullptr) return place + "no device";
@@ -127,96 +109,7 @@ std::string random_use::compare_records() const {
 
 std::string random_use::compare_handles() const {
     if (!fake_.misuses().empty()) return fake_.misuses().front();
-    if (fake_.live_buffers() != 0) return "a buffer of the device library is lost";
-    if (fake_.live_hashes() != 0) return "a hash is lost";
-    const int wanted = static_cast<int>(model_.live_objects().size()) + extra_objects_;
-    if (are_objects_counted_ && fake_.live_devices() != wanted) {
-        return std::to_string(fake_.live_devices()) + " live devices instead of " +
-               std::to_string(wanted);
-    }
-    return {};
-}
-
-// A call that met a fault: what it may return, leave on the devices and keep.
-std::string random_use::judge_struck_call(const expected& wanted, std::optional<int> status) const {
-    constexpr int documented[] = {1, 0};
-    const bool is_documented =
-        !status || status == wanted.status ||
-        std::find(std::begin(documented), std::end(documented), *status) != std::end(documented);
-    if (!is_documented) return "status " + std::to_string(*status) + " under a fault";
-
-    const bool is_done = status == 1;
-    for (unsigned int i = 0; i < model_.devices.size(); ++i) {
-        const model_device& device = model_.devices[i];
-        const slots actual = fake_.slots(device.label);
-        for (const int id : _ids({&actual, &device.slots, &before_.devices[i].slots})) {
-            const std::string judgement =
-                judge_slot(i, id, _held(actual, id), is_done, wanted.status == 1);
-            if (!judgement.empty()) return judgement;
-        }
-    }
-    if (!fake_.misuses().empty()) return fake_.misuses().front();
-    if (fake_.live_buffers() != 0) return "a buffer of the device library is lost under a fault";
-    if (fake_.live_hashes() != 0) return "a hash is lost under a fault";
-    const bool may_register = wanted.lines.front().find("GetAllStamps") != std::string::npos;
-    const int most = live_before_ + (may_register ? static_cast<int>(model_.devices.size()) : 0);
-    const int live = fake_.live_devices();
-    return live < live_before_ || live > most ? "a device is lost under a fault" : "";
-}
-
-// The named slot and the mapping may hold what they held, what they were to hold, zero bytes or
-// nothing, and what a restore brings back from an earlier failure. Nothing else may change.
-std::string random_use::judge_slot(unsigned int device, int id,
-                                   const std::optional<std::string>& is, bool is_done,
-                                   bool is_foreseen) const {
-    const std::optional<std::string> was = _held(before_.devices[device].slots, id);
-    const std::optional<std::string> should = _held(model_.devices[device].slots, id);
-    const std::vector<model_change> changes = possible_changes(device, id);
-    const std::string place = "slot " + std::to_string(id) + ": ";
-    if (is_done && !may_lie_about_slots()) {
-        const bool is_written = id == mapping_slot && !changes.empty();
-        const auto& wanted = is_foreseen ? should : is_written ? changes.front().record : is;
-        if (is != wanted) return place + _shown(is) + " although done: " + _shown(wanted);
-        if (is_foreseen) return {};
-    }
-    if (is == was) return {};
-    if (changes.empty()) return place + "changed under a fault: " + _shown(is);
-    const bool is_explained =
-        !is || _is_zero_filled(*is) || contents_[device].count(*is) == 1 ||
-        std::any_of(changes.begin(), changes.end(), [&](const model_change& change) {
-            return is == (id == mapping_slot ? change.record : change.bytes);
-        });
-    return is_explained ? "" : place + "foreign bytes under a fault: " + _shown(is);
-}
-
-// What the call may have made of a slot.
-std::vector<model_change> random_use::possible_changes(unsigned int device, int id) const {
-    std::vector<model_change> changes;
-    if (model_.change) changes.push_back(*model_.change);
-    if (may_lie_about_slots()) {
-        changes.insert(changes.end(), model_.misread_changes.begin(), model_.misread_changes.end());
-    }
-    const auto concerns = [&](const model_change& change) {
-        return change.device == device && (id == change.slot || id == mapping_slot);
-    };
-    changes.erase(std::remove_if(changes.begin(), changes.end(), std::not_fn(concerns)),
-                  changes.end());
-    return changes;
-}
-
-bool random_use::may_lie_about_slots() const {
-    const bool is_of_slots =
-        fault_->function.empty() || fault_->function.find("Data") != std::string::npos;
-    return is_of_slots && fault_->what.what == fault::kind::claims_success;
-}
-
-// After a fault the devices are what they are; the model goes on from there.
-void random_use::adopt_devices() {
-    model_ = before_;
-    for (unsigned int i = 0; i < model_.devices.size(); ++i) {
-        model_device& device = model_.devices[i];
-        device.slots = fake_.slots(device.label);
-        device.retries = fake_.retries(device.label);
-        device.is_logged_in = fake_.is_logged_in(device.label);
-    }
+    const int live = fake_.live_handles_and_buffers();
+    const int due = devices_.live_handles + devices_.lost_handles;
+    return live == due ? "" : _status("handles and buffers", live, due);
 }

@@ -100,12 +100,14 @@ std::string write(const mapping& stamps) {
         if (!body.empty()) body += "||";
         body += name + "&" + std::to_string(slot);
     }
-    const std::size_t total = header_length + body.size();
-    std::string record;
-    for (std::size_t divisor = 1, i = 0; i < 4; ++i, divisor *= 256) {
-        record += static_cast<char>(total / divisor % 256);
-    }
-    return record + '\x01' + body;
+    return little_endian(static_cast<unsigned int>(header_length + body.size())) + '\x01' + body;
+}
+
+std::string little_endian(unsigned int value) {
+    std::string bytes;
+    for (int i = 0; i < 4; ++i, value /= 256)
+        bytes += static_cast<char>(value % 256);
+    return bytes;
 }
 
 bool survives(const std::string& name) {

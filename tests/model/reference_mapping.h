@@ -21,6 +21,9 @@ struct reading {
 reading read(const std::string& record);
 std::string write(const mapping& stamps);
 
+/** The four bytes of a number, as they stand in a record. */
+std::string little_endian(unsigned int value);
+
 /** Whether a name comes back as it was written. */
 bool survives(const std::string& name);
 

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "sweep/model/model_library.h"
+#include "model/model_library.h"
 #include "sweep/tokens.h"
 
 /* Two writers at one token: before a device call of the one, the other does its whole operation. */

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "sweep/stamp_library.h"
+#include "model/stamp_library.h"
 
 /** A stamp that nobody changes, and one that comes in versions. */
 extern const new_stamp resting;

@@ -4,26 +4,10 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
-#include "vemra_app_stamp.h"
+#include "support/stamp_record.h"
 
 namespace {
-
-VEMRA_APP_STAMP_RECORD _record(new_stamp& stamp) {
-    VEMRA_APP_STAMP_RECORD record;
-    std::memset(&record, 0, sizeof(record));
-    record.type = VEMRA_APP_STAMP_TYPE_IMAGE;
-    record.name_length = static_cast<unsigned int>(stamp.name.size());
-    record.data_length = stamp.data.size();
-    record.data = reinterpret_cast<unsigned char*>(stamp.data.data());
-    record.name = stamp.name.data();
-    return record;
-}
-
-const unsigned char* _bytes(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
 
 /** Failures, where the trace does not go. */
 class failure_printer : public ::testing::EmptyTestEventListener {
@@ -39,13 +23,10 @@ seen_stamp _take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
     unsigned int uuid_size = 0;
     VEMRA_APP_STAMP_RECORD* record = nullptr;
     if (VemraAppStampGetStamp(set, index, &uuid, &uuid_size, &record) != 1) return {"?", {}, {}};
-    const auto* data = reinterpret_cast<const char*>(record->data);
     seen_stamp stamp{std::string(reinterpret_cast<const char*>(uuid), uuid_size),
-                     std::string(record->name, record->name_length),
-                     data == nullptr ? std::string() : std::string(data, record->data_length)};
+                     std::string(record->name, record->name_length), data_of(*record)};
     VemraAppStampFreeMemory(uuid);
-    VemraAppStampFreeMemory(record->name);
-    VemraAppStampFreeStamp(record);
+    free_record(record);
     return stamp;
 }
 
@@ -74,7 +55,7 @@ std::vector<seen_stamp> listed_stamps(const token& device) {
 
 int append_stamp(const token& device, const new_stamp& stamp) {
     new_stamp own = stamp;
-    const VEMRA_APP_STAMP_RECORD record = _record(own);
+    const VEMRA_APP_STAMP_RECORD record = image_record(own.name, own.data);
     return VemraAppStampAppendStamp(device.serial.c_str(),
                                     static_cast<unsigned int>(device.serial.size()), device.type,
                                     nullptr, &record);
@@ -82,13 +63,14 @@ int append_stamp(const token& device, const new_stamp& stamp) {
 
 int update_stamp(const std::string& uuid, const new_stamp& stamp) {
     new_stamp own = stamp;
-    const VEMRA_APP_STAMP_RECORD record = _record(own);
-    return VemraAppStampUpdateStamp(_bytes(uuid), static_cast<unsigned int>(uuid.size()), nullptr,
+    const VEMRA_APP_STAMP_RECORD record = image_record(own.name, own.data);
+    return VemraAppStampUpdateStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()), nullptr,
                                     &record);
 }
 
 int delete_stamp(const std::string& uuid) {
-    return VemraAppStampDeleteStamp(_bytes(uuid), static_cast<unsigned int>(uuid.size()), nullptr);
+    return VemraAppStampDeleteStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()),
+                                    nullptr);
 }
 
 void discard_trace() {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "sweep/stamp_library.h"
+#include "model/stamp_library.h"
 #include "sweep/tokens.h"
 
 /* The exported functions for tests with many threads or processes: only results, no trace. */

@@ -6,9 +6,9 @@
 #include <algorithm>
 #include <functional>
 
+#include "model/reference_mapping.h"
 #include "support/fake_device_library.h"
 #include "sweep/crowd/plain_calls.h"
-#include "sweep/model/model_record.h"
 
 namespace {
 
@@ -96,11 +96,14 @@ void _delete(const token&, const std::vector<seen_stamp>& listed) {
     delete_stamp(listed.at(0).uuid);
 }
 
-const std::map<int, std::string> one_stamp{{8127, model_record({{8130, "A1"}})}, {8130, "first"}};
+const std::map<int, std::string> one_stamp{{8127, reference_mapping::write({{8130, "A1"}})},
+                                           {8130, "first"}};
 const std::map<int, std::string> two_stamps{
-    {8127, model_record({{8130, "A1"}, {8131, "A2"}})}, {8130, "first"}, {8131, "second"}};
+    {8127, reference_mapping::write({{8130, "A1"}, {8131, "A2"}})},
+    {8130, "first"},
+    {8131, "second"}};
 const std::map<int, std::string> one_stamp_and_an_orphan{
-    {8127, model_record({{8130, "A1"}})}, {8130, "first"}, {8131, "an orphan"}};
+    {8127, reference_mapping::write({{8130, "A1"}})}, {8130, "first"}, {8131, "an orphan"}};
 
 INSTANTIATE_TEST_SUITE_P(
     sweep, waits,

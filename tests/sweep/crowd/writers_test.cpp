@@ -7,18 +7,19 @@
 #include <algorithm>
 #include <set>
 
+#include "model/reference_mapping.h"
 #include "support/child_process.h"
 #include "sweep/crowd/meeting.h"
-#include "sweep/model/model_record.h"
 #include "sweep/raw_slots.h"
 #include "sweep/saved_tokens.h"
 
 namespace {
 
-const slot_bytes slots_before{{8127, model_record({{8130, "A1"}, {8131, "A2"}, {8132, "A3"}})},
-                              {8130, "first"},
-                              {8131, "second"},
-                              {8132, "third"}};
+const slot_bytes slots_before{
+    {8127, reference_mapping::write({{8130, "A1"}, {8131, "A2"}, {8132, "A3"}})},
+    {8130, "first"},
+    {8131, "second"},
+    {8132, "third"}};
 // The first writer may name A2, the visitor A2 or A3; nobody names A1.
 const new_stamp mine{"mine", "my picture"};
 const new_stamp theirs{"theirs", "their picture!"};

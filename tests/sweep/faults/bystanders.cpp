@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include "sweep/model/model_record.h"
+#include "model/reference_mapping.h"
 
 namespace {
 
@@ -21,7 +21,8 @@ std::map<int, std::string> _entries(const device_slots& slots) {
     const auto found = slots.find(mapping_slot);
     if (found == slots.end()) return entries;
     const std::string& record = found->second;
-    const std::string header = little_endian(static_cast<unsigned int>(record.size())) + '\x01';
+    const std::string header =
+        reference_mapping::little_endian(static_cast<unsigned int>(record.size())) + '\x01';
     if (record.compare(0, header.size(), header) != 0) return entries;
     for (std::size_t from = header.size(); from < record.size();) {
         const std::size_t end = std::min(record.find("||", from), record.size());

@@ -34,12 +34,12 @@ std::ostream& operator<<(std::ostream& out, const kind_of_fault& kind) {
 
 const kind_of_fault kinds[] = {
     {"transient", {0, disturbance::refused, 17}},
-    {"lasting", {0, disturbance::refused_for_good, 17}},
+    {"lasting", {0, disturbance::refused, 17, true}},
     {"told_absent", {0, disturbance::refused, -7}},
     {"answer_lost", {0, disturbance::answer_lost, 17}},
     {"null_or_nothing", {0, disturbance::hollow, 17}},
     {"exception", {0, disturbance::thrown, 17}},
-    {"lasting_exception", {0, disturbance::thrown_for_good, 17}},
+    {"lasting_exception", {0, disturbance::thrown, 17, true}},
     {"no_std_exception", {0, disturbance::thrown_number, 17}},
 };
 

@@ -1,5 +1,5 @@
+#include "model/reference_mapping.h"
 #include "sweep/faults/stage.h"
-#include "sweep/model/model_record.h"
 
 namespace {
 
@@ -8,7 +8,7 @@ const std::string long_name = "a name that is longer than most";
 const std::string long_data(100, '4');
 
 void _holding(stage& on) {
-    on.fill({{8127, model_record({{8130, long_name}})}, {8130, long_data}});
+    on.fill({{8127, reference_mapping::write({{8130, long_name}})}, {8130, long_data}});
     on.hold();
 }
 

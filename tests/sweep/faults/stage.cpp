@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "model/planned_fault.h"
+#include "model/reference_mapping.h"
 #include "support/allocation_faults.h"
 #include "sweep/faults/bystanders.h"
-#include "sweep/model/model_record.h"
 
 namespace {
 
@@ -15,25 +16,6 @@ int _new_number() {
     return devices += 2;
 }
 
-fault _fault_of(const planned_disturbance& plan) {
-    switch (plan.what) {
-        case disturbance::refused_for_good:
-            return fault::failing(plan.code).lasting();
-        case disturbance::answer_lost:
-            return fault::working_but_failing(plan.code);
-        case disturbance::hollow:
-            return fault::claiming_success();
-        case disturbance::thrown:
-            return fault::throwing_runtime_error();
-        case disturbance::thrown_for_good:
-            return fault::throwing_runtime_error().lasting();
-        case disturbance::thrown_number:
-            return fault::throwing_int();
-        default:
-            return fault::failing(plan.code);
-    }
-}
-
 }  // namespace
 
 stage::stage() : stage(_new_number(), sides::both) {}
@@ -42,7 +24,7 @@ stage::stage(int number, sides which)
     : is_live_(which == sides::both), blocks_before_(allocation_faults::live_blocks()) {
     add_device("B", number, 1);
     add_device("A", number + 1, -1);
-    fill_device(0, mapping_slot, model_record({{8133, "B1"}}));
+    fill_device(0, mapping_slot, reference_mapping::write({{8133, "B1"}}));
     fill_device(0, 8133, "bystander");
 }
 
@@ -76,7 +58,7 @@ void stage::store_stamps(const std::map<unsigned int, std::string>& stamps) {
         names[slot] = "A" + std::to_string(names.size() + 1);
         fill_device(1, static_cast<int>(slot), bytes);
     }
-    fill_device(1, mapping_slot, model_record(names));
+    fill_device(1, mapping_slot, reference_mapping::write(names));
 }
 
 void stage::lose_slot(int slot) {
@@ -104,8 +86,7 @@ void stage::hold() {
 void stage::disturb(const planned_disturbance& plan) {
     devices.plan_next(plan);
     fake.clear_calls();
-    fake.clear_faults();
-    if (plan.nth != 0) fake.fail_call(plan.nth, _fault_of(plan));
+    plan_in_fake(fake, plan);
 }
 
 seen_call stage::compare(const std::function<seen_call(stamp_library&)>& act) {

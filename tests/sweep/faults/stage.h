@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "model/model_library.h"
 #include "support/fake_device_library.h"
 #include "sweep/live/live_library.h"
-#include "sweep/model/model_library.h"
 
 struct scenario;
 

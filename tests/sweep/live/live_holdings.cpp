@@ -3,6 +3,7 @@
 #include <csignal>
 #include <utility>
 
+#include "support/stamp_record.h"
 #include "support/stream_capture.h"
 #include "sweep/live/watched_call.h"
 
@@ -20,11 +21,6 @@ std::string _taken(Byte* buffer, Size size) {
     const std::string bytes(reinterpret_cast<char*>(buffer), size);
     VemraAppStampFreeMemory(buffer);
     return length + bytes;
-}
-
-void _release_record(VEMRA_APP_STAMP_RECORD* record) {
-    VemraAppStampFreeMemory(record->name);
-    VemraAppStampFreeStamp(record);
 }
 
 /** A call of a function that keeps no status. */
@@ -59,7 +55,7 @@ void live_holdings::hold() {
 void live_holdings::release() {
     const stdout_capture unseen;
     if (uuid_ != nullptr) VemraAppStampFreeMemory(std::exchange(uuid_, nullptr));
-    if (record_ != nullptr) _release_record(std::exchange(record_, nullptr));
+    if (record_ != nullptr) free_record(std::exchange(record_, nullptr));
     if (set_ != nullptr) VemraAppStampFreeStamps(std::exchange(set_, nullptr));
 }
 

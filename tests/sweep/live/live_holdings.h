@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sweep/stamp_library.h"
+#include "model/stamp_library.h"
 #include "vemra_app_stamp.h"
 
 /** What a caller holds: a set, its last stamp, the uuid; and the functions that reach no device. */

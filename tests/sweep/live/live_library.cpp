@@ -1,39 +1,14 @@
 #include "sweep/live/live_library.h"
 
-#include <cstring>
-
+#include "support/stamp_record.h"
 #include "support/stream_capture.h"
 #include "sweep/live/watched_call.h"
-
-namespace {
-
-VEMRA_APP_STAMP_RECORD _record(std::string& name, std::string& data) {
-    VEMRA_APP_STAMP_RECORD record;
-    std::memset(&record, 0, sizeof(record));
-    record.type = VEMRA_APP_STAMP_TYPE_IMAGE;
-    record.name_length = static_cast<unsigned int>(name.size());
-    record.data_length = data.size();
-    record.data = reinterpret_cast<unsigned char*>(data.data());
-    record.name = name.data();
-    return record;
-}
-
-const unsigned char* _bytes(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-void _release_record(VEMRA_APP_STAMP_RECORD* record) {
-    VemraAppStampFreeMemory(record->name);
-    VemraAppStampFreeStamp(record);
-}
-
-}  // namespace
 
 void live_library::forget_taken() {
     if (taken_.empty()) return;
     const stdout_capture unseen;
     for (VEMRA_APP_STAMP_RECORD* record : taken_)
-        if (record != nullptr) _release_record(record);
+        if (record != nullptr) free_record(record);
     taken_.clear();
 }
 
@@ -50,10 +25,8 @@ void live_library::take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, seen
         seen.stamps.push_back({"not taken", {}, {}});
         return;
     }
-    const auto* data = reinterpret_cast<const char*>(record->data);
     seen.stamps.push_back({std::string(reinterpret_cast<const char*>(uuid), uuid_size),
-                           std::string(record->name, record->name_length),
-                           std::string(data == nullptr ? "" : data, record->data_length)});
+                           std::string(record->name, record->name_length), data_of(*record)});
     VemraAppStampFreeMemory(uuid);
 }
 
@@ -102,7 +75,8 @@ seen_call live_library::own_device(std::size_t index) {
 seen_call live_library::append(const std::string& serial, int type, const char* password,
                                const new_stamp& stamp) {
     new_stamp own = stamp;
-    const VEMRA_APP_STAMP_RECORD record = _record(own.name, own.data);
+    VEMRA_APP_STAMP_RECORD record = image_record(own.name, own.data);
+    record.type = own.type;
     return watched_call([&] {
         return VemraAppStampAppendStamp(serial.c_str(), static_cast<unsigned int>(serial.size()),
                                         type, password, &record);
@@ -112,16 +86,17 @@ seen_call live_library::append(const std::string& serial, int type, const char* 
 seen_call live_library::update(const std::string& uuid, const char* password,
                                const new_stamp& stamp) {
     new_stamp own = stamp;
-    const VEMRA_APP_STAMP_RECORD record = _record(own.name, own.data);
+    VEMRA_APP_STAMP_RECORD record = image_record(own.name, own.data);
+    record.type = own.type;
     return watched_call([&] {
-        return VemraAppStampUpdateStamp(_bytes(uuid), static_cast<unsigned int>(uuid.size()),
+        return VemraAppStampUpdateStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()),
                                         password, &record);
     });
 }
 
 seen_call live_library::remove(const std::string& uuid, const char* password) {
     return watched_call([&] {
-        return VemraAppStampDeleteStamp(_bytes(uuid), static_cast<unsigned int>(uuid.size()),
+        return VemraAppStampDeleteStamp(bytes_of(uuid), static_cast<unsigned int>(uuid.size()),
                                         password);
     });
 }

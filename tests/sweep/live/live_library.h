@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
+#include "model/stamp_library.h"
 #include "sweep/live/live_holdings.h"
-#include "sweep/stamp_library.h"
 #include "vemra_app_stamp.h"
 
 /** The exported functions of the shared object. What it gives out is released at once. */

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "sweep/stamp_library.h"
+#include "model/stamp_library.h"
 
 /** Runs one exported function and keeps what its caller sees. */
 seen_call watched_call(const std::function<int()>& work);

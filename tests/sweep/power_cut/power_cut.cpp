@@ -1,6 +1,6 @@
 #include "sweep/power_cut/power_cut.h"
 
-#include "sweep/model/model_record.h"
+#include "model/reference_mapping.h"
 
 namespace {
 
@@ -72,7 +72,7 @@ std::map<int, std::string> listed_slots(const token_state& state) {
         names[slot] = "A" + std::to_string(names.size() + 1);
         if (!bytes.empty()) slots[static_cast<int>(slot)] = bytes;
     }
-    if (!names.empty()) slots[8127] = model_record(names);
+    if (!names.empty()) slots[8127] = reference_mapping::write(names);
     return slots;
 }
 

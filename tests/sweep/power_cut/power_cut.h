@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "sweep/model/model_library.h"
+#include "model/model_library.h"
 #include "sweep/tokens.h"
 
 struct token_state {

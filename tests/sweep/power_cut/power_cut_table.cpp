@@ -2,7 +2,7 @@
 
 #include <iterator>
 
-#include "sweep/model/model_record.h"
+#include "model/reference_mapping.h"
 
 namespace {
 
@@ -35,9 +35,10 @@ std::string _record_in_words(const cut_case& one, const std::map<int, std::strin
     if (found == slots.end()) return "absent";
     if (found->second == _value(slots_of(one.state), 8127)) return "old record";
     if (_is_zero(found->second)) return "zero bytes";
-    std::vector<std::string> complaints;
-    const auto entries = model_mapping(found->second, complaints);
-    return complaints.empty() && found->second == model_record(entries) ? "new record" : "torn";
+    const reference_mapping::reading record = reference_mapping::read(found->second);
+    const bool is_whole =
+        record.reports.empty() && found->second == reference_mapping::write(record.stamps);
+    return is_whole ? "new record" : "torn";
 }
 
 std::string _stamp_in_words(const cut_case& one, const seen_stamp& stamp) {

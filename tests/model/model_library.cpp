@@ -1,18 +1,19 @@
-#include "sweep/model/model_library.h"
+#include "model/model_library.h"
 
 #include <algorithm>
 #include <set>
 
+#include "model/model_object.h"
 #include "support/hex_text.h"
-#include "sweep/model/model_object.h"
-#include "sweep/model/model_record.h"
 
 namespace {
 
 constexpr int mapping_slot = 8127;
 constexpr int first_slot = 8130;
 constexpr int last_slot = 8134;
+constexpr int any_type = -1;
 constexpr int reserved_type = 0;
+constexpr int image_type = 1;
 
 std::string _shown(const char* text) {
     return text == nullptr ? "(null)" : text;
@@ -79,11 +80,10 @@ model_library::handles model_library::all_handles() {
 }
 
 model_library::mapping model_library::parsed(const std::string& record) {
-    std::vector<std::string> complaints;
-    mapping entries = model_mapping(record, complaints);
-    for (const std::string& complaint : complaints)
-        error(complaint, "stamp_info_mapping.cpp", "_parse_stamp_info_mapping");
-    return entries;
+    const reference_mapping::reading found = reference_mapping::read(record);
+    for (const std::string& report : found.reports)
+        error(report, "stamp_info_mapping.cpp", "_parse_stamp_info_mapping");
+    return found.stamps;
 }
 
 bool model_library::read_mapping(model_handle& handle, mapping& entries) {
@@ -105,8 +105,9 @@ std::string model_library::uuid_of(model_handle& handle, int slot) {
     const auto type = static_cast<unsigned int>(object(handle).type_of());
     std::string uuid;
     std::string complaint;
-    const std::vector<std::string> pieces{serial, little_endian(type),
-                                          little_endian(static_cast<unsigned int>(slot))};
+    const std::vector<std::string> pieces{
+        serial, reference_mapping::little_endian(type),
+        reference_mapping::little_endian(static_cast<unsigned int>(slot))};
     if (!devices_.digest(handle, pieces, uuid, complaint)) {
         error(complaint, "stamp_device_map.cpp", "generate_uuid");
     }
@@ -157,11 +158,10 @@ void model_library::list_device(const handle_ptr& handle, const wanted_stamps& w
 
 // A stamp that could not be remembered can be listed, but not be taken.
 void model_library::take_all() {
-    owners_.clear();
+    listed_.clear();
     for (seen_stamp& stamp : stamps) {
-        const auto found = known_.find(stamp.uuid);
-        if (found == known_.end()) stamp = {"not taken", {}, {}};
-        owners_.push_back(found == known_.end() ? nullptr : found->second.owner);
+        if (known_.count(stamp.uuid) == 0) stamp = {"not taken", {}, {}};
+        listed_.push_back(stamp.uuid);
     }
 }
 
@@ -171,6 +171,7 @@ seen_call model_library::list_wanted(const wanted_stamps& wanted) {
         verbose("Input `device_sn`       : " + (wanted.serial.empty() ? "(null)" : wanted.serial));
         verbose("Input `device_sn_length`: " + std::to_string(wanted.serial.size()));
         verbose("Input `device_type`     : " + std::to_string(wanted.device_type));
+        if (wanted.type < any_type || wanted.type > image_type) return -4;
         handles found;
         if (!enumerate(found, "Unable to load devices")) return 0;
         if (!devices_.memory.has_memory()) return -3;
@@ -190,6 +191,24 @@ seen_call model_library::list_wanted(const wanted_stamps& wanted) {
 }
 
 seen_call model_library::own_device(std::size_t index) {
+    return own_device_of(listed_.at(index));
+}
+
+std::vector<std::string> model_library::known_uuids() const {
+    std::vector<std::string> uuids;
+    for (const auto& entry : known_)
+        uuids.push_back(entry.first);
+    return uuids;
+}
+
+const model_library::place* model_library::find(const std::string& uuid) {
+    const auto found = known_.find(uuid);
+    if (found != known_.end()) return &found->second;
+    error(uuid.empty() ? "Bad uuid." : "Unable to find a device by this uuid.");
+    return nullptr;
+}
+
+seen_call model_library::own_device_of(const std::string& uuid) {
     std::string serial;
     int type = 0;
     seen_call seen = call("VemraAppStampGetStampOwnDevice", [&] {
@@ -198,8 +217,9 @@ seen_call model_library::own_device(std::size_t index) {
         verbose("Input `output_device_sn_length`: PTR");
         verbose("Input `output_device_type`     : PTR");
         try {
-            const std::string asked = object(*owners_.at(index)).serial_of();
-            type = object(*owners_.at(index)).type_of();
+            model_handle& owner = *known_.at(uuid).owner;
+            const std::string asked = object(owner).serial_of();
+            type = object(owner).type_of();
             serial = asked;
         } catch (const device_failure& failure) {
             error("Unable to get device info from this stamp, because: " + failure.text + ".");
@@ -227,7 +247,7 @@ void model_library::verify(model_handle& handle, const char* password) {
 
 int model_library::write_both(model_handle& handle, int slot, const new_stamp& stamp,
                               const mapping& entries, const std::string& complaint) {
-    const std::string record = model_record(entries);
+    const std::string record = reference_mapping::write(entries);
     devices_.memory.step();
     try {
         object(handle).store(slot, stamp.data);
@@ -262,6 +282,7 @@ seen_call model_library::append(const std::string& serial, int type, const char*
             return 0;
         }
         verify(*owner, password);
+        if (stamp.type != image_type) return -4;
         mapping entries;
         if (!read_mapping(*owner, entries)) return 0;
         int slot = first_slot;
@@ -285,12 +306,14 @@ seen_call model_library::update(const std::string& uuid, const char* password,
         verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
         verbose("Input `password` : " + _shown(password));
         verbose("Input `stamp`    : PTR");
-        const place& at = known_.at(uuid);
-        verify(*at.owner, password);
+        const place* at = find(uuid);
+        if (at == nullptr) return 0;
+        verify(*at->owner, password);
+        if (stamp.type != image_type) return -4;
         mapping entries;
-        if (!read_mapping(*at.owner, entries)) return 0;
-        entries[static_cast<unsigned int>(at.slot)] = stamp.name;
-        return write_both(*at.owner, at.slot, stamp, entries, "Unable to update stamp");
+        if (!read_mapping(*at->owner, entries)) return 0;
+        entries[static_cast<unsigned int>(at->slot)] = stamp.name;
+        return write_both(*at->owner, at->slot, stamp, entries, "Unable to update stamp");
     });
 }
 
@@ -300,7 +323,7 @@ bool model_library::forget_entry(model_handle& handle, int slot) {
     entries.erase(static_cast<unsigned int>(slot));
     devices_.memory.step();
     try {
-        object(handle).store(mapping_slot, model_record(entries));
+        object(handle).store(mapping_slot, reference_mapping::write(entries));
     } catch (const device_failure& failure) {
         error("Unable to delete stamp info from 8127, because: " + failure.text + ".");
         return false;
@@ -313,20 +336,21 @@ seen_call model_library::remove(const std::string& uuid, const char* password) {
         verbose("Input `uuid`     : " + hex_text(uuid));
         verbose("Input `uuid_size`: " + std::to_string(uuid.size()));
         verbose("Input `password` : " + _shown(password));
-        const place& at = known_.at(uuid);
-        verify(*at.owner, password);
+        const place* at = find(uuid);
+        if (at == nullptr) return 0;
+        verify(*at->owner, password);
         std::string data;
         try {
-            data = object(*at.owner).bytes(at.slot);
+            data = object(*at->owner).bytes(at->slot);
             devices_.memory.step();
         } catch (const device_failure& failure) {
-            error("Unable to get stamp data from " + std::to_string(at.slot) +
+            error("Unable to get stamp data from " + std::to_string(at->slot) +
                   ", because: " + failure.text + ".");
             return 0;
         }
-        if (!_is_sealed(data) && !forget_entry(*at.owner, at.slot)) return 0;
+        if (!_is_sealed(data) && !forget_entry(*at->owner, at->slot)) return 0;
         try {
-            object(*at.owner).erase(at.slot);
+            object(*at->owner).erase(at->slot);
         } catch (const device_failure& failure) {
             error("Unable to delete stamp, because: " + failure.text + ".");
             return 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -14,20 +15,21 @@ struct model_device {
     bool needs_login = false;
     bool is_logged_in = false;
     int retries = 5;
+    bool is_plugged = true;
     std::map<int, std::string> slots;
 };
 
 /** A handle with what the library loads behind it; what it holds is released with it. */
 class model_handle {
 public:
-    model_handle(model_devices& library, model_device* device);
+    model_handle(model_devices& library, std::shared_ptr<model_device> device);
     ~model_handle();
     model_handle(const model_handle&) = delete;
     model_handle& operator=(const model_handle&) = delete;
 
     void load();
     std::string name() const { return device_ == nullptr ? "null" : device_->label; }
-    model_device* device() const { return device_; }
+    model_device* device() const { return device_.get(); }
     /** Blocks of memory that the library needs for this. */
     long blocks() const;
     /** What the object remembers of the slot that it writes. */
@@ -37,7 +39,7 @@ public:
 
 private:
     model_devices& library_;
-    model_device* device_;
+    std::shared_ptr<model_device> device_;
     bool has_keypair_object_ = false;
     bool has_keypair_ = false;
     std::vector<bool> certificates_;  // False: an object over no certificate.

@@ -1,10 +1,13 @@
-#include "sweep/model/model_devices.h"
+#include "model/model_devices.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "support/hex_text.h"
 
 namespace {
+
+constexpr int most_retries = 5;
 
 constexpr int bad_handle = 11;
 constexpr int slot_exists = 12;
@@ -13,6 +16,7 @@ constexpr int buffer_too_small = 14;
 constexpr int not_logged_in = 15;
 constexpr int wrong_password = 16;
 constexpr int locked = 18;
+constexpr int removed = 19;
 
 std::string _shown(const std::string& bytes) {
     if (bytes.empty()) return "no bytes";
@@ -37,7 +41,30 @@ std::string _slot_call(const char* function, const model_handle& handle, int id,
            ")";
 }
 
+// Takes the device of this name out of the list.
+std::shared_ptr<model_device> _take(std::vector<std::shared_ptr<model_device>>& from,
+                                    const std::string& label) {
+    const auto found = std::find_if(from.begin(), from.end(),
+                                    [&](const auto& device) { return device->label == label; });
+    std::shared_ptr<model_device> device = *found;
+    from.erase(found);
+    return device;
+}
+
 }  // namespace
+
+void model_devices::unplug(const std::string& label) {
+    pulled.push_back(_take(attached, label));
+    pulled.back()->is_plugged = false;
+}
+
+// A new object: handles hold the one that was pulled out.
+void model_devices::replug(const std::string& label) {
+    attached.push_back(std::make_shared<model_device>(*_take(pulled, label)));
+    attached.back()->is_plugged = true;
+    attached.back()->is_logged_in = false;
+    attached.back()->retries = most_retries;
+}
 
 void model_devices::plan_next(const planned_disturbance& next) {
     plan = next;
@@ -55,24 +82,24 @@ model_devices::effect model_devices::enter(const std::string& line) {
 model_devices::effect model_devices::ask(const std::string& line) {
     const effect now = note(line);
     if (now.fails && plan.what == disturbance::thrown_number) throw foreign_failure{"17"};
-    const bool throws =
-        plan.what == disturbance::thrown || plan.what == disturbance::thrown_for_good;
-    if (now.fails && throws) throw device_failure{"thrown by the device library"};
+    if (now.fails && plan.what == disturbance::thrown) {
+        throw device_failure{"thrown by the device library"};
+    }
     return now;
 }
 
-bool model_devices::is_due() const {
-    const bool is_lasting =
-        plan.what == disturbance::refused_for_good || plan.what == disturbance::thrown_for_good;
-    return plan.nth != 0 && (is_lasting ? count_ >= plan.nth : count_ == plan.nth);
+// Counts the call, if it is one of those that are met.
+bool model_devices::is_due(const std::string& line) {
+    if (!plan.function.empty() && line.rfind(plan.function + "(", 0) != 0) return false;
+    ++count_;
+    return plan.nth != 0 && (plan.is_lasting ? count_ >= plan.nth : count_ == plan.nth);
 }
 
 // Calls that release do not throw.
 model_devices::effect model_devices::note(const std::string& line) {
     if (has_ended_) throw process_end();
     calls.push_back(line);
-    ++count_;
-    if (!is_due()) return {true, false, 0};
+    if (!is_due(line)) return {true, false, 0};
     has_struck_ = true;
     ends_after_this_ = plan.what == disturbance::cut_after;
     if (plan.what == disturbance::cut_before) {
@@ -112,11 +139,17 @@ int model_devices::answer(const effect& now, Work work) {
 }
 
 template <typename Work>
-int model_devices::slot_call(const std::string& line, const model_handle& handle, bool writes,
-                             Work work) {
+int model_devices::device_call(const std::string& line, const model_handle& handle, Work work) {
     return status_call(line, [&] {
         if (handle.device() == nullptr) return bad_handle;
-        model_device& device = *handle.device();
+        return handle.device()->is_plugged ? work(*handle.device()) : removed;
+    });
+}
+
+template <typename Work>
+int model_devices::slot_call(const std::string& line, const model_handle& handle, bool writes,
+                             Work work) {
+    return device_call(line, handle, [&](model_device& device) {
         if (writes && device.needs_login && !device.is_logged_in) return not_logged_in;
         return work(device.slots);
     });
@@ -143,7 +176,7 @@ std::shared_ptr<model_handle> model_devices::get_device(int index) {
     leave();
     const bool is_given = now.works && !now.fails;
     return std::make_shared<model_handle>(
-        *this, is_given ? attached[static_cast<std::size_t>(index)].get() : nullptr);
+        *this, is_given ? attached[static_cast<std::size_t>(index)] : nullptr);
 }
 
 int model_devices::keypair_count(const model_handle& handle) {
@@ -201,12 +234,11 @@ void model_devices::release(const std::string& function, const std::string& what
 
 int model_devices::get_serial(const model_handle& handle, std::string& serial) {
     bool is_given = false;
-    const int status =
-        status_call("VemraPKICryptoGetSerialNumber(" + handle.name() + ", null)", [&] {
-            if (handle.device() == nullptr) return bad_handle;
-            is_given = true;
-            return 1;
-        });
+    const int status = device_call("VemraPKICryptoGetSerialNumber(" + handle.name() + ", null)",
+                                   handle, [&](const model_device&) {
+                                       is_given = true;
+                                       return 1;
+                                   });
     if (is_given) release("VemraPKICryptoFreeMemory", "serial");
     serial = is_given && status == 1 ? handle.device()->serial : std::string();
     return status;
@@ -216,18 +248,19 @@ int model_devices::get_type(const model_handle& handle) {
     const effect now = enter("VemraPKICryptoGetType(" + handle.name() + ")");
     if (now.fails) last_error = now.code;
     leave();
-    return now.works && !now.fails ? handle.device()->type : -1;
+    if (!now.works || now.fails) return -1;
+    if (handle.device()->is_plugged) return handle.device()->type;
+    last_error = removed;
+    return -1;
 }
 
 int model_devices::verify(const model_handle& handle, const std::string& given, int& retries) {
-    return status_call("VemraPKICryptoVerifyPwd(" + handle.name() + ", 1, \"" + given + "\", 0)",
-                       [&] {
-                           if (handle.device() == nullptr) return bad_handle;
-                           model_device& device = *handle.device();
+    return device_call("VemraPKICryptoVerifyPwd(" + handle.name() + ", 1, \"" + given + "\", 0)",
+                       handle, [&](model_device& device) {
                            device.is_logged_in = given == password && device.retries > 0;
                            if (device.retries == 0) return locked;
                            if (device.is_logged_in) {
-                               device.retries = 5;
+                               device.retries = most_retries;
                                return 1;
                            }
                            retries = --device.retries;
@@ -347,6 +380,7 @@ std::string model_devices::failure_text(int code) {
                                                   {wrong_password, "wrong password"},
                                                   {17, "scripted failure"},
                                                   {locked, "locked"},
+                                                  {removed, "removed"},
                                                   {buffer_too_small, "buffer too small"}};
     enter("VemraPKIGetErrorMsg(" + std::to_string(code) + ")");
     leave();

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "sweep/model/model_devices.h"
+#include "model/model_devices.h"
 
 /** One device as the device layer uses it: what is asked, in which order, and what is put back. */
 class model_object {

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "sweep/model/model_devices.h"
-#include "sweep/stamp_library.h"
+#include "model/model_devices.h"
+#include "model/stamp_library.h"
 
 /** What every exported function does around its work: the trace, the last status, the exit. */
 class model_frame {

@@ -38,6 +38,7 @@ struct seen_call {
 struct new_stamp {
     std::string name;
     std::string data;
+    int type = 1;
 };
 
 /** Which stamps a list is meant to hold; all of them unless told otherwise. */

@@ -1,9 +1,11 @@
-#include "sweep/model/model_handle.h"
+#include "model/model_handle.h"
 
-#include "sweep/model/model_devices.h"
+#include <utility>
 
-model_handle::model_handle(model_devices& library, model_device* device)
-    : library_(library), device_(device) {
+#include "model/model_devices.h"
+
+model_handle::model_handle(model_devices& library, std::shared_ptr<model_device> device)
+    : library_(library), device_(std::move(device)) {
     if (device_ != nullptr) ++library_.live_handles;
 }
 

@@ -6,30 +6,32 @@
 #include <string>
 #include <vector>
 
-#include "sweep/model/model_handle.h"
-#include "sweep/model/model_memory.h"
+#include "model/model_handle.h"
+#include "model/model_memory.h"
 
-/* What devices must be asked and what they answer, told once more for the sweeps. */
+/* What devices must be asked and what they answer, told once more for the tests. */
 
 /** What happens at the planned call of the device library. */
 enum class disturbance {
     none,
-    refused,           // It does nothing and tells a code.
-    refused_for_good,  // So does every later call.
-    answer_lost,       // It does its work and tells a code all the same.
-    hollow,            // It does nothing and tells success: no handle, no output.
-    thrown,            // It does nothing and throws; but calls that release do not.
-    thrown_for_good,   // So does every later call.
-    thrown_number,     // It throws what is no std::exception.
-    visited,           // Somebody else does something first.
-    cut_before,        // The process ends before the work.
-    cut_after          // The process ends after it.
+    refused,        // It does nothing and tells a code.
+    answer_lost,    // It does its work and tells a code all the same.
+    hollow,         // It does nothing and tells success: no handle, no output.
+    thrown,         // It does nothing and throws; but calls that release do not.
+    thrown_number,  // It throws what is no std::exception.
+    visited,        // Somebody else does something first.
+    cut_before,     // The process ends before the work.
+    cut_after       // The process ends after it.
 };
 
 struct planned_disturbance {
     int nth = 0;  // Counted from 1; 0: never.
     disturbance what = disturbance::none;
     int code = 17;
+    /** So it happens at every later call too. */
+    bool is_lasting = false;
+    /** The only function whose calls count and are met; empty: any. */
+    std::string function = {};
 };
 
 /** Where the model's process ends. */
@@ -41,6 +43,8 @@ public:
     static constexpr int no_such_slot = -7;
 
     std::vector<std::shared_ptr<model_device>> attached;
+    /** Pulled out: their handles stay, and answer every call with `removed`. */
+    std::vector<std::shared_ptr<model_device>> pulled;
     std::string password = "12345678";
     planned_disturbance plan;
     model_memory memory;
@@ -55,6 +59,10 @@ public:
     bool has_struck() const { return has_struck_; }
     /** Forgets the calls and plans anew. */
     void plan_next(const planned_disturbance& next);
+
+    void unplug(const std::string& label);
+    /** It comes back behind the others, logged out; handles from before stay dead. */
+    void replug(const std::string& label);
 
     bool list_devices();
     int device_count();
@@ -93,12 +101,14 @@ private:
     effect enter(const std::string& line);
     effect ask(const std::string& line);
     effect note(const std::string& line);
-    bool is_due() const;
+    bool is_due(const std::string& line);
     void leave();
     template <typename Work>
     int answer(const effect& now, Work work);
     template <typename Work>
     int status_call(const std::string& line, Work work);
+    template <typename Work>
+    int device_call(const std::string& line, const model_handle& handle, Work work);
     template <typename Work>
     int slot_call(const std::string& line, const model_handle& handle, bool writes, Work work);
 

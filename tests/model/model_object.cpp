@@ -1,4 +1,4 @@
-#include "sweep/model/model_object.h"
+#include "model/model_object.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "sweep/model/model_holdings.h"
+#include "model/model_holdings.h"
 
 #include "support/hex_text.h"
 

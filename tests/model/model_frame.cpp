@@ -1,4 +1,4 @@
-#include "sweep/model/model_frame.h"
+#include "model/model_frame.h"
 
 #include "support/expected_trace.h"
 

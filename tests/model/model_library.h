@@ -5,11 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "sweep/model/model_devices.h"
-#include "sweep/model/model_frame.h"
-#include "sweep/model/model_holdings.h"
-#include "sweep/model/model_object.h"
-#include "sweep/stamp_library.h"
+#include "model/model_devices.h"
+#include "model/model_frame.h"
+#include "model/model_holdings.h"
+#include "model/model_object.h"
+#include "model/reference_mapping.h"
+#include "model/stamp_library.h"
 
 /** The documented behaviour, straight down the page, over the model's devices. */
 class model_library : public stamp_library, private model_frame {
@@ -29,13 +30,18 @@ public:
     /** Takes a listed stamp and its set as the caller's. */
     void hold(const seen_stamp& stamp, unsigned int count) { holdings_.hold(stamp, count); }
 
+    /** Asks for the owner of any stamp that was ever listed. */
+    seen_call own_device_of(const std::string& uuid);
+    /** Of all stamps that were ever listed and remembered, in order. */
+    std::vector<std::string> known_uuids() const;
+
     /** Blocks of memory that the library keeps. */
     long kept_blocks() const;
 
 private:
     using handle_ptr = std::shared_ptr<model_handle>;
     using handles = std::vector<handle_ptr>;
-    using mapping = std::map<unsigned int, std::string>;
+    using mapping = reference_mapping::mapping;
     struct place {
         handle_ptr owner;
         int slot;
@@ -48,6 +54,8 @@ private:
     void list_device(const handle_ptr& handle, const wanted_stamps& wanted);
     void list_entry(const handle_ptr& handle, int slot, const std::string& name);
     std::string uuid_of(model_handle& handle, int slot);
+    /** The place of a known uuid; null and a line where there is none. */
+    const place* find(const std::string& uuid);
     void verify(model_handle& handle, const char* password);
 
     model_object object(model_handle& handle) { return {devices_, handle}; }
@@ -60,6 +68,6 @@ private:
     model_devices& devices_;
     std::map<std::string, place> known_;
     /** Of the stamps of the last list. */
-    handles owners_;
+    std::vector<std::string> listed_;
     model_holdings holdings_{*this, devices_.memory};
 };

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "sweep/model/model_frame.h"
-#include "sweep/model/model_memory.h"
+#include "model/model_frame.h"
+#include "model/model_memory.h"
 
 /** The functions that reach no device, on what a caller holds: a set, its last stamp, its uuid. */
 class model_holdings {
