@@ -28,17 +28,20 @@ void _list(const std::string& name) {
     }
 }
 
+// Of a damaged slot people want what is left. They are told that it is no more than that.
 void _dump(const slot_options& options) {
     named_token token(options.name);
-    std::optional<int> length = token.slots.length(options.slot);
-    if (!length) {
+    std::optional<stored_slot> slot = token.slots.stored(options.slot);
+    if (!slot) {
         throw command_failure(exit_failed, "no slot " + std::to_string(options.slot) +
                                                ": see \"vemra-softtoken slots " + options.name +
                                                "\"");
     }
-    std::string bytes(static_cast<std::size_t>(*length), '\0');
-    token.slots.read(options.slot, reinterpret_cast<unsigned char*>(bytes.data()), *length);
-    write_private_file(options.file, bytes);
+    write_private_file(options.file, slot->bytes);
+    if (slot->damage.empty()) return;
+    throw command_failure(exit_failed, "slot " + std::to_string(options.slot) +
+                                           " is damaged: " + slot->damage + "; " + options.file +
+                                           " has the bytes that lie there now");
 }
 
 void _load(const slot_options& options) {

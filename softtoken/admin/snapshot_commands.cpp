@@ -61,20 +61,28 @@ void _snapshot(const snapshot_options& options) {
     }
 }
 
-// A database of its own in the draft, found sound, with the snapshot's bytes.
-std::string _take_in(const snapshot_options& options, const token_draft& made) {
+struct taken_in {
+    std::string uid;
+    findings damage;
+};
+
+// A database of its own in the draft, with the snapshot's bytes. What was damaged when the snapshot
+// was taken is as it was; the whole has to be sound.
+taken_in _take_in(const snapshot_options& options, const token_draft& made) {
     std::string path = database_path(made.path());
     _make_new_file(path);
     fs::copy_file(options.file, path, fs::copy_options::overwrite_existing);
     fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write);
     token_database database(path);
-    if (findings found = check_database(database, options.name); !found.empty()) {
-        throw command_failure(
-            exit_failed, options.file + " is damaged, nothing was changed: " + found.front().what);
+    findings found = check_database(database, options.name);
+    for (const finding& each : found) {
+        if (!each.is_of_all) continue;
+        throw command_failure(exit_failed,
+                              options.file + " is damaged, nothing was changed: " + each.what);
     }
     database.connection().execute("PRAGMA journal_mode=WAL");
     transaction(database).commit();
-    return database.info().uid;
+    return {database.info().uid, found};
 }
 
 // The identity of the token in a directory; empty when the token is damaged or not there.
@@ -140,6 +148,21 @@ void _require_snapshot(const std::string& path) {
                           path + " is a token in use and no snapshot: make one with \"snapshot\"");
 }
 
+// A directory in the link's place would hide the token that the link leads to.
+void _require_no_link(const std::string& place) {
+    if (!fs::is_symlink(place)) return;
+    throw command_failure(exit_failed, place +
+                                           " is a link: restore where it leads, with "
+                                           "VEMRA_SOFTTOKEN_DIR, or remove the link first");
+}
+
+void _tell_of_damage(const snapshot_options& options, const findings& damage) {
+    for (const finding& each : damage)
+        std::fprintf(stderr, "vemra-softtoken: %s: as in the snapshot: %s: %s\n",
+                     options.name.c_str(), printable(each.what).c_str(),
+                     printable(each.advice).c_str());
+}
+
 // A damaged token is kept, since something may still be saved from it: the draft has the name that
 // it is kept under, so that it has that name from the moment of the exchange on.
 void _restore(const snapshot_options& options) {
@@ -148,20 +171,22 @@ void _restore(const snapshot_options& options) {
     std::string root = root_directory();
     std::string place = root + "/" + options.name;
     make_root(root);
+    _require_no_link(place);
     bool present = fs::exists(place);
     if (present) require_own_token(place);
     bool damaged = present && _identity_in(place).empty();
     token_draft made(root,
                      damaged ? hidden_name_of_damaged(options.name) : hidden_name(options.name));
-    std::string uid = _take_in(options, made);
-    _require_own_place(place, uid);
-    _require_no_twin(options.name, uid);
+    taken_in taken = _take_in(options, made);
+    _require_own_place(place, taken.uid);
+    _require_no_twin(options.name, taken.uid);
     _sync_file(database_path(made.path()));
     std::optional<directory_lock> replaced;
-    if (present && !fs::is_symlink(place)) replaced.emplace(place);
+    if (present) replaced.emplace(place);
     if (!present || find_plug(plug_path(place))) plug_in(made.path());
     if (present) give_to_owner_of(database_path(place), made.descriptor());
     _put_in_place(made, place);
+    _tell_of_damage(options, taken.damage);
     if (!damaged) return;
     made.keep();
     std::printf("%s: the damaged token was kept in %s\n", options.name.c_str(),

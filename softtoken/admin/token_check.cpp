@@ -17,6 +17,10 @@ namespace vemra::softtoken::admin {
 
 namespace {
 
+std::string _bring_back_or_make_anew(const std::string& name) {
+    return "bring it back with \"restore " + name + " FILE\", or make it anew";
+}
+
 std::string _bring_back(const std::string& name) {
     return "bring it back with \"restore " + name +
            " FILE\", or save its slots with \"dump\" and "
@@ -25,11 +29,11 @@ std::string _bring_back(const std::string& name) {
 
 // Each row of the answer is a finding.
 void _ask(token_database& database, const std::string& sql, const std::string& advice,
-          findings& found) {
+          findings& found, bool is_of_all = false) {
     sqlite_statement statement(database.connection(), sql.c_str());
     sqlite_query query(statement);
     while (query.step()) {
-        if (query.text(0) != "ok") found.push_back({query.text(0), advice});
+        if (query.text(0) != "ok") found.push_back({query.text(0), advice, is_of_all});
     }
 }
 
@@ -110,22 +114,22 @@ void _check_files(const std::string& directory, findings& found) {
 
 // Only damage is a reason to bring a token back: one that is in use, or lies where nothing can be
 // written or read at this moment, may be sound.
-std::string _advice_for(const failure& error, const std::string& name) {
+std::string _advice_for(const failure& error, const std::string& for_damage) {
     switch (error.code()) {
         case error_code::busy:
             return "the token is in use: check it again when the other program is done";
         case error_code::damaged:
-            return _bring_back(name);
+            return for_damage;
         default:
             return "that is no damage of the token: mend it, and check again";
     }
 }
 
-finding _finding_of(const failure& error, const std::string& name) {
+finding _finding_of(const failure& error, const std::string& for_damage) {
     if (dynamic_cast<const unknown_format*>(&error) != nullptr) {
-        return {error.what(), "check it with the software that made it"};
+        return {error.what(), "check it with the software that made it", true};
     }
-    return {error.what(), _advice_for(error, name)};
+    return {error.what(), _advice_for(error, for_damage), true};
 }
 
 }  // namespace
@@ -133,17 +137,17 @@ finding _finding_of(const failure& error, const std::string& name) {
 findings check_database(token_database& database, const std::string& name) {
     findings found;
     try {
-        _ask(database, "PRAGMA integrity_check", _bring_back(name), found);
+        _ask(database, "PRAGMA integrity_check", _bring_back(name), found, true);
         _ask(database, "SELECT 'row without parent in ' || \"table\" FROM pragma_foreign_key_check",
-             _bring_back(name), found);
+             _bring_back(name), found, true);
         _ask(database, "SELECT 'token rows: ' || count(*) FROM token HAVING count(*) <> 1",
-             _bring_back(name), found);
+             _bring_back(name), found, true);
         _check_password(database, name, found);
         _check_slots(database, name, found);
         _check_keys(database, name, found);
         database.info();
     } catch (const failure& error) {
-        found.push_back(_finding_of(error, name));
+        found.push_back(_finding_of(error, _bring_back(name)));
     }
     return found;
 }
@@ -157,10 +161,11 @@ findings check_token(const std::string& directory, const std::string& name) {
             token_database database(path);
             found = check_database(database, name);
         } else {
-            found.push_back({path + ": No such file or directory", _bring_back(name)});
+            found.push_back({path + ": No such file or directory", _bring_back_or_make_anew(name)});
         }
     } catch (const failure& error) {
-        found.push_back(_finding_of(error, name));
+        // Nothing opens it, so no slot can be saved from it.
+        found.push_back(_finding_of(error, _bring_back_or_make_anew(name)));
     }
     try {
         read_faults(directory);

@@ -12,6 +12,7 @@ namespace vemra::softtoken::admin {
 struct finding {
     std::string what;
     std::string advice;
+    bool is_of_all = false; /* not of one slot, certificate or password: nothing can be relied on */
 };
 using findings = std::vector<finding>;
 

@@ -92,6 +92,18 @@ int slot_table::read(int id, unsigned char* buffer, int buffer_size) {
     return length;
 }
 
+std::optional<stored_slot> slot_table::stored(int id) {
+    sqlite_query row(row_);
+    if (!row.bind(1, id).step()) return std::nullopt;
+    stored_slot found{{}, damage_of(row)};
+    if (std::optional<std::string_view> bytes = _bytes_of(row)) {
+        found.bytes = *bytes;
+    } else if (found.damage.empty()) {
+        found.bytes.resize(static_cast<std::size_t>(row.integer(length_column)));
+    }
+    return found;
+}
+
 void slot_table::require_room(int id, int size, const token_limits& limits) {
     if (size > limits.slot_size) {
         throw failure(error_code::slot_too_large, "a slot of " + _bytes(size) +

@@ -28,6 +28,12 @@ struct damaged_slot {
     std::string what;
 };
 
+/* What lies in a slot, sound or not. */
+struct stored_slot {
+    std::string bytes;
+    std::string damage; /* what is wrong with it; empty for a sound one */
+};
+
 /*
  * The caller holds a transaction around each change. With each slot its sum is stored; a slot whose
  * sum is wrong can be deleted, made and written like any other, but not read. Tokens of format 1
@@ -46,6 +52,8 @@ public:
      * buffer_too_small, or damaged for a wrong sum.
      */
     int read(int id, unsigned char* buffer, int buffer_size);
+    /* Nothing when there is no such slot. Throws for no damage of the slot's. */
+    std::optional<stored_slot> stored(int id);
     /* Throw what create and write would throw; nothing is changed. */
     void require_creatable(int id, int size, const token_limits& limits);
     void require_length(int id, int length);

@@ -3,6 +3,7 @@
 import os
 import pathlib
 import shutil
+import subprocess
 import tempfile
 import unittest
 
@@ -89,6 +90,54 @@ class AdminToolDurability(unittest.TestCase):
     def test_faults_are_synchronised(self):
         self.expect_durable("fault", "add", "one", "ReadData return=-5", synchronised={"tokens/one"})
         self.expect_durable("fault", "clear", "one", synchronised={"tokens/one"})
+
+
+class KilledRestore(unittest.TestCase):
+    """A token that holds "before", and a snapshot in which it holds "after"."""
+
+    CHANGES = "pwrite64,ftruncate,fsync,fdatasync,mkdir,mkdirat,renameat2,unlink,unlinkat,rmdir,copy_file_range,sendfile"
+
+    setUp = AdminToolDurability.setUp
+
+    def run_tool(self, *arguments):
+        return subprocess.run([TOOL, *map(str, arguments)], env=self.environment, capture_output=True, text=True,
+                              check=False)
+
+    def load(self, text):
+        (self.folder / "bytes").write_text(text)
+        self.assertEqual(self.run_tool("load", "one", "8130", self.folder / "bytes").returncode, 0)
+
+    def held(self):
+        done = self.run_tool("dump", "one", "8130", self.folder / "held")
+        self.assertEqual(done.returncode, 0, done.stderr)
+        return (self.folder / "held").read_text()
+
+    def restore_killed_at(self, number):
+        """At its so many-th call that changes something on the disk; False when it has not so many."""
+        record = self.folder / "trace"
+        done = subprocess.run(["strace", "-f", "-o", record, "-e", "trace=" + self.CHANGES, "-e",
+                               f"inject={self.CHANGES}:signal=SIGKILL:when={number}", TOOL, "restore", "one",
+                               self.folder / "snapshot"], env=self.environment, capture_output=True, check=False)
+        return done.returncode != 0
+
+    def test_leaves_the_token_of_before_or_after_and_no_other(self):
+        self.load("after")
+        self.assertEqual(self.run_tool("snapshot", "one", self.folder / "snapshot").returncode, 0)
+        seen, number = [], 1
+        while True:
+            self.load("before")
+            was_killed = self.restore_killed_at(number)
+            seen.append(self.held())
+            cleared = self.run_tool("fsck", "--clear")
+            self.assertEqual(cleared.returncode, 0, cleared.stdout)
+            self.assertEqual(os.listdir(self.folder / "tokens"), ["one"])
+            self.assertEqual(self.run_tool("fsck").stdout, "one: sound\n")
+            if not was_killed:
+                break
+            number += 1
+        self.assertEqual(seen, sorted(seen, reverse=True))
+        self.assertEqual({seen[0], seen[-2], seen[-1]}, {"before", "after"})
+        self.assertGreater(seen.count("before"), 5)
 
 
 class FollowedDisk(unittest.TestCase):

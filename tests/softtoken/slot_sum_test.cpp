@@ -174,7 +174,7 @@ TEST_F(softtoken_slot_sum, loaded_bytes_are_checked_like_written_ones) {
     EXPECT_EQ(slot_bytes(device(), 8130), "failed: -123");
 }
 
-TEST_F(softtoken_slot_sum, damaged_slot_is_named_by_fsck_and_not_dumped) {
+TEST_F(softtoken_slot_sum, damaged_slot_is_named_by_fsck_and_dumped_as_it_lies_there) {
     change("UPDATE slot SET bytes = zeroblob(length) WHERE id = 8131");
     EXPECT_EQ(run_tool("fsck").output,
               "one: slot 8131: not what was stored there (wrong sum): give it other bytes with "
@@ -183,13 +183,19 @@ TEST_F(softtoken_slot_sum, damaged_slot_is_named_by_fsck_and_not_dumped) {
               "vemra-softtoken: not all is sound: see the lines above\n");
     program_result result = run_tool("dump one 8131 " + file());
     EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.output.find("slot 8131: not what was stored there (wrong sum)"),
-              std::string::npos)
-        << result.output;
-    EXPECT_FALSE(std::filesystem::exists(file()));
+    EXPECT_EQ(result.output,
+              "vemra-softtoken: slot 8131 is damaged: not what was stored there (wrong sum); " +
+                  file() + " has the bytes that lie there now\n");
+    EXPECT_EQ(file_bytes(file()), std::string(bytes_of(8131).size(), '\0'));
+    change("UPDATE slot SET length = -1, bytes = CAST('left' AS BLOB) WHERE id = 8131");
+    EXPECT_EQ(run_tool("dump one 8131 " + file()).status, 1);
+    EXPECT_EQ(file_bytes(file()), "left");
+    change("UPDATE slot SET length = 2000000000, bytes = NULL WHERE id = 8131");
+    EXPECT_EQ(run_tool("dump one 8131 " + file()).status, 1);
+    EXPECT_EQ(file_bytes(file()), "");
 }
 
-TEST_F(softtoken_slot_sum, restored_slots_are_checked_and_a_damaged_snapshot_changes_nothing) {
+TEST_F(softtoken_slot_sum, restored_slots_are_checked_and_damage_comes_back_and_is_told) {
     ASSERT_EQ(run_tool("snapshot one " + file()).status, 0);
     ASSERT_EQ(run_tool("restore one " + file()).status, 0);
     EXPECT_EQ(slot_bytes(device(), 8132), bytes_of(8132));
@@ -197,7 +203,14 @@ TEST_F(softtoken_slot_sum, restored_slots_are_checked_and_a_damaged_snapshot_cha
     EXPECT_EQ(slot_bytes(device(), 8132), "failed: -123");
     token_database(file()).connection().execute("UPDATE slot SET bytes = zeroblob(length)");
     program_result result = run_tool("restore one " + file());
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(result.output.find("is damaged, nothing was changed: slot 8130"), std::string::npos)
-        << result.output;
+    EXPECT_EQ(result.status, 0);
+    for (const char* slot : {"8130", "8131", "8132"})
+        EXPECT_NE(result.output.find("vemra-softtoken: one: as in the snapshot: slot " +
+                                     std::string(slot) +
+                                     ": not what was stored there (wrong sum): give it other"),
+                  std::string::npos)
+            << result.output;
+    EXPECT_EQ(slot_bytes(device(), 8130), "failed: -123");
+    EXPECT_EQ(run_tool("dump one 8130 " + file() + "2").status, 1);
+    EXPECT_EQ(file_bytes(file() + "2"), std::string(bytes_of(8130).size(), '\0'));
 }

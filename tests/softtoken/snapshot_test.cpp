@@ -106,10 +106,11 @@ TEST_F(softtoken_snapshot, snapshot_that_the_disk_does_not_take_leaves_no_file) 
 
 TEST_F(softtoken_snapshot, damaged_snapshot_changes_nothing) {
     ASSERT_EQ(run_tool("snapshot one " + file()).status, 0);
-    vemra::softtoken::token_database(file()).connection().execute("UPDATE slot SET length = 9");
+    vemra::softtoken::token_database(file()).connection().execute("DELETE FROM token");
     program_result result = run_tool("restore one " + file());
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(has(result.output, "is damaged, nothing was changed: slot 8130")) << result.output;
+    EXPECT_TRUE(has(result.output, "is damaged, nothing was changed: token rows: 0"))
+        << result.output;
     EXPECT_EQ(write_slot(device(), 8130, "other"), 1);
     EXPECT_EQ(entries_of(root()), (std::set<std::string>{".file", "one"}));
 }
@@ -139,6 +140,19 @@ TEST_F(softtoken_snapshot, damaged_token_comes_back_and_its_files_are_kept) {
     EXPECT_EQ(file_bytes(kept + "/token.db"), "what is left of it");
     run_tool("attach one");
     EXPECT_EQ(slot_bytes(device(), 8130), "bytes");
+}
+
+TEST_F(softtoken_snapshot, link_in_the_tokens_place_is_left_alone) {
+    ASSERT_EQ(run_tool("snapshot one " + file()).status, 0);
+    std::string elsewhere = root() + "/.elsewhere";
+    std::filesystem::rename(directory("one"), elsewhere);
+    std::filesystem::create_directory_symlink(elsewhere, directory("one"));
+    program_result result = run_tool("restore one " + file());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(has(result.output, directory("one") + " is a link: restore where it leads"))
+        << result.output;
+    EXPECT_TRUE(std::filesystem::is_symlink(directory("one")));
+    EXPECT_EQ(entries_of(root()), (std::set<std::string>{".elsewhere", ".file", "one"}));
 }
 
 TEST_F(softtoken_snapshot, second_copy_beside_the_token_is_refused) {
