@@ -2,6 +2,7 @@
 it."""
 
 import hashlib
+import json
 
 from tool_case import COMPANY, NAME_SEAL, ToolCase
 
@@ -41,10 +42,12 @@ class Damage(ToolCase):
             folder.rmdir()
 
     def repair(self):
-        """Whatever stood there, one repair puts the device in order."""
+        """Whatever stood there, one repair leaves nothing but pictures that never came."""
         if self.run_tool("check").returncode != 0:
-            self.change(0, "check", "--repair", "--yes")
-        self.expect(0, "check")
+            self.run_tool("check", "--repair", "--yes", "--password-file", self.password_file)
+        device, = json.loads(self.run_tool("--json", "check").stdout)["result"]["devices"]
+        for finding in device["findings"]:
+            self.assertIn("all its bytes are zero", finding["text"])
 
     def sweep(self, cuts, *command):
         cut_runs = 0
@@ -64,6 +67,7 @@ class Damage(ToolCase):
         for folder in self.recovery_folders():
             self.change(0, "restore", "--replace", folder)
             self.assertIn(digest(NAME_SEAL), self.stamps().values())
+            self.expect(0, "check")
 
     def test_appends(self):
         self.sweep(CUTS, "append", "--any-data", "--name", "New", self.password_file)

@@ -52,6 +52,18 @@ class DamagedPicture(TornUpdate):
                         ("export", "--all", self.folder / "all")):
             self.assertIn(warning, self.expect(0, *command).stderr, command)
 
+    def test_a_slot_that_was_made_and_not_written_is_damaged(self):
+        self.raw_slot("write", 8130, bytes(len(NAME_SEAL.read_bytes())))
+        self.assertIn(b"the picture in slot 8130 is damaged: all its bytes are zero\n",
+                      self.expect(1, "check").stdout)
+        self.assertIn(b"application/octet-stream, damaged", self.expect(0, "list").stdout)
+
+    def test_zero_bytes_are_taken_as_any_data_alone(self):
+        blank = self.write("blank", bytes(1000))
+        self.assertIn(b"all its bytes are zero; --any-data stores it",
+                      self.change(2, "append", "--name", "Blank", blank).stderr)
+        self.change(0, "append", "--any-data", "--name", "Blank", blank)
+
 
 class Bombs(ToolCase):
     def test_append_and_list_take_a_moment(self):

@@ -1,4 +1,4 @@
-/** Whether a file's own format shows it to be damaged or cut. No pixel is decoded. */
+/** Whether a file is seen to be damaged or cut, mostly by its own format. No pixel is decoded. */
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@ namespace vemra::tool {
 
 /**
  * What is wrong, in words that follow "damaged: "; empty for a sound file, and for media types
- * whose format is not known here.
+ * whose format is not known here unless all bytes are zero.
  */
 std::string find_damage(const std::string& media_type, std::string_view bytes);
 

@@ -118,8 +118,8 @@ picture look_at(const std::string& bytes) {
     seen.media_type = _media_type(bytes);
     if (seen.media_type == "image/png") {
         _read_png(bytes, seen);
-    } else if (seen.is_image()) {
-        _read_described_size(bytes, seen);
+    } else {
+        if (seen.is_image()) _read_described_size(bytes, seen);
         seen.damage = find_damage(seen.media_type, bytes);
     }
     // These formats have no transparency at all.

@@ -20,7 +20,7 @@ struct picture {
     std::optional<double> y_resolution;
     /** Unknown for most formats, and for a PNG file that is too large to be decoded for it. */
     transparency transparent = transparency::unknown;
-    /** What its own format shows to be damaged or cut, to follow "damaged: "; empty for nothing. */
+    /** What shows it to be damaged or cut, to follow "damaged: "; empty for nothing. */
     std::string damage;
 
     bool is_damaged() const { return !damage.empty(); }
