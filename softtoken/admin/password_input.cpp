@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "admin/arguments.h"
+#include "command_line/open_descriptor.h"
 #include "command_line/text.h"
 
 namespace vemra::softtoken::admin {
@@ -23,6 +24,7 @@ void password_input::add_to(CLI::App& command) {
         command.add_option(option + "fd", source_.descriptor,
                            "Take the " + what_ + " from the first line of this open descriptor");
     descriptor->check(CLI::NonNegativeNumber);
+    descriptor->check(open_descriptor());
     file->excludes(descriptor);
 }
 

@@ -53,6 +53,21 @@ TEST_F(softtoken_admin, empty_password_is_refused) {
     EXPECT_FALSE(std::filesystem::exists(directory("one")));
 }
 
+TEST_F(softtoken_admin, descriptor_that_was_not_given_is_refused_whatever_has_its_number) {
+    create("one");
+    for (const char* number : {"3", "4", "5", "6"}) {
+        const std::string shut = std::string(number) + "<&-";
+        for (const char* option : {"--password-fd ", "--new-password-fd "}) {
+            program_result result = run(std::string(SOFTTOKEN_TOOL " change-password one ") +
+                                        option + number + " " + shut + " < /dev/null");
+            EXPECT_EQ(result.status, 2);
+            EXPECT_NE(result.output.find(std::string("descriptor ") + number + " is not open"),
+                      std::string::npos)
+                << result.output;
+        }
+    }
+}
+
 TEST_F(softtoken_admin, name_that_is_taken_is_refused_before_a_password_is_asked) {
     create("one");
     program_result result = run("setsid -w " SOFTTOKEN_TOOL " create one < /dev/null");

@@ -58,7 +58,11 @@ class Password(ToolCase):
         for content in ("", "\n", b"a\0b", "x" * 1025):
             self.expect(2, "verify-password", "--password-file", self.write("bad", content, 0o600))
         self.expect(2, "verify-password", "--password-file", self.folder / "missing")
-        self.expect(2, "verify-password", "--password-fd", "99")
+
+    def test_a_descriptor_that_was_not_given_is_refused_whatever_has_its_number(self):
+        for number in range(3, 12):
+            done = self.expect(2, "verify-password", "--password-fd", number)
+            self.assertIn(f"descriptor {number} is not open".encode(), done.stderr)
 
     def test_a_line_of_windows_costs_no_attempt(self):
         for content in (PASSWORD + "\r\n", PASSWORD + "\r"):

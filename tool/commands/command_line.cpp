@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "command_line/open_descriptor.h"
 #include "commands/commands.h"
 #include "commands/number_check.h"
 
@@ -34,6 +35,7 @@ void _add_common(CLI::App& program, common_options& options) {
     program.add_flag("--no-input", options.no_input, "Never ask on the terminal");
     program.add_option("--password-fd", options.password_fd, "Read the password from a descriptor")
         ->check(number_from_0())
+        ->check(open_descriptor())
         ->type_name("N");
     program.add_option("--password-file", options.password_file, "Read the password from a file")
         ->excludes("--password-fd")
