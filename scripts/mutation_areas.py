@@ -39,6 +39,8 @@ def run_test(command, cwd, environment):
     """The exit status and the lines that tell of single tests. A program that takes too long, or that
     leaves processes behind, is ended with all that it started."""
     with tempfile.TemporaryDirectory(prefix="mutate-", dir="/tmp") as scratch:
+        # Some tests let another user work in it.
+        Path(scratch).chmod(0o755)
         environment = {**os.environ, **environment, "TMPDIR": scratch, "TEST_TMPDIR": scratch + "/"}
         started = subprocess.Popen(["prlimit", f"--as={test_address_space}", *command], cwd=cwd,
                                    env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
