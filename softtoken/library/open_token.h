@@ -6,6 +6,7 @@
 #include <string>
 
 #include "store/fault_file.h"
+#include "store/held_files.h"
 #include "store/key_table.h"
 #include "store/password_table.h"
 #include "store/plug.h"
@@ -18,16 +19,22 @@ namespace vemra::softtoken {
 
 /* Used by one call at a time, in the process that opened it. */
 struct open_token {
-    /* Throws damaged for what is no token, and for faults that are none. */
+    /*
+     * Throws damaged for what is no token, and for faults that are none; storage_failed for another
+     * user's, and for one whose descriptors were taken away in this process.
+     */
     open_token(const std::string& directory_of_token, const plug& present)
         : directory(own(directory_of_token)),
           plugged(present),
           database(database_path(directory)),
           info(database.info()),
-          faults(read_faults(directory)) {}
+          faults(read_faults(directory)) {
+        files.find(database_path(directory));
+    }
 
     static const std::string& own(const std::string& directory_of_token) {
         require_own_token(directory_of_token);
+        held_files::require_not_given_up(database_path(directory_of_token));
         return directory_of_token;
     }
 
@@ -39,11 +46,16 @@ struct open_token {
     }
 
     /* True while the token stays plugged in as it was, in the process that opened it. */
-    bool usable(const plug& present) const { return plugged == present && process == getpid(); }
+    bool usable(const plug& present) const { return plugged == present && is_own(); }
+
+    /* False in a child of that process, and once the process has closed the database's descriptors.
+     */
+    bool is_own() const { return process == getpid() && files.are_untouched(); }
 
     pid_t process = getpid();
     std::string directory;
     plug plugged;
+    held_files files;
     token_database database;
     token_info info;
     fault_plan faults;

@@ -75,7 +75,11 @@ void token::settle(const std::string& directory, std::unique_ptr<open_token> ope
 
 void token::close() {
     // A connection that a parent process opened is left alone: closing it would disturb the parent.
-    if (open_ != nullptr && open_->process != getpid()) static_cast<void>(open_.release());
+    // So is one whose descriptors are other files now: closing it would close those.
+    if (open_ != nullptr && !open_->is_own()) {
+        if (open_->process == getpid()) held_files::give_up(database_path(open_->directory));
+        static_cast<void>(open_.release());
+    }
     open_.reset();
 }
 

@@ -89,7 +89,7 @@ token* token_registry::find(const std::string& directory) {
             return known ? place->second : meet(directory, *present);
         }
         if (identify(database_path(directory))) {
-            require_own_token(directory);
+            open_token::own(directory);
             require_plain_database(database_path(directory));
             token::with_room(nullptr, [&] { require_token_database(database_path(directory)); });
         }

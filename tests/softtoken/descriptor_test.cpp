@@ -6,7 +6,8 @@
 #include <string_view>
 #include <vector>
 
-#include "token_fixture.h"
+#include "one_token_test.h"
+#include "store/token_database.h"
 
 using namespace softtoken_test;
 
@@ -43,6 +44,88 @@ protected:
         return devices;
     }
 };
+
+class softtoken_closed_descriptors : public one_token_test {
+protected:
+    static constexpr int storage_failed = -122;
+    static constexpr int highest = 128;
+
+    static void close_all() {
+        for (int each = 3; each <= highest; ++each)
+            close(each);
+    }
+    std::string own_file() const { return root() + "/.own"; }
+    // The program's own files get the numbers that the token's had.
+    void close_all_and_open_own() const {
+        close_all();
+        for (int each = 3; each <= highest; ++each)
+            open(own_file().c_str(), O_RDWR | O_CREAT, 0600);
+    }
+    static bool all_are_open() {
+        bool all = true;
+        for (int each = 3; each <= highest; ++each)
+            all &= fcntl(each, F_GETFD) != -1;
+        return all;
+    }
+    static bool answers(int result, VEMRA_PKI_DEVICE_HANDLE_st* device) {
+        return slot_bytes(device, 8130) == "failed: " + std::to_string(result) &&
+               write_slot(device, 8130, "BYTES") == result && log_in(device) == result;
+    }
+};
+
+TEST_F(softtoken_closed_descriptors, files_that_get_their_numbers_are_neither_written_nor_closed) {
+    EXPECT_TRUE(in_child([this] {
+        device_owner device = device_at();
+        if (log_in(device.get()) != 1 || write_slot(device.get(), 8130, "BYTES") != 1) return false;
+        close_all_and_open_own();
+        if (!answers(storage_failed, device.get())) return false;
+        return in_child([] { return true; }) && all_are_open() && file_bytes(own_file()).empty();
+    }));
+    EXPECT_EQ(slot_bytes(device(), 8130), "BYTES");
+    EXPECT_EQ(run_tool("fsck").output, "one: sound\n");
+}
+
+TEST_F(softtoken_closed_descriptors,
+       token_that_lost_them_is_named_and_answers_in_that_process_no_more) {
+    EXPECT_TRUE(in_child([this] {
+        device_owner device = device_at();
+        if (log_in(device.get()) != 1) return false;
+        close_all();
+        testing::internal::CaptureStderr();
+        bool none = answers(storage_failed, device.get()) && attached_count() == 0;
+        std::string told = "vemra-softtoken: token skipped: " + directory("one") +
+                           "/token.db: this program has closed the descriptors under which it was "
+                           "open, and can use it no more\n";
+        none &= testing::internal::GetCapturedStderr() == told;
+        detach("one");
+        attach("one");
+        return none && attached_count() == 0 && in_child([] { return attached_count() == 0; });
+    }));
+    EXPECT_EQ(attached_count(), 1);
+}
+
+TEST_F(softtoken_closed_descriptors, child_that_closes_all_of_its_own_has_the_token_still) {
+    device_owner device = device_at();
+    ASSERT_EQ(log_in(device.get()), 1);
+    EXPECT_TRUE(in_child([&] {
+        close_all();
+        return log_in(device.get()) == 1 && write_slot(device.get(), 8130, "BYTES") == 1;
+    }));
+    EXPECT_EQ(slot_bytes(device.get(), 8130), "BYTES");
+}
+
+TEST_F(softtoken_closed_descriptors,
+       other_connections_of_the_program_to_the_database_are_its_own_matter) {
+    EXPECT_TRUE(in_child([this] {
+        auto own =
+            std::make_unique<vemra::softtoken::token_database>(directory("one") + "/token.db");
+        own->info();
+        device_owner device = device_at();
+        bool reads = slot_bytes(device.get(), 8130) == "bytes";
+        own.reset();
+        return reads && slot_bytes(device.get(), 8130) == "bytes";
+    }));
+}
 
 // An open token takes three descriptors.
 TEST_F(softtoken_descriptors, tokens_beyond_the_limit_are_all_listed_and_answer) {
