@@ -18,7 +18,7 @@ std::string content_of(const std::string& path) {
 
 void fill_token(const std::string& directory, const std::string& uid) {
     token_database database(database_path(directory));
-    const token_limits limits;
+    const personality limits;
     transaction change(database);
     // The same bytes in every run, so that an input always means the same file.
     database.connection().execute("UPDATE token SET uid = '" + uid +

@@ -140,7 +140,7 @@ private:
         slot_table slots(database.connection());
         slots.write(8130, "HELLO", 5);
         slots.create(8132, reinterpret_cast<const unsigned char*>(usual_attributes), 3,
-                     token_limits());
+                     personality());
         change.commit();
         return content_of(file + "-wal");
     }

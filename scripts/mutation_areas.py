@@ -204,9 +204,9 @@ def first_in_src(path, source):
 token_tests = {
     "admin/arguments": "admin_tool", "admin/elf_file": "exec", "admin/fault_commands": "fault_text fault",
     "admin/file_input": "raw_slot certificate_commands", "admin/file_output": "raw_slot snapshot",
-    "admin/limit_options": "profile admin_tool", "admin/loaded_library": "exec trace", "admin/main": "admin_tool",
+    "admin/behaviour_options": "profile_file profile", "admin/loaded_library": "exec trace", "admin/main": "admin_tool",
     "admin/password_commands": "admin_tool prompt", "admin/password_input": "prompt admin_tool",
-    "admin/program_file": "exec", "admin/slot_commands": "raw_slot", "admin/token_check": "fsck",
+    "admin/profile_commands": "profile profile_file", "admin/program_file": "exec", "admin/slot_commands": "raw_slot", "admin/token_check": "fsck",
     "admin/token_commands": "admin_tool owner", "admin/token_folder": "admin_tool",
     "library/call": "error fault", "library/call_trace": "trace", "library/device_functions": "enumeration lifetime",
     "library/digest": "hash", "library/fair_mutex": "fork process", "library/handles": "lifetime",
@@ -214,6 +214,8 @@ token_tests = {
     "library/open_token": "slot fault profile", "library/running_call": "fault trace",
     "library/slot_functions": "slot", "library/token": "slot password fault fork",
     "library/token_registry": "enumeration", "library/uncancelled": "cancel", "library/exports": "slot",
+    "personality/knob_kinds": "profile_file profile", "personality/knob_table": "profile profile_file",
+    "personality/profile_text": "profile_file", "store/behaviour_table": "profile profile_file storage",
     "store/attempt_note": "attempt", "store/certificate": "certificate certificate_commands",
     "store/descriptor_limit": "descriptor", "store/device_function": "fault_text",
     "store/durable_files": "storage", "store/failure": "error", "store/fault": "fault_text fault",
@@ -223,7 +225,7 @@ token_tests = {
     "store/password_hash": "password", "store/password_table": "password", "store/plug": "enumeration storage",
     "store/slot_table": "slot slot_sum profile", "store/sqlite_connection": "storage slot",
     "store/sqlite_statement": "storage slot", "store/token_database": "storage format_1 slot",
-    "store/token_files": "owner storage", "store/token_info": "profile", "store/token_owner": "owner",
+    "store/token_files": "owner storage", "store/token_format": "format_1 storage", "store/token_info": "profile", "store/token_owner": "owner",
 }
 # They wait for a busy token.
 waiting_token_tests = ["softtoken_attempt.busy_token_*", "softtoken_disk.token_in_use_is_told_by_fsck_as_such"]
@@ -233,7 +235,7 @@ timed_token_tests = ["softtoken_fairness.four_writing_*"]
 
 def programs_of_softtoken(build, source):
     return [googletest_program("softtoken_tests", "softtoken", waiting_token_tests, timed_token_tests),
-            *python_suites(build, r"^softtoken\.durability$")]
+            *python_suites(build, r"^softtoken\.(durability|profile_schema)$")]
 
 
 def first_in_softtoken(path, source):

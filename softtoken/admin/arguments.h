@@ -37,7 +37,7 @@ void add_token_name(CLI::App& command, std::string& name);
 void add_token_commands(CLI::App& program);
 void add_password_commands(CLI::App& program);
 void add_certificate_commands(CLI::App& program);
-void add_profile_command(CLI::App& program);
+void add_profile_commands(CLI::App& program);
 void add_fault_commands(CLI::App& program);
 void add_slot_commands(CLI::App& program);
 void add_snapshot_commands(CLI::App& program);

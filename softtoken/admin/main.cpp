@@ -24,7 +24,7 @@ int _run(int argc, char** argv) {
     add_token_commands(program);
     add_password_commands(program);
     add_certificate_commands(program);
-    add_profile_command(program);
+    add_profile_commands(program);
     add_fault_commands(program);
     add_slot_commands(program);
     add_snapshot_commands(program);

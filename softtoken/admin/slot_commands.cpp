@@ -46,7 +46,7 @@ void _dump(const slot_options& options) {
 
 void _load(const slot_options& options) {
     named_token token(options.name);
-    token_limits limits = token.database.info().limits;
+    const personality limits = token.database.info().behaviour;
     std::string bytes = read_file(options.file, limits.slot_size);
     transaction changing(token.database);
     token.slots.replace(options.slot, bytes, limits);

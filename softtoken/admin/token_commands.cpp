@@ -3,10 +3,11 @@
 #include <memory>
 
 #include "admin/arguments.h"
-#include "admin/limit_options.h"
+#include "admin/behaviour_options.h"
 #include "admin/password_input.h"
 #include "admin/token_folder.h"
 #include "command_line/text.h"
+#include "personality/profile_text.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/fault_file.h"
@@ -25,7 +26,7 @@ namespace {
 struct create_options {
     std::string name;
     new_token token;
-    limit_options limits;
+    behaviour_options behaviour;
     password_input password{"", "password of the new token"};
     bool detached = false;
 };
@@ -60,11 +61,7 @@ void _create(create_options& options) {
     _require_printable("serial number", info.serial_number);
     _require_printable("label", info.label);
     if (info.label.empty()) info.label = options.name;
-    token_profile profile;
-    options.limits.apply_to(profile);
-    info.limits = profile.limits;
-    info.login = profile.login;
-    options.token.retries = profile.retries;
+    options.behaviour.apply_to(info.behaviour);
     options.token.attached = !options.detached;
     require_free_name(root_directory(), options.name);
     _require_unique(info);
@@ -90,7 +87,7 @@ void _add_create(CLI::App& program) {
         ->capture_default_str()
         ->check(CLI::Range(0, 0x7fffffff));
     command->add_option("--label", info.label, "Label; the name by default");
-    options->limits.add_to(*command);
+    options->behaviour.add_to(*command);
     command
         ->add_option("--password-cost", options->token.password_cost,
                      "Base-2 logarithm of the password hash's work; lower only for tests")
@@ -130,6 +127,14 @@ void _list() {
     }
 }
 
+void _print_differences(const personality& behaviour) {
+    const auto differing = differences(behaviour);
+    std::printf("behaviour:      %s\n",
+                differing.empty() ? "as by default" : "differs from the default in");
+    for (const auto& [knob, value] : differing)
+        std::printf("  %s: %s\n", knob.c_str(), printable(value).c_str());
+}
+
 void _info(const std::string& name) {
     named_token token(name);
     moment one_state(token.database);
@@ -143,22 +148,24 @@ void _info(const std::string& name) {
     std::printf("type:           %d\n", info.type);
     std::printf("label:          %s\n", printable(info.label).c_str());
     std::printf("state:          %s\n", _state_of(token.directory));
-    std::printf("login scope:    %s\n", name_of(info.login));
+    std::printf("login scope:    %s\n", name_of(info.behaviour.login));
     std::printf("attempts left:  %d of %d%s\n", retries.left, retries.most,
                 retries.left == 0 ? " (locked)" : "");
     std::printf("slots:          %zu of %lld\n", slots.size(),
-                static_cast<long long>(info.limits.slots));
+                static_cast<long long>(info.behaviour.slots));
     std::printf("bytes:          %lld of %lld, at most %lld a slot\n", static_cast<long long>(used),
-                static_cast<long long>(info.limits.capacity),
-                static_cast<long long>(info.limits.slot_size));
-    std::printf("speed:          %lld microseconds a call, %s\n",
-                static_cast<long long>(info.limits.call_microseconds),
-                info.limits.bytes_per_second == 0
-                    ? "bytes at once"
-                    : (std::to_string(info.limits.bytes_per_second) + " bytes a second").c_str());
+                static_cast<long long>(info.behaviour.capacity),
+                static_cast<long long>(info.behaviour.slot_size));
+    std::printf(
+        "speed:          %lld microseconds a call, %s\n",
+        static_cast<long long>(info.behaviour.call_microseconds),
+        info.behaviour.bytes_per_second == 0
+            ? "bytes at once"
+            : (std::to_string(info.behaviour.bytes_per_second) + " bytes a second").c_str());
     std::printf("faults:         %zu\n", read_faults(token.directory).size());
     std::printf("key pairs:      %d\n", token.keys.keypair_count());
     std::printf("directory:      %s\n", printable(token.directory).c_str());
+    _print_differences(info.behaviour);
 }
 
 // What a link leads to may be used from elsewhere and is left as it is.

@@ -105,7 +105,7 @@ open_token& token::start(running_call& call) {
         fire_due_faults(call, *open);
         open = &opened();
     }
-    _pass(open->info.limits.call_microseconds);
+    _pass(open->info.behaviour.call_microseconds);
     return *open;
 }
 
@@ -160,13 +160,13 @@ int token::slot_length(running_call& call, int id) {
 int token::read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size) {
     return look(call, [&](open_token& open) {
         int length = open.slots.read(id, buffer, buffer_size);
-        _pass(open.info.limits.transfer_microseconds(length));
+        _pass(open.info.behaviour.transfer_microseconds(length));
         return length;
     });
 }
 
 login& token::login_of(const open_token& open, login& device_login) {
-    return open.info.login == login_scope::handle ? device_login : process_login_;
+    return open.info.behaviour.login == login_scope::handle ? device_login : process_login_;
 }
 
 void token::change_slots(running_call& call, login& device_login,
@@ -174,13 +174,13 @@ void token::change_slots(running_call& call, login& device_login,
                          const std::function<void(open_token&)>& change) {
     std::lock_guard<fair_mutex> lock(mutex_);
     open_token& open = start(call);
-    bool needs_login = open.info.login != login_scope::none;
+    bool needs_login = open.info.behaviour.login != login_scope::none;
     if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
         throw failure(error_code::not_logged_in);
     }
     // Bytes move before the change, during which others would have to wait; those of a call that
     // is refused never move.
-    if (std::int64_t moving = open.info.limits.transfer_microseconds(call.facts().size);
+    if (std::int64_t moving = open.info.behaviour.transfer_microseconds(call.facts().size);
         moving > 0) {
         require(open);
         _pass(moving);
@@ -196,8 +196,8 @@ void token::create_slot(running_call& call, login& device_login, int id,
                         const unsigned char* attributes, int size) {
     change_slots(
         call, device_login,
-        [&](open_token& open) { open.slots.require_creatable(id, size, open.info.limits); },
-        [&](open_token& open) { open.slots.create(id, attributes, size, open.info.limits); });
+        [&](open_token& open) { open.slots.require_creatable(id, size, open.info.behaviour); },
+        [&](open_token& open) { open.slots.create(id, attributes, size, open.info.behaviour); });
 }
 
 void token::write_slot(running_call& call, login& device_login, int id, const void* data,

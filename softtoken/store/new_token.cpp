@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "store/behaviour_table.h"
 #include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/plug.h"
@@ -70,12 +71,12 @@ void _insert_token(sqlite_connection& connection, const new_token& token) {
         .bind_text(2, info.serial_number)
         .bind(3, info.type)
         .bind_text(4, info.label)
-        .bind_text(5, name_of(info.login))
-        .bind(6, info.limits.capacity)
-        .bind(7, info.limits.slot_size)
-        .bind(8, info.limits.slots)
-        .bind(9, info.limits.call_microseconds)
-        .bind(10, info.limits.bytes_per_second)
+        .bind_text(5, name_of(info.behaviour.login))
+        .bind(6, info.behaviour.capacity)
+        .bind(7, info.behaviour.slot_size)
+        .bind(8, info.behaviour.slots)
+        .bind(9, info.behaviour.call_microseconds)
+        .bind(10, info.behaviour.bytes_per_second)
         .run();
 }
 
@@ -86,7 +87,7 @@ void _insert_password(sqlite_connection& connection, const new_token& token) {
         .bind(1, hash.cost)
         .bind_bytes(2, hash.salt.data(), hash.salt.size())
         .bind_bytes(3, hash.hash.data(), hash.hash.size())
-        .bind(4, token.retries)
+        .bind(4, token.info.behaviour.retries)
         .run();
 }
 
@@ -104,6 +105,7 @@ void _fill_database(const std::string& path, const new_token& token) {
     connection.execute(schema);
     _insert_token(connection, token);
     _insert_password(connection, token);
+    store_behaviour(connection, token.info.behaviour);
     connection.execute("COMMIT; PRAGMA journal_mode=WAL");
 }
 

@@ -13,7 +13,6 @@ struct new_token {
     token_info info; /* the uid is made here */
     std::string password;
     int password_cost = default_password_cost;
-    int retries = 10;
     bool attached = true;
 };
 

@@ -104,7 +104,7 @@ std::optional<stored_slot> slot_table::stored(int id) {
     return found;
 }
 
-void slot_table::require_room(int id, int size, const token_limits& limits) {
+void slot_table::require_room(int id, int size, const personality& limits) {
     if (size > limits.slot_size) {
         throw failure(error_code::slot_too_large, "a slot of " + _bytes(size) +
                                                       ": the token's slots have at most " +
@@ -124,7 +124,7 @@ void slot_table::require_room(int id, int size, const token_limits& limits) {
     }
 }
 
-void slot_table::require_creatable(int id, int size, const token_limits& limits) {
+void slot_table::require_creatable(int id, int size, const personality& limits) {
     if (length(id).value_or(0) != 0) throw failure(error_code::slot_exists);
     require_room(id, size, limits);
 }
@@ -134,7 +134,7 @@ void slot_table::require_length(int id, int length) {
 }
 
 void slot_table::create(int id, const unsigned char* attributes, int size,
-                        const token_limits& limits) {
+                        const personality& limits) {
     require_creatable(id, size, limits);
     // No bytes yet: the slot reads as zero bytes until it is written.
     std::string_view block(reinterpret_cast<const char*>(attributes), attribute_block_size);
@@ -167,7 +167,7 @@ std::string slot_table::attributes(int id) {
     return query.bind(1, id).step() ? query.text(0) : std::string();
 }
 
-void slot_table::replace(int id, const std::string& bytes, const token_limits& limits) {
+void slot_table::replace(int id, const std::string& bytes, const personality& limits) {
     std::string attributes = this->attributes(id);
     if (attributes.size() != attribute_block_size) attributes = usual_attributes;
     sqlite_query(remove_).bind(1, id).run();

@@ -55,19 +55,19 @@ public:
     /* Nothing when there is no such slot. Throws for no damage of the slot's. */
     std::optional<stored_slot> stored(int id);
     /* Throw what create and write would throw; nothing is changed. */
-    void require_creatable(int id, int size, const token_limits& limits);
+    void require_creatable(int id, int size, const personality& limits);
     void require_length(int id, int length);
     /*
      * Makes a slot of zero bytes. A slot of length 0 may be made anew with another size. Throws
      * slot_exists, slot_too_large, too_many_slots or token_full.
      */
-    void create(int id, const unsigned char* attributes, int size, const token_limits& limits);
+    void create(int id, const unsigned char* attributes, int size, const personality& limits);
     /* Throws no_such_slot, and wrong_length unless the length is the slot's. */
     void write(int id, const void* data, int length);
     /* Throws no_such_slot. */
     void remove(int id);
     /* Makes the bytes the slot, whatever it held; its attribute block stays. */
-    void replace(int id, const std::string& bytes, const token_limits& limits);
+    void replace(int id, const std::string& bytes, const personality& limits);
     /* What the slot holds when only the first bytes of a write arrive. */
     std::string torn(int id, const void* data, int arriving);
 
@@ -79,7 +79,7 @@ public:
 private:
     std::string damage_of(const sqlite_query& row);
     std::string attributes(int id);
-    void require_room(int id, int size, const token_limits& limits);
+    void require_room(int id, int size, const personality& limits);
 
     sqlite_connection& connection_;
     sqlite_statement length_{connection_, "SELECT length FROM slot WHERE id = ?1"};

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "store/behaviour_table.h"
 #include "store/failure.h"
 #include "store/plain_file.h"
 #include "store/slot_sum.h"
@@ -44,7 +45,7 @@ void _require_token(const sqlite_connection& connection) {
         throw failure(error_code::damaged, path + ": not a software token");
     }
     std::uint32_t version = _big_endian(bytes, user_version_position);
-    if (version != schema_version && version != version_without_sums) {
+    if (version < version_without_sums || version > version_with_behaviour) {
         throw unknown_format(
             error_code::damaged,
             path + ": token format " + std::to_string(version) + " is not known here");
@@ -141,12 +142,6 @@ bool is_on_read_only_disk(const std::string& path) {
     return statvfs(path.c_str(), &disk) == 0 && (disk.f_flag & ST_RDONLY) != 0;
 }
 
-std::uint32_t format_version(sqlite_connection& connection) {
-    sqlite_statement statement(connection, "PRAGMA user_version");
-    sqlite_query query(statement);
-    return query.step() ? static_cast<std::uint32_t>(query.integer(0)) : 0;
-}
-
 void require_token_database(const std::string& path) {
     _require_token(sqlite_connection(path, SQLITE_OPEN_READONLY));
 }
@@ -163,10 +158,7 @@ token_database::token_database(const std::string& path) : connection_(_open(path
 }
 
 token_info token_database::info() {
-    sqlite_statement statement(
-        connection_,
-        "SELECT uid, serial_number, type, label, login_scope, capacity, slot_size, slots,"
-        " call_microseconds, bytes_per_second FROM token");
+    sqlite_statement statement(connection_, "SELECT uid, serial_number, type, label FROM token");
     sqlite_query query(statement);
     if (!query.step()) throw failure(error_code::damaged, connection_.path() + ": no token row");
     token_info info;
@@ -178,47 +170,30 @@ token_info token_database::info() {
     }
     info.type = static_cast<int>(type);
     info.label = query.text(3);
-    const std::optional<login_scope> login = login_scope_from(query.text(4));
-    if (!login) throw failure(error_code::damaged, connection_.path() + ": unknown login scope");
-    info.login = *login;
-    info.limits = {query.integer(5), query.integer(6), query.integer(7), query.integer(8),
-                   query.integer(9)};
-    if (!info.limits.are_possible()) {
-        throw failure(error_code::damaged, connection_.path() + ": limits out of range");
-    }
+    info.behaviour = stored_behaviour(connection_);
     return info;
 }
 
-void token_database::set_behaviour(const token_limits& limits, login_scope login) {
-    sqlite_statement statement(
-        connection_,
-        "UPDATE token SET capacity = ?1, slot_size = ?2, slots = ?3, call_microseconds = ?4,"
-        " bytes_per_second = ?5, login_scope = ?6");
-    sqlite_query(statement)
-        .bind(1, limits.capacity)
-        .bind(2, limits.slot_size)
-        .bind(3, limits.slots)
-        .bind(4, limits.call_microseconds)
-        .bind(5, limits.bytes_per_second)
-        .bind_text(6, name_of(login))
-        .run();
+void token_database::set_behaviour(const personality& behaviour) {
+    if (store_behaviour(connection_, behaviour)) changes_format_ = true;
 }
 
-// In the transaction that is open; true when there was something to do.
-bool token_database::take_over() {
-    if (is_present_format_) return false;
-    if (format_version(connection_) == schema_version) {
+// In the transaction that is open.
+void token_database::take_over() {
+    changes_format_ = false;
+    if (is_present_format_) return;
+    if (format_version(connection_) != version_without_sums) {
         is_present_format_ = true;
-        return false;
+        return;
     }
     _add_sums(connection_);
     connection_.execute("PRAGMA user_version=" + std::to_string(schema_version));
-    return true;
+    changes_format_ = true;
 }
 
 // Other software looks for the format in the database file before it reads the log. What a reader
 // holds back here comes with a later change.
-void token_database::end_take_over() {
+void token_database::end_change_of_format() {
     is_present_format_ = true;
     sqlite3_wal_checkpoint_v2(connection_.raw(), "main", SQLITE_CHECKPOINT_PASSIVE, nullptr,
                               nullptr);
@@ -238,7 +213,7 @@ transaction::transaction(token_database& database) : database_(database) {
     _waiting_until wait(database.connection_, deadline);
     sqlite_query(database.begin_).run();
     try {
-        takes_over_ = database.take_over();
+        database.take_over();
     } catch (...) {
         roll_back();
         throw;
@@ -260,7 +235,7 @@ void transaction::roll_back() noexcept {
 void transaction::commit() {
     sqlite_query(database_.commit_).run();
     open_ = false;
-    if (takes_over_) database_.end_take_over();
+    if (database_.changes_format_) database_.end_change_of_format();
 }
 
 }  // namespace vemra::softtoken

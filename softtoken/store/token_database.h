@@ -9,18 +9,10 @@
 #include "store/file_lock.h"
 #include "store/sqlite_connection.h"
 #include "store/sqlite_statement.h"
+#include "store/token_format.h"
 #include "store/token_info.h"
 
 namespace vemra::softtoken {
-
-/* "VTok" */
-constexpr std::uint32_t application_id = 0x56546f6b;
-constexpr std::uint32_t schema_version = 2;
-/*
- * The format before sums were stored with slots. It is read as it is; the first change of a token
- * takes it over into the present one.
- */
-constexpr std::uint32_t version_without_sums = 1;
 
 /* A token of a format that came later: nothing is known to be wrong with it. */
 class unknown_format : public failure {
@@ -34,9 +26,6 @@ void require_token_database(const std::string& path);
 /* Whether nothing can be written where a file lies, by anybody. */
 bool is_on_read_only_disk(const std::string& path);
 
-/* The format that the token has at this moment; another process may take it over. */
-std::uint32_t format_version(sqlite_connection& connection);
-
 /* One open token. Not for use by two threads at once. */
 class token_database {
 public:
@@ -48,8 +37,11 @@ public:
 
     /* Throws damaged for a row that no token can have. */
     token_info info();
-    /* The caller holds a transaction, and the settings lock. */
-    void set_behaviour(const token_limits& limits, login_scope login);
+    /*
+     * The caller holds a transaction, and the settings lock. Password attempts are the password
+     * table's.
+     */
+    void set_behaviour(const personality& behaviour);
 
     /* What the tables of the token work on, while this lives. */
     sqlite_connection& connection() { return connection_; }
@@ -57,11 +49,12 @@ public:
 private:
     friend class transaction;
 
-    bool take_over();
-    void end_take_over();
+    void take_over();
+    void end_change_of_format();
 
     sqlite_connection connection_;
     bool is_present_format_ = false;
+    bool changes_format_ = false;
     sqlite_statement begin_{connection_, "BEGIN IMMEDIATE"};
     sqlite_statement commit_{connection_, "COMMIT"};
     sqlite_statement rollback_{connection_, "ROLLBACK"};
@@ -101,7 +94,6 @@ private:
     token_database& database_;
     std::optional<file_lock> turn_;
     bool open_ = true;
-    bool takes_over_ = false;
 };
 
 }  // namespace vemra::softtoken

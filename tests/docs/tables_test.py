@@ -5,6 +5,7 @@
 """
 
 import ctypes
+import json
 import os
 import pathlib
 import re
@@ -21,7 +22,7 @@ def rows_of(document, heading):
     text = (pathlib.Path(source) / document).read_text(encoding="utf-8")
     text = text.split(f"{heading}\n", 1)[1].split("\n## ")[0]
     return [[cell.strip().strip("`") for cell in line.strip("|").split("|")]
-            for line in text.splitlines() if re.match(r"\| *`?-?[a-z0-9]", line)]
+            for line in text.splitlines() if re.match(r"\| *`?-*[a-z0-9]", line)]
 
 
 def compare(what, told, true):
@@ -108,6 +109,14 @@ def profiles():
             [(row[0].split("`")[0], *row[1:]) for row in told], true)
 
 
+def knobs():
+    schema = json.loads(output_of(softtoken_tool, "knobs", "--schema"))
+    told = [tuple(row) for row in rows_of("softtoken/README.md", "## Knobs")]
+    true = [("--" + name, json.dumps(knob["default"]), knob["description"])
+            for name, knob in schema["properties"]["knobs"]["properties"].items()]
+    compare("softtoken/README.md, knobs", told, true)
+
+
 def can_fail(token, function):
     command = [softtoken_tool, "fault", "add", token, f"{function} null"]
     return subprocess.run(command, capture_output=True, check=False).returncode == 0
@@ -150,6 +159,7 @@ with tempfile.TemporaryDirectory() as directory:
     os.environ["VEMRA_SOFTTOKEN_DIR"] = directory
     profiles()
     functions_of_faults()
+    knobs()
     trace_columns(device_functions, f"{directory}/.trace")
 words_of_faults()
 print("\n".join(faults), file=sys.stderr)

@@ -190,7 +190,13 @@ TEST_F(softtoken_admin, info_shows_the_token) {
               "faults:         0\n"
               "key pairs:      0\n"
               "directory:      " +
-                  directory("one") + "\n");
+                  directory("one") +
+                  "\n"
+                  "behaviour:      differs from the default in\n"
+                  "  capacity: 1048576\n"
+                  "  slots: 6\n"
+                  "  login: \"handle\"\n"
+                  "  retries: 5\n");
 }
 
 TEST_F(softtoken_admin, detach_and_attach_unplug_and_plug) {

@@ -22,7 +22,7 @@ protected:
 
     void use(int password_cost = 1) {
         auto token = plain_token("SN-1");
-        token.retries = most;
+        token.info.behaviour.retries = most;
         token.password_cost = password_cost;
         make_token("one", token);
     }

@@ -46,7 +46,7 @@ protected:
     }
     void make_slow_token() {
         auto token = plain_token("SN-1");
-        token.info.limits.call_microseconds = 300'000;
+        token.info.behaviour.call_microseconds = 300'000;
         make_token("one", token);
     }
 };

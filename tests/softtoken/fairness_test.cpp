@@ -84,7 +84,7 @@ class softtoken_fairness : public token_test {
 protected:
     softtoken_fairness() {
         auto token = plain_token("SN-1");
-        token.info.login = vemra::softtoken::login_scope::none;
+        token.info.behaviour.login = vemra::softtoken::login_scope::none;
         make_token("one", token);
         in_child([] { return fill_slot(device_at().get(), 8130, "bytes") == 1; });
     }

@@ -8,8 +8,8 @@ class softtoken_password : public token_test {
 protected:
     void use(vemra::softtoken::login_scope scope, int retries = 3) {
         auto token = plain_token("SN-1");
-        token.info.login = scope;
-        token.retries = retries;
+        token.info.behaviour.login = scope;
+        token.info.behaviour.retries = retries;
         make_token("one", token);
         device_ = device_at();
     }

@@ -41,7 +41,7 @@ TEST_F(softtoken_processes, several_write_their_own_slots_at_once) {
 
 TEST_F(softtoken_processes, right_passwords_at_once_never_lock_the_token) {
     auto token = plain_token("SN-1");
-    token.retries = 1;
+    token.info.behaviour.retries = 1;
     make_token("one", token);
     EXPECT_TRUE(all_at_once([](int) {
         device_owner device = device_at();

@@ -14,10 +14,10 @@ protected:
     VEMRA_PKI_DEVICE_HANDLE_st* device() const { return device_.get(); }
 
     // A token with narrow limits in place of the plain one.
-    void use_limits(const vemra::softtoken::token_limits& limits) {
+    void use_limits(const vemra::softtoken::personality& limits) {
         detach("one");
         auto token = plain_token("SN-limited");
-        token.info.limits = limits;
+        token.info.behaviour = limits;
         make_token("limited", token);
         device_ = device_at();
         log_in(device());
@@ -132,7 +132,7 @@ TEST_F(softtoken_slots, deleting_a_missing_slot_is_no_such_slot) {
 }
 
 TEST_F(softtoken_slots, more_bytes_than_the_capacity_are_refused) {
-    vemra::softtoken::token_limits limits;
+    vemra::softtoken::personality limits;
     limits.capacity = 10;
     use_limits(limits);
     ASSERT_EQ(create_slot(device(), 8130, 6), 1);
@@ -142,7 +142,7 @@ TEST_F(softtoken_slots, more_bytes_than_the_capacity_are_refused) {
 }
 
 TEST_F(softtoken_slots, larger_slot_than_allowed_is_refused) {
-    vemra::softtoken::token_limits limits;
+    vemra::softtoken::personality limits;
     limits.slot_size = 10;
     use_limits(limits);
     EXPECT_EQ(create_slot(device(), 8130, 11), -112);
@@ -151,7 +151,7 @@ TEST_F(softtoken_slots, larger_slot_than_allowed_is_refused) {
 }
 
 TEST_F(softtoken_slots, more_slots_than_allowed_are_refused) {
-    vemra::softtoken::token_limits limits;
+    vemra::softtoken::personality limits;
     limits.slots = 1;
     use_limits(limits);
     ASSERT_EQ(create_slot(device(), 8130, 0), 1);

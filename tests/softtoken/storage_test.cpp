@@ -110,7 +110,7 @@ TEST_F(softtoken_storage, change_that_is_not_committed_leaves_no_trace) {
     slot_table slots(database.connection());
     {
         transaction changing(database);
-        slots.create(8130, reinterpret_cast<const unsigned char*>("\4\1\3\7"), 4, token_limits());
+        slots.create(8130, reinterpret_cast<const unsigned char*>("\4\1\3\7"), 4, personality());
     }
     EXPECT_FALSE(slots.length(8130).has_value());
 }
