@@ -13,7 +13,7 @@ void write(session& tokens, const device_id& id, const stamp& one) {
     locked_device device(tokens, id);
     device.remove(one);
 #elif CASE == 2
-    authorised_change change(locked_device(tokens, id), 1);
+    authorised_change change(locked_device(tokens, id), 1, verification::everything);
     change.remove(one);
 #elif CASE == 3
     tokens.ask([&](token_reader& all) { return all.remove(one.uuid, ""); });

@@ -122,6 +122,19 @@ class ThreeSeals(Budget):
                           changes=1)
         self.assertEqual(sorted(self.stamps()), ["one", "three", "two"])
 
+    def test_a_change_may_verify_what_it_changed_alone(self):
+        changed = ("--verify", "changed")
+        with_new = self.stored + NAME_SIZE
+        self.expect_reads(self.stored + 2 * NAME_SIZE, "append", *changed, "--name", "four",
+                          NAME_SEAL, changes=1)
+        self.expect_reads(with_new + 2 * NAME_SIZE, "update", *changed, "name:four", "--name",
+                          "renamed", changes=1)
+        self.expect_reads(with_new + 2 * COMPANY_SIZE, "update", *changed, "name:renamed", COMPANY,
+                          changes=1)
+        stored = self.stored + COMPANY_SIZE
+        self.expect_reads(stored + 2 * COMPANY_SIZE, "delete", *changed, "--yes", "name:renamed",
+                          changes=1)
+
     def test_several_deletions_read_what_is_left_after_each(self):
         left = (COMPANY_SIZE + NAME_SIZE) + NAME_SIZE
         self.expect_reads(self.stored + left + 2 * COMPANY_SIZE, "delete", "--yes", "name:one",

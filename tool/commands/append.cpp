@@ -20,8 +20,8 @@ void _append(context& run, append_options& options) {
     options.request.data = shared_bytes(read_stamp_file(options.file));
     const pictured_stamp appended = append_stamp(run.tokens(), options.request);
     run.result["stamp"] = stamp_json(appended);
-    const std::string done =
-        quoted(appended.one.name) + " is on " + describe(appended.one.device) + ", verified";
+    const std::string done = quoted(appended.one.name) + " is on " + describe(appended.one.device) +
+                             verified(options.request.how);
     run.out.remember(done);
     run.out.print(to_hex(appended.one.uuid) + "\n");
     run.out.note(done);
@@ -39,6 +39,7 @@ void add_append(CLI::App& program, context& run) {
     command->add_flag("--any-data", request.waived.any_data, "Store what is no picture, too");
     command->add_flag("--allow-duplicate", request.waived.used_name,
                       "Use a name that another stamp has");
+    add_verify_option(*command, request.how);
     command->callback([&run, options] { _append(run, *options); });
 }
 

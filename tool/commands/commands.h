@@ -7,6 +7,7 @@
 
 #include "commands/context.h"
 #include "keep/listing.h"
+#include "keep/verification.h"
 
 namespace vemra::tool {
 
@@ -34,6 +35,12 @@ void add_device_options(CLI::App& command, device_choice& device);
 
 /** Adds --no-lock, for a command that only reads. */
 CLI::Option* add_lock_option(CLI::App& command, context& run);
+
+/** Adds --verify, for a command that changes stamps. */
+void add_verify_option(CLI::App& command, verification& how);
+
+/** Behind what was done: ", verified", or how far it was. */
+std::string verified(verification how);
 
 /** Warns of what could not be read; the command then ends as a partial result. */
 void warn_of_unread(context& run, const held_stamps& held);

@@ -12,6 +12,7 @@ namespace {
 struct delete_options {
     std::vector<std::string> selectors;
     bool yes = false;
+    verification how = verification::everything;
 };
 
 bool _is_wanted(context& run, const delete_options& options, const selection& selected) {
@@ -32,9 +33,10 @@ void _delete(context& run, const delete_options& options) {
     if (!_is_wanted(run, options, selected)) {
         throw failure(exit_code::usage, "nothing was deleted");
     }
-    delete_stamps(run.tokens(), selected, [&](const named_stamp& one) {
+    delete_stamps(run.tokens(), selected, options.how, [&](const named_stamp& one) {
         run.result["deleted"].push_back(identity_json(one));
-        run.out.done(quoted(one.name) + " is deleted from " + describe(one.device) + ", verified");
+        run.out.done(quoted(one.name) + " is deleted from " + describe(one.device) +
+                     verified(options.how));
     });
 }
 
@@ -45,6 +47,7 @@ void add_delete(CLI::App& program, context& run) {
     CLI::App* command = program.add_subcommand("delete", "Remove stamps from their devices");
     command->add_option("SELECTOR", options->selectors, "The stamps")->required();
     command->add_flag("--yes", options->yes, "Do not ask");
+    add_verify_option(*command, options->how);
     command->callback([&run, options] { _delete(run, *options); });
 }
 

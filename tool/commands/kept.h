@@ -6,13 +6,14 @@
 #include <vector>
 
 #include "commands/context.h"
+#include "keep/restore.h"
 
 namespace vemra::tool {
 
 struct restore_options {
     device_choice device;
     std::vector<std::string> directories;
-    bool replace = false;
+    restore_rule rule;
     bool discard = false;
 };
 

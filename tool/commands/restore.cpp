@@ -16,7 +16,7 @@ namespace {
 
 using action = restore_item::action;
 
-void _tell(context& run, const restore_item& item) {
+void _tell(context& run, const restore_item& item, verification how) {
     const std::string name = quoted(item.wanted.name);
     switch (item.what) {
         case action::present:
@@ -30,12 +30,12 @@ void _tell(context& run, const restore_item& item) {
             break;
         case action::append:
             run.result["appended"].push_back(identity_json(item.there));
-            run.out.done(name + " is restored, verified");
+            run.out.done(name + " is restored" + verified(how));
             break;
         case action::replace:
             run.result["replaced"].push_back(identity_json(item.there));
             run.out.done(name + " is restored in the place of " + quoted(item.there.name) +
-                         ", verified");
+                         verified(how));
             break;
     }
 }
@@ -47,8 +47,8 @@ void _restore_one(context& run, const restore_options& options, const std::strin
     run.result["device"] = device_json(device);
     const std::size_t left_out = run.result["left_out"].size();
     if (kept.stamps.empty()) run.out.note("the backup holds no stamps");
-    restore_backup(run.tokens(), device, kept, options.replace,
-                   [&](const restore_item& item) { _tell(run, item); });
+    restore_backup(run.tokens(), device, kept, options.rule,
+                   [&](const restore_item& item) { _tell(run, item, options.rule.how); });
     if (run.result["left_out"].size() == left_out && is_kept_change(directory)) {
         offer_to_discard(run, directory, options.discard);
     }
@@ -97,9 +97,10 @@ void offer_to_discard(context& run, const std::string& directory, bool is_wanted
 
 void add_restore_options(CLI::App& command, restore_options& options) {
     add_device_options(command, options.device);
-    command.add_flag("--replace", options.replace, "Replace other stamps that are in the way");
+    command.add_flag("--replace", options.rule.replace, "Replace other stamps that are in the way");
     command.add_flag("--discard", options.discard,
                      "Discard what a change had kept, once it is restored");
+    add_verify_option(command, options.rule.how);
 }
 
 void add_restore(CLI::App& program, context& run) {

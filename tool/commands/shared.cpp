@@ -18,6 +18,22 @@ CLI::Option* add_lock_option(CLI::App& command, context& run) {
                             "Do not wait for another run that is changing the device");
 }
 
+void add_verify_option(CLI::App& command, verification& how) {
+    command
+        .add_option_function<std::string>(
+            "--verify",
+            [&how](const std::string& text) {
+                how = text == "changed" ? verification::changed : verification::everything;
+            },
+            "What is read after a change: everything (when left out), or changed alone")
+        ->check(CLI::IsMember({"everything", "changed"}))
+        ->type_name("WHAT");
+}
+
+std::string verified(verification how) {
+    return how == verification::changed ? ", verified alone" : ", verified";
+}
+
 void warn_of_unread(context& run, const held_stamps& held) {
     run.result["unreadable"] = json::array();
     warn_of_errors(run, held.errors);

@@ -25,7 +25,7 @@ void _update(context& run, update_options& options) {
     const pictured_stamp updated = update_stamp(run.tokens(), request);
     run.result["stamp"] = stamp_json(updated);
     run.out.done(quoted(updated.one.name) + " is on " + describe(updated.one.device) +
-                 ", verified");
+                 verified(request.how));
 }
 
 }  // namespace
@@ -40,6 +40,7 @@ void add_update(CLI::App& program, context& run) {
     command->add_flag("--any-data", request.waived.any_data, "Store what is no picture, too");
     command->add_flag("--allow-duplicate", request.waived.used_name,
                       "Use a name that another stamp has");
+    add_verify_option(*command, request.how);
     command->callback([&run, options, name] {
         if (name->count() > 0) options->request.name = options->name;
         _update(run, *options);

@@ -33,11 +33,12 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     };
     // What the names speak against is told before a password is asked.
     require_room(_listed(tokens, id));
-    authorised_change change = authorise(tokens, id, [&](locked_device& device) {
+    const auto look = [&](locked_device& device) {
         require_readable(device.stamps(), id, {});
         require_room(names_of(device.stamps()));
         return 1;
-    });
+    };
+    authorised_change change = authorise(tokens, id, look, request.how);
     return {change.append(request.name, request.data), offered.seen};
 }
 

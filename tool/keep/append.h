@@ -4,6 +4,7 @@
 #include "keep/pictured_stamp.h"
 #include "keep/session.h"
 #include "keep/storing_rule.h"
+#include "keep/verification.h"
 
 namespace vemra::tool {
 
@@ -13,6 +14,7 @@ struct append_request {
     std::string name;
     shared_bytes data;
     allowance waived;
+    verification how = verification::everything;
 };
 
 /**

@@ -137,18 +137,18 @@ void _require_verified(int status, const std::string& cause,
 
 }  // namespace
 
-authorised_change authorise(session& tokens, const device_id& device,
-                            const change_look_up& wanted) {
+authorised_change authorise(session& tokens, const device_id& device, const change_look_up& wanted,
+                            verification how) {
     _heed_signals();
     std::size_t changes = 0;
     locked_device locked = lock_with_password(
         tokens, device, [&](locked_device& looked_at) { changes = wanted(looked_at); });
     tokens.served().detail("the password of " + describe(device) + " is right");
-    return {std::move(locked), changes};
+    return {std::move(locked), changes, how};
 }
 
-authorised_change::authorised_change(locked_device device, std::size_t changes)
-    : device_(std::move(device)), steps_(changes * steps_of_a_change) {}
+authorised_change::authorised_change(locked_device device, std::size_t changes, verification how)
+    : device_(std::move(device)), steps_(changes * steps_of_a_change), how_(how) {}
 
 stamp authorised_change::append(const std::string& name, const shared_bytes& data) {
     begin();
@@ -161,8 +161,8 @@ stamp authorised_change::append(const std::string& name, const shared_bytes& dat
             return all.append(device_.id(), password, name, data.get());
         },
         [&](bool is_done) {
-            if (!is_done) return compare_with(before);
-            device_.read_again();
+            read_after(is_done, 0);
+            if (!is_done) return _differences(before, device_.stamps());
             const std::vector<stamp> expected = _with_appended(before, device_.stamps(), appended);
             appended.uuid = expected.back().uuid;
             return _differences(expected, device_.stamps());
@@ -189,7 +189,10 @@ void authorised_change::update(const pictured_stamp& old, const std::string& nam
         [&](tokens& all, const char* password) {
             return all.update(uuid, password, name, data.get());
         },
-        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+        [&](bool is_done) {
+            read_after(is_done, old.one.slot);
+            return _differences(is_done ? expected : before, device_.stamps());
+        });
 }
 
 void authorised_change::remove(const stamp& old) {
@@ -204,7 +207,10 @@ void authorised_change::remove(const stamp& old) {
     carry_out(
         "removing " + quoted(old.name), &kept,
         [&](tokens& all, const char* password) { return all.remove(old.uuid, password); },
-        [&](bool is_done) { return compare_with(is_done ? expected : before); });
+        [&](bool is_done) {
+            read_after(is_done, 0);
+            return _differences(is_done ? expected : before, device_.stamps());
+        });
 }
 
 // The public interface writes nothing where it cannot read, so the slot and the list are written
@@ -319,8 +325,9 @@ void authorised_change::carry_out(const std::string& label, recovery* kept,
                                   const write_call& change, const comparison& differences) {
     const int status = write(label, change);
     const std::vector<std::string> found = read_back(status, kept, differences);
-    device_.tokens().served().detail(std::to_string(device_.stamps().size()) +
-                                     " stamps read back and compared");
+    device_.tokens().served().detail(
+        is_all_read_ ? std::to_string(device_.stamps().size()) + " stamps read back and compared"
+                     : "the list and what was changed read back and compared");
     if (kept != nullptr && found.empty()) kept->discard();
     _require_verified(status, cause_, found, kept, device_.id());
 }
@@ -360,8 +367,22 @@ std::vector<std::string> authorised_change::read_back(int status, const recovery
     }
 }
 
-std::vector<std::string> authorised_change::compare_with(const std::vector<stamp>& expected) {
+void authorised_change::read_after(bool is_done, int slot) {
+    if (!is_done || how_ == verification::everything) {
+        read_everything();
+        return;
+    }
+    device_.read_changed(slot);
+    is_all_read_ = false;
+}
+
+void authorised_change::read_everything() {
     device_.read_again();
+    is_all_read_ = true;
+}
+
+std::vector<std::string> authorised_change::compare_with(const std::vector<stamp>& expected) {
+    read_everything();
     return _differences(expected, device_.stamps());
 }
 

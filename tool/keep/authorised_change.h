@@ -3,8 +3,8 @@
  *
  * Signals are held from the first change on; one that came in is heeded before the next change.
  * Every change goes the same way: what it overwrites is kept in a recovery directory, the change
- * is written, the device is read again and its stamps are compared with what they should be. Only
- * then is the recovery directory removed.
+ * is written, the device is read again, as far as the verification says, and its stamps are
+ * compared with what they should be. Only then is the recovery directory removed.
  */
 #pragma once
 
@@ -18,6 +18,7 @@
 #include "keep/mapping_record.h"
 #include "keep/pictured_stamp.h"
 #include "keep/recovery.h"
+#include "keep/verification.h"
 
 namespace vemra::tool {
 
@@ -40,13 +41,13 @@ public:
 
 private:
     friend authorised_change authorise(session& tokens, const device_id& device,
-                                       const change_look_up& wanted);
+                                       const change_look_up& wanted, verification how);
 
     using write_call = std::function<int(tokens& all, const char* password)>;
     /** Reads the device and tells how it differs from what it should hold. */
     using comparison = std::function<std::vector<std::string>(bool is_done)>;
 
-    authorised_change(locked_device device, std::size_t changes);
+    authorised_change(locked_device device, std::size_t changes, verification how);
 
     void begin();
     void keep_unlisted_bytes();
@@ -59,11 +60,16 @@ private:
     int write(const std::string& label, const write_call& change);
     std::vector<std::string> read_back(int status, const recovery* kept,
                                        const comparison& differences);
+    /** Reads what a change of this slot calls for; 0 when it is a new one or has become empty. */
+    void read_after(bool is_done, int slot);
+    void read_everything();
     std::vector<std::string> compare_with(const std::vector<stamp>& expected);
 
     locked_device device_;
     std::size_t finished_ = 0;
     std::size_t steps_;
+    verification how_;
+    bool is_all_read_ = true;
     std::string cause_;
     std::optional<interruption::hold> hold_;
 };
@@ -73,6 +79,7 @@ private:
  * (interrupted), and nothing was changed then.
  */
 [[nodiscard]] authorised_change authorise(session& tokens, const device_id& device,
-                                          const change_look_up& wanted);
+                                          const change_look_up& wanted,
+                                          verification how = verification::everything);
 
 }  // namespace vemra::tool

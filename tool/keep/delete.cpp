@@ -53,17 +53,18 @@ selection select_stamps(session& tokens, const std::vector<std::string>& selecto
     return selected;
 }
 
-void delete_stamps(session& tokens, const selection& chosen,
+void delete_stamps(session& tokens, const selection& chosen, verification how,
                    const std::function<void(const named_stamp&)>& tell_deleted) {
     std::size_t deleted = 0;
     try {
         for (const auto& [id, selected] : chosen) {
             const std::vector<selected_stamp>& wanted = selected;
             std::vector<stamp> removed;
-            authorised_change change = authorise(tokens, id, [&](locked_device& device) {
+            const auto look = [&](locked_device& device) {
                 removed = _in_order(device, wanted);
                 return removed.size();
-            });
+            };
+            authorised_change change = authorise(tokens, id, look, how);
             for (const stamp& one : removed) {
                 change.remove(one);
                 ++deleted;

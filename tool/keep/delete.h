@@ -8,6 +8,7 @@
 
 #include "keep/named_stamps.h"
 #include "keep/session.h"
+#include "keep/verification.h"
 
 namespace vemra::tool {
 
@@ -22,7 +23,7 @@ selection select_stamps(session& tokens, const std::vector<std::string>& selecto
  * (no_stamp) when a stamp is not there any more or has another name or length, and (partial) for a
  * failure after the first deletion.
  */
-void delete_stamps(session& tokens, const selection& chosen,
+void delete_stamps(session& tokens, const selection& chosen, verification how,
                    const std::function<void(const named_stamp&)>& tell_deleted);
 
 }  // namespace vemra::tool

@@ -72,6 +72,14 @@ std::vector<stamp> _read_device(session& tokens, const device_id& device, std::v
     return listed;
 }
 
+failure _not_whole(const device_id& device, const std::string& error) {
+    const std::string found = printable(cause_of(error));
+    return {exit_code::failed,
+            "the stamps of " + describe(device) + " cannot all be read: " + found +
+                "\nSee: vemra-stamp check",
+            {found}};
+}
+
 }  // namespace
 
 held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
@@ -112,11 +120,28 @@ std::vector<stamp> whole_list(session& tokens, const device_id& device) {
     if (record.faults.empty() && record.listed_slots().size() == held.stamps.size()) {
         return std::move(held.stamps);
     }
-    const std::string found = printable(cause_of(held.errors.back()));
-    throw failure(exit_code::failed,
-                  "the stamps of " + describe(device) + " cannot all be read: " + found +
-                      "\nSee: vemra-stamp check",
-                  {found});
+    throw _not_whole(device, held.errors.back());
+}
+
+std::vector<stamp> changed_list(session& tokens, const device_id& device,
+                                const std::vector<stamp>& known, int changed) {
+    const mapping_record record = read_mapping(tokens, device);
+    if (!record.faults.empty()) throw _not_whole(device, record.faults.back());
+    std::vector<stamp> stamps;
+    for (const int slot : record.listed_slots()) {
+        const std::string& name = record.entries.at(static_cast<unsigned int>(slot));
+        const auto found = std::find_if(known.begin(), known.end(),
+                                        [&](const stamp& one) { return one.slot == slot; });
+        if (found != known.end() && slot != changed) {
+            stamps.push_back(*found);
+            stamps.back().name = name;
+            continue;
+        }
+        const std::string uuid =
+            tokens.ask([&](token_reader& all) { return all.uuid_of(device, slot); }, device);
+        stamps.push_back(read_stamp(tokens, {uuid, name, device, slot}));
+    }
+    return stamps;
 }
 
 void require_bytes(const stamp& one) {

@@ -35,6 +35,13 @@ stamp read_stamp(session& tokens, const named_stamp& wanted);
  */
 std::vector<stamp> whole_list(session& tokens, const device_id& device);
 
+/**
+ * The stamps of a device whose stamps are known, by its list: those in `changed` or not known yet
+ * are read, each alone; the others are told as known. Throws as whole_list() does.
+ */
+std::vector<stamp> changed_list(session& tokens, const device_id& device,
+                                const std::vector<stamp>& known, int changed);
+
 /** Throws failure (failed) for a stamp whose bytes cannot be read. */
 void require_bytes(const stamp& one);
 

@@ -23,6 +23,10 @@ void locked_device::read_again() {
     stamps_ = whole_list(*tokens_, id_);
 }
 
+void locked_device::read_changed(int slot) {
+    stamps_ = changed_list(*tokens_, id_, stamps(), slot);
+}
+
 locked_device lock_with_password(session& tokens, const device_id& device, const look_up& wanted) {
     for (;;) {
         tokens.ask_password(device);

@@ -22,6 +22,8 @@ public:
     const std::vector<stamp>& stamps();
     /** Reads them anew. */
     void read_again();
+    /** Reads the list anew, and of the stamps only those in this slot or not known before. */
+    void read_changed(int slot);
     /** Sets what stamps() tells, for a device whose list could not be read whole. */
     void know(std::vector<stamp> stamps) { stamps_ = std::move(stamps); }
 

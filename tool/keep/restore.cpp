@@ -73,14 +73,15 @@ device_id restore_target(session& tokens, const archive& kept, const device_choi
                                             "--device names another one");
 }
 
-void restore_backup(session& tokens, const device_id& device, const archive& kept, bool replace,
+void restore_backup(session& tokens, const device_id& device, const archive& kept,
+                    const restore_rule& rule,
                     const std::function<void(const restore_item&)>& tell) {
     const storing_judge judge = [&](const offer& offered, const std::vector<named_stamp>& others) {
         return objections_to(tokens, offered, others);
     };
     std::vector<restore_item> items;
     const auto plan = [&](const std::vector<stamp>& present) {
-        items = plan_restore(kept, device, present, replace, judge);
+        items = plan_restore(kept, device, present, rule.replace, judge);
         _put_unreadable_first(items, present, device);
         return static_cast<std::size_t>(std::count_if(items.begin(), items.end(), _is_change));
     };
@@ -88,8 +89,8 @@ void restore_backup(session& tokens, const device_id& device, const archive& kep
         std::for_each(items.begin(), items.end(), tell);
         return;
     }
-    authorised_change change =
-        authorise(tokens, device, [&](locked_device& locked) { return plan(locked.stamps()); });
+    const auto look = [&](locked_device& locked) { return plan(locked.stamps()); };
+    authorised_change change = authorise(tokens, device, look, rule.how);
     for (const restore_item& item : items) {
         if (!_is_change(item)) tell(item);
     }

@@ -75,10 +75,11 @@ pictured_stamp update_stamp(session& tokens, const update_request& request) {
 
     const selected_stamp selected = _select(tokens, request, offered);
     replacement planned;
-    authorised_change change = authorise(tokens, selected.device, [&](locked_device& device) {
+    const auto look = [&](locked_device& device) {
         planned = _plan(tokens, request, offered, device.stamps(), selected);
         return 1;
-    });
+    };
+    authorised_change change = authorise(tokens, selected.device, look, request.how);
     const pictured_stamp old = look_at(planned.old);
     change.update(old, planned.wanted.name, planned.wanted.data);
     return {planned.wanted, request.data ? offered.seen : old.seen};

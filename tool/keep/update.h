@@ -7,6 +7,7 @@
 #include "keep/pictured_stamp.h"
 #include "keep/session.h"
 #include "keep/storing_rule.h"
+#include "keep/verification.h"
 
 namespace vemra::tool {
 
@@ -16,6 +17,7 @@ struct update_request {
     std::optional<std::string> name;
     std::optional<shared_bytes> data;
     allowance waived;
+    verification how = verification::everything;
 };
 
 /**
