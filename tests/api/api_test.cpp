@@ -1,7 +1,5 @@
 #include "api/api_test.h"
 
-#include <cstring>
-
 #if defined(__SANITIZE_ADDRESS__)
 #define HAS_LEAK_SANITIZER 1
 #elif defined(__has_feature)
@@ -109,17 +107,6 @@ std::string mapping_record(const std::string& body) {
            body;
 }
 
-VEMRA_APP_STAMP_RECORD image_record(std::string& name, std::string& data) {
-    VEMRA_APP_STAMP_RECORD record;
-    std::memset(&record, 0, sizeof(record));
-    record.type = VEMRA_APP_STAMP_TYPE_IMAGE;
-    record.name_length = static_cast<unsigned int>(name.size());
-    record.data_length = data.size();
-    record.data = reinterpret_cast<unsigned char*>(data.data());
-    record.name = name.data();
-    return record;
-}
-
 taken_stamp::taken_stamp(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
     status = VemraAppStampGetStamp(set, index, &uuid, &uuid_size, &record);
 }
@@ -127,8 +114,7 @@ taken_stamp::taken_stamp(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index) {
 taken_stamp::~taken_stamp() {
     if (record == nullptr) return;
     VemraAppStampFreeMemory(uuid);
-    VemraAppStampFreeMemory(record->name);
-    VemraAppStampFreeStamp(record);
+    free_record(record);
 }
 
 listed_stamps::listed_stamps()
@@ -173,10 +159,6 @@ text_lines api_test::listed_names() {
         names.emplace_back(stamp.record == nullptr ? "?" : stamp.record->name);
     }
     return names;
-}
-
-const unsigned char* bytes_of(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
 }
 
 kept_leak_scope::kept_leak_scope() {

@@ -10,6 +10,7 @@
 #include "support/expected_trace.h"
 #include "support/fake_device_library.h"
 #include "support/hex_text.h"
+#include "support/stamp_record.h"
 #include "support/stream_capture.h"
 #include "vemra_app_stamp.h"
 
@@ -48,9 +49,6 @@ private:
 
 /** The record in slot 8127 with this body. */
 std::string mapping_record(const std::string& body);
-
-/** A record that a caller fills. */
-VEMRA_APP_STAMP_RECORD image_record(std::string& name, std::string& data);
 
 /** A stamp taken out of a set, released with all its parts. */
 class taken_stamp {
@@ -91,6 +89,11 @@ protected:
     /** Names of the stamps of a new enumeration, in order. */
     text_lines listed_names();
 
+    /** The status that the last call in this thread left. */
+    static int last_status() {
+        const stdout_capture unseen;
+        return VemraAppStampGetLastError();
+    }
     /** The lines, normalised, that the work prints. */
     template <typename Work>
     text_lines trace(Work work) {
@@ -101,8 +104,6 @@ protected:
 
     fake_device_library fake;
 };
-
-const unsigned char* bytes_of(const std::string& text);
 
 /** Leaks of the calling thread that a test makes on purpose and has counted. */
 class kept_leak_scope {

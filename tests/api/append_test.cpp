@@ -26,11 +26,6 @@ protected:
         return lines;
     }
 
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
-
     std::string name = "Seal";
     std::string data = "hello";
     VEMRA_APP_STAMP_RECORD record = image_record(name, data);
@@ -59,67 +54,6 @@ TEST_F(append, writes_the_bytes_first_and_the_mapping_second) {
     EXPECT_EQ(fake.slot(8130), "hello");
     EXPECT_EQ(fake.slot(8127), std::string("\x0e\0\0\0\x01Seal&8130", 14));
     EXPECT_EQ(fake.live_handles_and_buffers(), 0);
-}
-
-TEST_F(append, to_a_device_with_stamps_rewrites_the_mapping_anew) {
-    add_device_with("A&8130");
-    append_quietly();
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
-                                           .enumerate()
-                                           .serial()
-                                           .type()
-                                           .verify(password)
-                                           .get(8127, 11)
-                                           .set_new(8131, "hello")
-                                           .set_anew(8127, 11, mapping_record("A&8130||Seal&8131"))
-                                           .free_device()));
-    EXPECT_EQ(fake.slot(8131), "hello");
-}
-
-TEST_F(append, over_an_unlisted_slot_of_the_same_length_writes_in_place) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8130, "stray");
-    append_quietly();
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
-                                           .enumerate()
-                                           .serial()
-                                           .type()
-                                           .verify(password)
-                                           .length(8127)
-                                           .set_in_place(8130, "hello")
-                                           .set_new(8127, mapping_record("Seal&8130"))
-                                           .free_device()));
-}
-
-TEST_F(append, over_an_unlisted_slot_of_another_length_deletes_and_creates_it) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8130, "stray bytes");
-    append_quietly();
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
-                                           .enumerate()
-                                           .serial()
-                                           .type()
-                                           .verify(password)
-                                           .length(8127)
-                                           .set_anew(8130, 11, "hello")
-                                           .set_new(8127, mapping_record("Seal&8130"))
-                                           .free_device()));
-    EXPECT_EQ(fake.slot(8130), "hello");
-}
-
-TEST_F(append, over_an_empty_slot_creates_it_again) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8130, "");
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.slot(8130), "hello");
-}
-
-TEST_F(append, stores_bytes_as_they_are) {
-    fake.add_device("SN-1", 3);
-    data = std::string("\0VemraSeal\xff", 11);
-    record = image_record(name, data);
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.slot(8130), data);
 }
 
 TEST_F(append, stores_several_mebibytes) {
@@ -184,17 +118,6 @@ TEST_F(append, with_a_wrong_password_fails_only_where_the_device_refuses) {
     EXPECT_EQ(append_quietly(), 1);
 }
 
-TEST_F(append, of_the_reserved_type_is_minus_4_after_search_and_password_without_a_line) {
-    fake.add_device("SN-1", 3);
-    record.type = 0;
-    EXPECT_EQ(trace([this] { status = append_stamp(); }), text_lines(inputs()));
-    EXPECT_EQ(status, -4);
-    EXPECT_EQ(last_status(), -4);
-    EXPECT_EQ(
-        fake.calls(),
-        text_lines(expected_calls().enumerate().serial().type().verify(password).free_device()));
-}
-
 TEST_F(append, gives_no_uuid_until_the_next_listing) {
     add_device_with("A&8130");
     uuid_of(0);
@@ -222,30 +145,12 @@ TEST_F(append, takes_the_first_of_two_devices_that_match_and_asks_no_further) {
               text_lines{"VemraPKICryptoGetSerialNumber(first, null)"});
 }
 
-TEST_F(append, reads_the_type_only_of_devices_with_the_serial) {
-    fake.add_device("SN-0", 3);
-    fake.add_device("SN-1", 4, "other type");
-    fake.add_device("SN-1", 3);
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetType"),
-              (text_lines{"VemraPKICryptoGetType(other type)", "VemraPKICryptoGetType(SN-1)"}));
-    EXPECT_EQ(fake.slot("SN-1", 8130), "hello");
-}
-
 TEST_F(append, skips_a_null_device_with_its_line) {
     fake.add_null_device();
     fake.add_device("SN-1", 3);
     EXPECT_EQ(trace([this] { status = append_stamp(); }),
               text_lines(inputs().error("Bad device pointer.")));
     EXPECT_EQ(status, 1);
-}
-
-TEST_F(append, asks_nothing_of_a_device_without_a_handle) {
-    fake.add_null_device();
-    fake.add_device("SN-1", 3);
-    EXPECT_EQ(append_quietly(), 1);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetSerialNumber"),
-              text_lines{"VemraPKICryptoGetSerialNumber(SN-1, null)"});
 }
 
 }  // namespace

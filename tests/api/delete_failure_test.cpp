@@ -1,5 +1,3 @@
-#include <stdexcept>
-
 #include "api/api_test.h"
 
 namespace {
@@ -41,12 +39,6 @@ protected:
     int status = -99;
 };
 
-TEST_F(delete_failure, uuid_size_0_is_0) {
-    size = 0;
-    expect_failure("Bad uuid.");
-    EXPECT_EQ(fake.calls(), text_lines{});
-}
-
 TEST_F(delete_failure, a_null_uuid_is_0_and_traced_as_empty_text) {
     EXPECT_EQ(trace([this] { status = VemraAppStampDeleteStamp(nullptr, 8, "pw"); }),
               text_lines(expected_trace("VemraAppStampDeleteStamp")
@@ -65,26 +57,11 @@ TEST_F(delete_failure, an_unknown_uuid_is_0) {
     EXPECT_EQ(fake.calls(), text_lines{});
 }
 
-TEST_F(delete_failure, a_slot_whose_length_cannot_be_read_is_0) {
-    fake.fail_function("VemraPKICryptoGetDataLength", 1);
-    expect_failure("Unable to get stamp data from 8130, because: " +
-                   failure_text("scripted failure(17", 147) + ".");
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().length(8130).message(17)));
-}
-
 TEST_F(delete_failure, a_slot_that_cannot_be_read_is_0_and_nothing_changes) {
     fake.fail_function("VemraPKICryptoReadData", 1);
     expect_failure("Unable to get stamp data from 8130, because: " +
                    failure_text("scripted failure(17", 176) + ".");
     EXPECT_EQ(fake.calls(), text_lines(expected_calls().get(8130, 5).message(17)));
-    EXPECT_TRUE(is_unchanged());
-}
-
-TEST_F(delete_failure, a_mapping_that_cannot_be_read_is_0_and_nothing_changes) {
-    fake.fail_function("VemraPKICryptoReadData", 2);
-    expect_failure("Unable to get stamp info from 8127, because: " +
-                   failure_text("scripted failure(17", 176) + ".");
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().get(8130, 5).get(8127, 22).message(17)));
     EXPECT_TRUE(is_unchanged());
 }
 
@@ -105,13 +82,6 @@ TEST_F(delete_failure, a_mapping_that_cannot_be_written_is_0_and_leaves_the_slot
                                            .message(17)));
 }
 
-TEST_F(delete_failure, a_mapping_that_cannot_be_created_is_0_and_leaves_the_slot) {
-    fake.fail_function("VemraPKICryptoCreateData", 1);
-    expect_failure("Unable to delete stamp info from 8127, because: " +
-                   failure_text("scripted failure(17", 241) + ".");
-    EXPECT_TRUE(is_unchanged());
-}
-
 TEST_F(delete_failure, a_slot_that_cannot_be_deleted_is_0_and_keeps_its_bytes_unlisted) {
     fake.fail_function("VemraPKICryptoDeleteData", 2);
     expect_failure("Unable to delete stamp, because: " + failure_text("scripted failure(17", 269) +
@@ -125,58 +95,6 @@ TEST_F(delete_failure, a_slot_that_cannot_be_deleted_is_0_and_keeps_its_bytes_un
                                            .length(8130)
                                            .remove(8130)
                                            .message(17)));
-}
-
-TEST_F(delete_failure, a_slot_left_unlisted_is_overwritten_by_the_next_append) {
-    fake.fail_function("VemraPKICryptoDeleteData", 2);
-    lines_of_delete();
-    std::string name = "Next";
-    std::string data = "next bytes";
-    const VEMRA_APP_STAMP_RECORD record = image_record(name, data);
-    const stdout_capture unseen;
-    EXPECT_EQ(VemraAppStampAppendStamp("SN-1", 4, 3, nullptr, &record), 1);
-    EXPECT_EQ(fake.slot(8130), "next bytes");
-}
-
-TEST_F(delete_failure, each_guarded_step_that_throws_is_0_with_its_text) {
-    struct row {
-        const char* function;
-        int nth;
-        const char* message;
-    };
-    const row rows[] = {
-        {"VemraPKICryptoReadData", 1, "Unable to get stamp data from 8130"},
-        {"VemraPKICryptoReadData", 2, "Unable to get stamp info from 8127"},
-        {"VemraPKICryptoWriteData", 1, "Unable to delete stamp info from 8127"},
-        {"VemraPKICryptoDeleteData", 2, "Unable to delete stamp"},
-    };
-    for (const row& guarded : rows) {
-        fake.clear_faults();
-        fake.fill_slot(8130, "hello");
-        fake.fill_slot(8127, mapping_record("Seal&8130||B&8131"));
-        fake.fail_function(guarded.function, guarded.nth, fault::throwing_runtime_error());
-        expect_failure(guarded.message + std::string(", because: thrown by the device library."));
-    }
-}
-
-TEST_F(delete_failure, exceptions_that_are_not_standard_escape_from_every_guarded_step) {
-    for (const char* function :
-         {"VemraPKICryptoReadData", "VemraPKICryptoWriteData", "VemraPKICryptoDeleteData"}) {
-        fake.clear_faults();
-        fake.fill_slot(8130, "hello");
-        fake.fill_slot(8127, mapping_record("Seal&8130||B&8131"));
-        fake.fail_function(function, 1, fault::throwing_int());
-        const stdout_capture captured;
-        EXPECT_THROW(VemraAppStampDeleteStamp(uuid, size, nullptr), int) << function;
-        EXPECT_EQ(captured.lines().back(),
-                  " [VERBOSE]  [VemraAppStampDeleteStamp] <<<< VemraAppStampDeleteStamp");
-    }
-}
-
-TEST_F(delete_failure, a_password_check_that_throws_escapes) {
-    fake.fail_function("VemraPKICryptoVerifyPwd", 1, fault::throwing_runtime_error());
-    const stdout_capture unseen;
-    EXPECT_THROW(VemraAppStampDeleteStamp(uuid, size, "pw"), std::runtime_error);
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <stdexcept>
-
 #include "api/api_test.h"
 
 namespace {
@@ -69,16 +67,6 @@ TEST_F(enumerate_failure, an_enumeration_that_throws_is_0_with_its_line) {
     }
 }
 
-TEST_F(enumerate_failure, an_exception_that_is_not_standard_leaves_with_the_exit_line) {
-    fake.add_device("SN-1", 3);
-    fake.fail_function("VemraPKICryptoGetAllDevices", 1, fault::throwing_int());
-    const stdout_capture captured;
-    EXPECT_THROW(VemraAppStampGetAllStamps(-1, nullptr, 0, -1), int);
-    EXPECT_EQ(captured.lines().size(), 6u);
-    EXPECT_EQ(captured.lines().back(),
-              " [VERBOSE]  [VemraAppStampGetAllStamps] <<<< VemraAppStampGetAllStamps");
-}
-
 TEST_F(enumerate_failure,
        an_exception_that_is_not_standard_leaves_from_a_device_and_frees_the_set) {
     add_device_with("Seal&8130");
@@ -89,70 +77,6 @@ TEST_F(enumerate_failure,
     const long after = allocation_faults::live_blocks();
     EXPECT_EQ(after, before);
     EXPECT_EQ(fake.live_handles_and_buffers(), 0);
-}
-
-TEST_F(enumerate_failure, a_type_that_cannot_be_read_skips_the_device_before_its_serial) {
-    add_device_with("Seal&8130");
-    add_second_device();
-    fake.fail_function("VemraPKICryptoGetType", 1);
-    const text_lines lines = lines_of_listing();
-    ASSERT_EQ(lines.size(), 2u);
-    EXPECT_EQ(lines[0], error(failure_text("scripted failure(17", 79)));
-    EXPECT_EQ(count, 1u);
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetSerialNumber(SN-1").size(), 0u);
-}
-
-TEST_F(enumerate_failure, a_serial_that_cannot_be_read_is_an_empty_serial) {
-    fake.add_device("SN-1", 3);
-    fake.fail_function("VemraPKICryptoGetSerialNumber", 1);
-    EXPECT_EQ(lines_of_listing(),
-              text_lines{" [DEBUG]    [VemraAppStampGetAllStamps] No image stamp in device: ."});
-    EXPECT_EQ(status, 1);
-}
-
-TEST_F(enumerate_failure, a_serial_out_of_a_failed_call_is_released_and_not_used) {
-    fake.add_device("SN-1", 3);
-    fake.fail_function("VemraPKICryptoGetSerialNumber", 1, fault::working_but_failing(23));
-    EXPECT_EQ(lines_of_listing(),
-              text_lines{" [DEBUG]    [VemraAppStampGetAllStamps] No image stamp in device: ."});
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory").size(), 1u);
-}
-
-TEST_F(enumerate_failure, only_minus_7_means_that_a_slot_is_missing) {
-    fake.add_device("SN-1", 3);
-    for (const int code : {-8, -6, -1, 0, 2}) {
-        fake.set_error_text(code, "text");
-        fake.fail_function("VemraPKICryptoGetDataLength", 1, fault::failing(code));
-        EXPECT_EQ(lines_of_listing(),
-                  text_lines{error(failure_text("text(" + std::to_string(code), 147))});
-    }
-}
-
-TEST_F(enumerate_failure, a_null_serial_with_result_1_is_an_empty_serial) {
-    fake.add_device("SN-1", 3);
-    fake.answer_serial(1, std::nullopt);
-    EXPECT_EQ(lines_of_listing(),
-              text_lines{" [DEBUG]    [VemraAppStampGetAllStamps] No image stamp in device: ."});
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory").size(), 0u);
-}
-
-TEST_F(enumerate_failure, a_mapping_whose_length_cannot_be_read_skips_the_device) {
-    add_device_with("Seal&8130");
-    add_second_device();
-    fake.fail_function("VemraPKICryptoGetDataLength", 1);
-    EXPECT_EQ(lines_of_listing()[0], error(failure_text("scripted failure(17", 147)));
-    EXPECT_EQ(count, 1u);
-    EXPECT_EQ(status, 1);
-}
-
-TEST_F(enumerate_failure, a_mapping_that_cannot_be_read_skips_the_device) {
-    add_device_with("Seal&8130");
-    add_second_device();
-    fake.fail_function("VemraPKICryptoReadData", 1);
-    EXPECT_EQ(lines_of_listing()[0], error(failure_text("scripted failure(17", 176)));
-    EXPECT_EQ(count, 1u);
-    EXPECT_EQ(status, 1);
 }
 
 TEST_F(enumerate_failure, a_slot_that_cannot_be_read_keeps_what_was_listed_and_drops_the_rest) {
@@ -176,20 +100,6 @@ TEST_F(enumerate_failure, a_device_that_throws_skips_the_device) {
     EXPECT_EQ(count, 0u);
 }
 
-TEST_F(enumerate_failure, an_error_text_that_is_null_is_printed_as_such) {
-    add_device_with("Seal&8130");
-    fake.set_error_text(17, std::nullopt);
-    fake.fail_function("VemraPKICryptoReadData", 1);
-    EXPECT_EQ(lines_of_listing(), text_lines{error(failure_text("(null)(17", 176))});
-}
-
-TEST_F(enumerate_failure, no_hash_handle_skips_the_entry) {
-    add_device_with("Seal&8130");
-    fake.fail_function("VemraPKICryptoNewHash", 1);
-    expect_uuid_failure("Unable to new a hash handle.");
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeHash").size(), 0u);
-}
-
 TEST_F(enumerate_failure, each_hash_update_that_fails_skips_the_entry) {
     for (int nth = 1; nth <= 3; ++nth) {
         fake = fake_device_library();
@@ -201,57 +111,11 @@ TEST_F(enumerate_failure, each_hash_update_that_fails_skips_the_entry) {
     }
 }
 
-TEST_F(enumerate_failure, a_hash_that_cannot_be_finished_skips_the_entry) {
-    add_device_with("Seal&8130");
-    fake.fail_function("VemraPKICryptoHashFinal", 1, fault::failing(23));
-    expect_uuid_failure("Unable to finish hash, vemra errcode: 23.");
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory(digest)").size(), 0u);
-}
-
-TEST_F(enumerate_failure, a_digest_out_of_a_failed_hash_is_released) {
-    add_device_with("Seal&8130");
-    fake.fail_function("VemraPKICryptoHashFinal", 1, fault::working_but_failing(23));
-    expect_uuid_failure("Unable to finish hash, vemra errcode: 23.");
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeMemory(digest)").size(), 1u);
-}
-
 TEST_F(enumerate_failure, an_empty_digest_skips_the_entry) {
     add_device_with("Seal&8130");
     fake.answer_digest(1, std::nullopt, 0);
     EXPECT_EQ(lines_of_listing(), text_lines{error("Unable to generate uuid of stamp.")});
     EXPECT_EQ(status, 1);
-}
-
-TEST_F(enumerate_failure, a_null_digest_with_a_length_skips_the_device) {
-    add_device_with("A&8130||B&8131");
-    fake.answer_digest(1, std::nullopt, 8);
-    EXPECT_EQ(lines_of_listing(), text_lines{error("basic_string::_S_construct null not valid")});
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(count, 0u);
-}
-
-TEST_F(enumerate_failure, a_reported_read_length_is_clamped) {
-    add_device_with("Seal&8130");
-    struct row {
-        int reported;
-        int names;
-    };
-    // Below 0 and 0 leave nothing of the mapping; more than there is is what there is.
-    for (const row& expected : {row{-5, 0}, row{0, 0}, row{1 << 30, 1}}) {
-        fake.answer_read_length(expected.reported);
-        lines_of_listing();
-        EXPECT_EQ(status, 1);
-        EXPECT_EQ(static_cast<int>(count), expected.names) << expected.reported;
-    }
-}
-
-TEST_F(enumerate_failure, of_a_negative_length_reads_it_as_empty) {
-    add_device_with("Seal&8130");
-    fake.answer_data_length(-5);
-    EXPECT_EQ(lines_of_listing(), text_lines{});
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(count, 0u);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoReadData").size(), 0u);
 }
 
 class enumerate_without_memory : public enumerate_failure {
@@ -283,18 +147,6 @@ TEST_F(enumerate_without_memory, for_a_device_is_0_and_its_handle_is_released) {
     EXPECT_FALSE(has_set);
     EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeDevice").size(), 1u);
     EXPECT_EQ(fake.live_handles_and_buffers(), 0);
-}
-
-TEST_F(enumerate_without_memory, for_a_key_pair_is_0_and_its_handle_is_released) {
-    fake.add_device("SN-1", 3);
-    fake.add_keypair("SN-1", {"one"});
-    for (int nth = 2; nth <= 3; ++nth) {
-        EXPECT_EQ(lines_without_block(nth),
-                  text_lines{error("Unable to load devices, because: std::bad_alloc.")});
-        EXPECT_EQ(status, 0);
-        EXPECT_EQ(fake.live_handles_and_buffers(), 0);
-        EXPECT_EQ(fake.double_frees(), 0);
-    }
 }
 
 TEST_F(enumerate_without_memory, for_the_set_is_minus_3_without_a_line) {

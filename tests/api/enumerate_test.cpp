@@ -88,15 +88,6 @@ TEST_F(enumerate, second_listing_adds_no_map_entries_and_releases_its_device) {
     EXPECT_EQ(fake.live_devices(), 1);
 }
 
-TEST_F(enumerate, two_listings_give_the_same_uuids_in_the_same_order) {
-    add_device_with("A&8130||B&8131||C&8132");
-    const text_lines first{uuid_of(0), uuid_of(1), uuid_of(2)};
-    const text_lines second{uuid_of(0), uuid_of(1), uuid_of(2)};
-    EXPECT_EQ(first, second);
-    EXPECT_EQ(std::count(first.begin(), first.end(), first[0]), 1);
-    EXPECT_EQ(std::count(first.begin(), first.end(), first[1]), 1);
-}
-
 TEST_F(enumerate, uuid_depends_on_serial_type_and_slot_alone) {
     add_device_with("Seal&8130");
     const std::string uuid = uuid_of(0);
@@ -117,26 +108,6 @@ TEST_F(enumerate, a_type_that_is_none_is_minus_4_without_device_access) {
     EXPECT_EQ(fake.calls(), text_lines{});
 }
 
-TEST_F(enumerate, every_type_and_images_find_images) {
-    add_device_with("Seal&8130");
-    EXPECT_EQ(count(VEMRA_APP_STAMP_TYPE_ANY), 1);
-    EXPECT_EQ(count(VEMRA_APP_STAMP_TYPE_IMAGE), 1);
-}
-
-TEST_F(enumerate, the_reserved_type_finds_none_but_reads_and_filters_the_devices) {
-    add_device_with("Seal&8130");
-    EXPECT_EQ(traced(0), text_lines(expected(0)));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().enumerate().type().serial().free_device()));
-    EXPECT_EQ(count(0), 0);
-}
-
-TEST_F(enumerate, no_device_list_is_0_with_its_line) {
-    EXPECT_EQ(traced(-1), text_lines(expected().error("No device.")));
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(count(-1), -1);
-}
-
 TEST_F(enumerate, an_empty_device_list_is_0_with_its_line) {
     fake.add_device("SN-1", 3);
     for (const int number : {0, -1}) {
@@ -144,28 +115,6 @@ TEST_F(enumerate, an_empty_device_list_is_0_with_its_line) {
         EXPECT_EQ(traced(-1), text_lines(expected().error("No device.")));
         EXPECT_EQ(status, 0);
     }
-}
-
-TEST_F(enumerate, a_device_without_mapping_gives_a_debug_line_and_no_stamp) {
-    fake.add_device("SN-1", 3);
-    EXPECT_EQ(traced(-1), text_lines(expected().debug("No image stamp in device: SN-1.")));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(fake.calls(),
-              text_lines(expected_calls().enumerate().type().serial().length(8127).free_device()));
-    EXPECT_EQ(count(-1), 0);
-}
-
-TEST_F(enumerate, an_empty_mapping_slot_counts_as_none) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8127, "");
-    EXPECT_EQ(traced(-1), text_lines(expected().debug("No image stamp in device: SN-1.")));
-}
-
-TEST_F(enumerate, a_mapping_without_entries_is_silent) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8127, mapping_record(""));
-    EXPECT_EQ(traced(-1), text_lines(expected()));
-    EXPECT_EQ(status, 1);
 }
 
 TEST_F(enumerate, a_null_device_is_skipped_with_its_line) {
@@ -178,46 +127,10 @@ TEST_F(enumerate, a_null_device_is_skipped_with_its_line) {
     EXPECT_EQ(status, 1);
 }
 
-TEST_F(enumerate, a_null_device_handle_is_freed_once_like_any_other) {
-    fake.add_null_device();
-    EXPECT_EQ(count(-1), 0);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoFreeDevice"),
-              text_lines{"VemraPKICryptoFreeDevice(null)"});
-}
-
-TEST_F(enumerate, ids_just_outside_the_slots_are_skipped_with_their_line) {
-    add_device_with("Low&8129||High&8135");
-    EXPECT_EQ(traced(-1),
-              text_lines(expected()
-                             .error("Invalid id of the storage of stamp: 8129, skip it.")
-                             .error("Invalid id of the storage of stamp: 8135, skip it.")));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(count(-1), 0);
-}
-
 TEST_F(enumerate, an_id_above_the_signed_range_is_skipped_as_a_negative_one) {
     add_device_with("Seal&4294967295");
     EXPECT_EQ(traced(-1),
               text_lines(expected().error("Invalid id of the storage of stamp: -1, skip it.")));
-}
-
-TEST_F(enumerate, first_and_last_slot_are_accepted) {
-    add_device_with("First&8130||Last&8134");
-    fake.fill_slot(8134, "world");
-    EXPECT_EQ(listed_names(), (text_lines{"First", "Last"}));
-}
-
-TEST_F(enumerate, stamps_stand_in_ascending_order_of_slots) {
-    add_device_with("C&8132||A&8130||D&8133||B&8131");
-    EXPECT_EQ(listed_names(), (text_lines{"A", "B", "C", "D"}));
-}
-
-TEST_F(enumerate, stamps_stand_in_the_order_of_the_devices) {
-    fake.add_device("SN-2", 4);
-    fake.fill_slot("SN-2", 8127, mapping_record("Z&8130"));
-    fake.add_device("SN-1", 3);
-    fake.fill_slot("SN-1", 8127, mapping_record("A&8130"));
-    EXPECT_EQ(listed_names(), (text_lines{"Z", "A"}));
 }
 
 TEST_F(enumerate, a_listed_slot_that_does_not_exist_is_a_stamp_without_bytes) {
@@ -230,51 +143,6 @@ TEST_F(enumerate, a_listed_slot_that_does_not_exist_is_a_stamp_without_bytes) {
     EXPECT_STREQ(stamp.record->name, "Seal");
     EXPECT_EQ(stamp.record->data, nullptr);
     EXPECT_EQ(stamp.record->data_length, 0u);
-}
-
-TEST_F(enumerate, a_bad_entry_is_reported_and_the_others_are_listed) {
-    add_device_with("junk||Seal&8130");
-    const std::string uuid = hex_text(uuid_of(0));
-    EXPECT_EQ(traced(-1),
-              text_lines(expected()
-                             .error_of("_parse_stamp_info_mapping", "stamp_info_mapping.cpp",
-                                       "Bad stamp info: junk, skip it.")
-                             .verbose("uuid: " + uuid)));
-}
-
-TEST_F(enumerate, a_malformed_header_is_one_error_line_and_no_stamp) {
-    fake.add_device("SN-1", 3);
-    for (const std::string& record : {std::string("\x01"), std::string(4, '\x05'),
-                                      std::string("\x04\0\0\0\x01", 5), std::string(9, '\0')}) {
-        fake.fill_slot(8127, record);
-        const text_lines lines = traced(-1);
-        EXPECT_EQ(status, 1);
-        ASSERT_EQ(lines.size(), 7u) << hex_text(record);
-        EXPECT_EQ(lines[5].rfind(" [ERROR]    [_parse_stamp_info_mapping] ", 0), 0u) << lines[5];
-        EXPECT_EQ(count(-1), 0);
-    }
-}
-
-TEST_F(enumerate, a_header_above_the_slot_reads_only_what_is_there) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8127, std::string("\xff\xff\xff\xff\x01", 5) + "Seal&8130");
-    EXPECT_EQ(listed_names(), text_lines{"Seal"});
-}
-
-TEST_F(enumerate, a_header_below_the_slot_wins) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8127, mapping_record("Seal&8130") + "||More&8131");
-    EXPECT_EQ(listed_names(), text_lines{"Seal"});
-}
-
-TEST_F(enumerate, serial_filter_lists_that_device_alone_and_skips_others_silently) {
-    add_two_devices();
-    EXPECT_EQ(count(-1, "SN-2", 4), 1);
-    const text_lines lines = traced(-1, "SN-1", 4);
-    EXPECT_EQ(lines.size(), 7u);
-    EXPECT_EQ(lines[2], " [VERBOSE]  [VemraAppStampGetAllStamps] Input `device_sn`       : SN-1");
-    EXPECT_EQ(count(-1, "SN-3", 4), 0);
-    EXPECT_EQ(status, 1);
 }
 
 TEST_F(enumerate, serial_filter_compares_the_whole_serial) {
@@ -296,21 +164,6 @@ TEST_F(enumerate, null_serial_with_a_length_is_ignored) {
               " [VERBOSE]  [VemraAppStampGetAllStamps] Input `device_sn`       : (null)");
 }
 
-TEST_F(enumerate, device_type_filter_lists_that_type_alone) {
-    add_two_devices();
-    EXPECT_EQ(count(-1, nullptr, 0, 4), 1);
-    for (const int other : {5, 0, -2})
-        EXPECT_EQ(count(-1, nullptr, 0, other), 0) << other;
-    EXPECT_EQ(count(-1, "SN-1", 4, 4), 0);
-    EXPECT_EQ(count(-1, "SN-2", 4, 4), 1);
-}
-
-TEST_F(enumerate, a_filtered_device_is_not_read) {
-    fake.add_device("SN-1", 3);
-    count(-1, "SN-2", 4);
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().enumerate().type().serial().free_device()));
-}
-
 TEST_F(enumerate, a_map_entry_keeps_its_first_device_after_a_replug) {
     add_device_with("Seal&8130");
     const std::string uuid = uuid_of(0);
@@ -323,15 +176,6 @@ TEST_F(enumerate, a_map_entry_keeps_its_first_device_after_a_replug) {
               text_lines{" [ERROR]    [VemraAppStampDeleteStamp] Unable to get stamp data from "
                          "8130, because: " +
                          failure_text("removed(19", 147) + ". (src/core/VEMRA_APP_STAMP.cpp:N)"});
-}
-
-TEST_F(enumerate, key_pairs_and_certificates_are_loaded_and_released) {
-    fake.add_device("SN-1", 3);
-    fake.add_keypair("SN-1", {"one", "two"});
-    EXPECT_EQ(count(-1), 0);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoGetCertificate(").size(), 2u);
-    EXPECT_EQ(fake.live_handles_and_buffers(), 0);
-    EXPECT_EQ(fake.double_frees(), 0);
 }
 
 }  // namespace

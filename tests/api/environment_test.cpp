@@ -34,11 +34,6 @@ protected:
         VemraAppStampFreeMemory(config.log_directory);
         return directory;
     }
-
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
 };
 
 TEST_F(environment, initialize_returns_one_handle_for_ever) {

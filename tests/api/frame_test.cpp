@@ -9,10 +9,6 @@ class frame : public api_test {
 protected:
     /** A call that fails with -2. */
     static void fail_with_invalid_argument() { VemraAppStampFreeMemory(nullptr); }
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
 };
 
 struct message_row {

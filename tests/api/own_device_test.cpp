@@ -1,7 +1,6 @@
 #include <cstddef>
 #include <cstring>
 #include <memory>
-#include <stdexcept>
 
 #include "api/api_test.h"
 
@@ -52,16 +51,6 @@ protected:
     text_lines calls;
 };
 
-TEST_F(own_device, is_asked_for_serial_then_type) {
-    EXPECT_EQ(traced(), text_lines(inputs()));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(last_status, 1);
-    EXPECT_EQ(copy, "SN-1");
-    EXPECT_EQ(length, 4u);
-    EXPECT_EQ(type, 3);
-    EXPECT_EQ(calls, text_lines(expected_calls().serial().type()));
-}
-
 TEST_F(own_device, answers_what_the_device_says_now) {
     arrange = [this] {
         fake.answer_type(8);
@@ -88,50 +77,6 @@ TEST_F(own_device, whose_serial_cannot_be_read_gives_a_null_copy_and_status_1) {
     EXPECT_EQ(status, 1);
     EXPECT_EQ(serial, nullptr);
     EXPECT_EQ(length, 0u);
-}
-
-TEST_F(own_device, whose_type_cannot_be_read_is_0_and_writes_nothing) {
-    arrange = [this] { fake.fail_function("VemraPKICryptoGetType", 1); };
-    EXPECT_EQ(traced(),
-              text_lines(inputs().error("Unable to get device info from this stamp, because: " +
-                                        failure_text("scripted failure(17", 79) + ".")));
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(last_status, 0);
-    EXPECT_TRUE(outputs_are_untouched());
-    EXPECT_EQ(
-        calls,
-        text_lines(expected_calls().serial().type().call("VemraPKIGetLastError()").message(17)));
-}
-
-TEST_F(own_device, that_throws_is_0_and_writes_nothing) {
-    arrange = [this] {
-        fake.fail_function("VemraPKICryptoGetSerialNumber", 1, fault::throwing_runtime_error());
-    };
-    EXPECT_EQ(traced(),
-              text_lines(inputs().error("Unable to get device info from this stamp, because: "
-                                        "thrown by the device library.")));
-    EXPECT_EQ(status, 0);
-    EXPECT_TRUE(outputs_are_untouched());
-}
-
-TEST_F(own_device, that_throws_something_else_lets_it_out_after_the_exit_line) {
-    const stdout_capture captured;
-    const listed_stamps all;
-    const taken_stamp stamp(all.set, 0);
-    fake.fail_function("VemraPKICryptoGetType", 1, fault::throwing_int());
-    stdout_capture inner;
-    EXPECT_THROW(VemraAppStampGetStampOwnDevice(stamp.record, &serial, &length, &type), int);
-    EXPECT_EQ(inner.normalised(), text_lines(inputs()));
-    EXPECT_TRUE(outputs_are_untouched());
-}
-
-TEST_F(own_device, that_was_unplugged_is_0) {
-    arrange = [this] { fake.unplug_device("SN-1"); };
-    EXPECT_EQ(traced().at(5),
-              " [ERROR]    [VemraAppStampGetStampOwnDevice] Unable to get device info from this "
-              "stamp, because: " +
-                  failure_text("removed(19", 79) + ". (src/core/VEMRA_APP_STAMP.cpp:N)");
-    EXPECT_EQ(status, 0);
 }
 
 TEST_F(own_device, without_memory_for_the_copy_is_1_with_the_true_length) {

@@ -4,11 +4,6 @@ namespace {
 
 class stamp_record : public api_test {
 protected:
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
-
     std::string name = "Seal";
     std::string data = "hello";
     VEMRA_APP_STAMP_RECORD record = image_record(name, data);
@@ -276,28 +271,6 @@ TEST_F(free_stamp, of_null_is_minus_1) {
         text_lines(expected_trace("VemraAppStampFreeStamp").verbose("Input `handle`: (nil)")));
     EXPECT_EQ(status, -1);
     EXPECT_EQ(last_status(), -1);
-}
-
-TEST_F(free_stamp, with_data_says_so) {
-    add_device_with("Seal&8130");
-    VEMRA_APP_STAMP_RECORD* taken = take();
-    free_name(taken->name);
-    int status = 0;
-    EXPECT_EQ(trace([&] { status = VemraAppStampFreeStamp(taken); }),
-              text_lines(expected_trace("VemraAppStampFreeStamp")
-                             .verbose("Input `handle`: PTR")
-                             .debug("Free stamp data.")));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(last_status(), 1);
-}
-
-TEST_F(free_stamp, without_data_says_nothing_of_it) {
-    fake.add_device("SN-1", 3);
-    fake.fill_slot(8127, mapping_record("Seal&8130"));
-    VEMRA_APP_STAMP_RECORD* taken = take();
-    free_name(taken->name);
-    EXPECT_EQ(trace([&] { VemraAppStampFreeStamp(taken); }),
-              text_lines(expected_trace("VemraAppStampFreeStamp").verbose("Input `handle`: PTR")));
 }
 
 TEST_F(free_stamp, keeps_the_name_buffer) {

@@ -30,11 +30,6 @@ protected:
     static int take(VEMRA_APP_STAMP_SET_HANDLE set, unsigned int index, outputs& out) {
         return VemraAppStampGetStamp(set, index, &out.uuid, &out.size, &out.record);
     }
-
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
 };
 
 TEST_F(stamp_set, freeing_a_null_set_is_minus_1) {
@@ -63,20 +58,6 @@ TEST_F(stamp_set, freeing_a_set_is_1_and_releases_it_whole) {
               text_lines(expected_trace("VemraAppStampFreeStamps").verbose("Input `handle`: PTR")));
 }
 
-TEST_F(stamp_set, count_is_traced_and_told) {
-    add_device_with("A&8130||B&8131||C&8132");
-    const stdout_capture captured;
-    const listed_stamps all;
-    unsigned int count = 0;
-    int status = 0;
-    EXPECT_EQ(trace([&] { status = VemraAppStampGetStampCount(all.set, &count); }),
-              text_lines(expected_trace("VemraAppStampGetStampCount")
-                             .verbose("Input `handle`: PTR")
-                             .verbose("Input `count` : PTR")));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(count, 3u);
-}
-
 TEST_F(stamp_set, count_without_set_is_minus_1_and_writes_nothing) {
     unsigned int count = 99;
     int status = 0;
@@ -96,69 +77,6 @@ TEST_F(stamp_set, count_without_output_is_minus_2_after_the_handle_is_tested) {
     EXPECT_EQ(VemraAppStampGetStampCount(all.set, nullptr), -2);
     EXPECT_EQ(VemraAppStampGetLastError(), -2);
     EXPECT_EQ(VemraAppStampGetStampCount(nullptr, nullptr), -1);
-}
-
-TEST_F(stamp_set, a_stamp_is_taken_out_whole) {
-    add_device_with("Seal 2&8130");
-    fake.fill_slot(8130, std::string("a\0b", 3));
-    const stdout_capture unseen;
-    const listed_stamps all;
-    const taken_stamp stamp(all.set, 0);
-    ASSERT_EQ(stamp.status, 1);
-    EXPECT_EQ(stamp.record->type, 1);
-    EXPECT_EQ(stamp.record->name_length, 6u);
-    EXPECT_STREQ(stamp.record->name, "Seal 2");
-    EXPECT_EQ(stamp.record->data_length, 3u);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(stamp.record->data), 3), std::string("a\0b", 3));
-    EXPECT_EQ(stamp.record->reserved, nullptr);
-    EXPECT_NE(stamp.record->own_device, nullptr);
-}
-
-TEST_F(stamp_set, taking_a_stamp_out_gives_its_uuid_and_asks_no_device) {
-    add_device_with("Seal 2&8130");
-    const stdout_capture unseen;
-    const listed_stamps all;
-    const text_lines calls = fake.calls();
-    const taken_stamp stamp(all.set, 0);
-    ASSERT_EQ(stamp.status, 1);
-    EXPECT_EQ(VemraAppStampGetLastError(), 1);
-    EXPECT_EQ(stamp.uuid_size, 8u);
-    EXPECT_EQ(fake.calls(), calls);
-}
-
-TEST_F(stamp_set, sealed_bytes_are_handed_out_as_stored) {
-    add_device_with("Seal&8130");
-    fake.fill_slot(8130, "VemraSeal");
-    const stdout_capture unseen;
-    const listed_stamps all;
-    const taken_stamp stamp(all.set, 0);
-    EXPECT_EQ(stamp.record->type, 1);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(stamp.record->data), stamp.record->data_length),
-              "VemraSeal");
-}
-
-TEST_F(stamp_set, taking_a_stamp_is_traced) {
-    add_device_with("Seal&8130");
-    const stdout_capture unseen;
-    const listed_stamps all;
-    taken_stamp stamp;
-    EXPECT_EQ(trace([&] {
-                  stamp.status = VemraAppStampGetStamp(all.set, 0, &stamp.uuid, &stamp.uuid_size,
-                                                       &stamp.record);
-              }),
-              text_lines(expected("0")));
-    EXPECT_EQ(stamp.status, 1);
-}
-
-TEST_F(stamp_set, the_uuid_is_the_digest_that_the_listing_traced) {
-    add_device_with("Seal&8130");
-    const stdout_capture captured;
-    const listed_stamps all;
-    const std::string line = captured.lines()[5];
-    const taken_stamp stamp(all.set, 0);
-    EXPECT_EQ(line,
-              " [VERBOSE]  [VemraAppStampGetAllStamps] uuid: " +
-                  hex_text(std::string(reinterpret_cast<char*>(stamp.uuid), stamp.uuid_size)));
 }
 
 TEST_F(stamp_set, a_uuid_has_the_length_of_the_digest) {
@@ -195,40 +113,6 @@ TEST_F(stamp_set, taking_a_stamp_twice_gives_two_records) {
     EXPECT_NE(first.record->data, second.record->data);
     EXPECT_NE(first.record->name, second.record->name);
     EXPECT_NE(first.uuid, second.uuid);
-}
-
-TEST_F(stamp_set, records_outlive_their_set) {
-    add_device_with("Seal&8130");
-    const stdout_capture unseen;
-    const VEMRA_APP_STAMP_SET_HANDLE set = VemraAppStampGetAllStamps(-1, nullptr, 0, -1);
-    const taken_stamp stamp(set, 0);
-    VemraAppStampFreeStamps(set);
-    EXPECT_STREQ(stamp.record->name, "Seal");
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(stamp.record->data), 5), "hello");
-    char* serial = nullptr;
-    unsigned int length = 0;
-    int type = 0;
-    EXPECT_EQ(VemraAppStampGetStampOwnDevice(stamp.record, &serial, &length, &type), 1);
-    EXPECT_STREQ(serial, "SN-1");
-    VemraAppStampFreeMemory(serial);
-}
-
-TEST_F(stamp_set, a_set_outlives_its_records) {
-    add_device_with("Seal&8130");
-    const stdout_capture unseen;
-    const listed_stamps all;
-    { const taken_stamp first(all.set, 0); }
-    const taken_stamp second(all.set, 0);
-    EXPECT_STREQ(second.record->name, "Seal");
-}
-
-TEST_F(stamp_set, a_record_keeps_the_device_of_the_map_entry) {
-    add_device_with("Seal&8130");
-    uuid_of(0);
-    const stdout_capture unseen;
-    const listed_stamps again;
-    const taken_stamp stamp(again.set, 0);
-    EXPECT_EQ(fake.live_devices(), 1);
 }
 
 TEST_F(stamp_set, taking_without_set_is_minus_1_whatever_else) {

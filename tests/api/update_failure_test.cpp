@@ -1,5 +1,3 @@
-#include <stdexcept>
-
 #include "api/api_test.h"
 
 namespace {
@@ -48,11 +46,6 @@ protected:
     const VEMRA_APP_STAMP_RECORD* stamp = &record;
     int status = -99;
 };
-
-TEST_F(update_failure, uuid_size_0_is_0) {
-    size = 0;
-    expect_refusal("Bad uuid.", 0);
-}
 
 TEST_F(update_failure, a_null_uuid_is_0_and_traced_as_empty_text) {
     uuid = nullptr;
@@ -105,59 +98,6 @@ TEST_F(update_failure, inputs_are_traced_before_any_check) {
                              .error("Bad uuid.")));
 }
 
-TEST_F(update_failure, a_mapping_whose_length_cannot_be_read_is_0) {
-    fake.fail_function("VemraPKICryptoGetDataLength", 1);
-    EXPECT_EQ(lines_of_update(), text_lines{error("Unable to get stamp info from 8127, because: " +
-                                                  failure_text("scripted failure(17", 147) + ".")});
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().length(8127).message(17)));
-}
-
-TEST_F(update_failure, a_mapping_that_cannot_be_read_is_0_and_nothing_is_written) {
-    fake.fail_function("VemraPKICryptoReadData", 1);
-    EXPECT_EQ(lines_of_update(), text_lines{error("Unable to get stamp info from 8127, because: " +
-                                                  failure_text("scripted failure(17", 176) + ".")});
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls().get(8127, 13).message(17)));
-}
-
-TEST_F(update_failure, a_write_that_fails_puts_the_old_bytes_back_and_leaves_the_mapping) {
-    const std::optional<std::string> mapping = fake.slot(8127);
-    fake.fail_function("VemraPKICryptoWriteData", 1);
-    EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 253)});
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(fake.slot(8130), "hello");
-    EXPECT_EQ(fake.slot(8127), mapping);
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
-                                           .get(8127, 13)
-                                           .set_anew(8130, 5, "new bytes")
-                                           .length(8130)
-                                           .remove(8130)
-                                           .length(8130)
-                                           .create(8130, 5)
-                                           .write(8130, "hello")
-                                           .message(17)));
-}
-
-TEST_F(update_failure, a_slot_that_cannot_be_created_again_gets_its_old_bytes_back) {
-    fake.fail_function("VemraPKICryptoCreateData", 1);
-    EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 241)});
-    EXPECT_EQ(fake.slot(8130), "hello");
-}
-
-TEST_F(update_failure, a_slot_that_cannot_be_deleted_keeps_its_bytes) {
-    fake.fail_function("VemraPKICryptoDeleteData", 1);
-    EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 269)});
-    EXPECT_EQ(fake.slot(8130), "hello");
-}
-
-TEST_F(update_failure, a_backup_that_cannot_be_read_leaves_the_slot_alone) {
-    fake.fail_function("VemraPKICryptoReadData", 2);
-    EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 176)});
-    EXPECT_EQ(fake.slot(8130), "hello");
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoDeleteData").size(), 0u);
-}
-
 TEST_F(update_failure, a_put_back_that_fails_replaces_the_failure) {
     fake.fail_function("VemraPKICryptoCreateData", 1, fault::failing(17).lasting());
     EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 200)});
@@ -175,68 +115,12 @@ TEST_F(update_failure, a_backup_left_by_a_failed_put_back_ends_up_in_a_new_slot)
     EXPECT_EQ(fake.slot(8130), "hello");
 }
 
-TEST_F(update_failure, a_backup_is_forgotten_once_it_was_put_back) {
-    fake.fail_function("VemraPKICryptoWriteData", 1);
-    lines_of_update();
-    ASSERT_EQ(fake.slot(8130), "hello");
-    fake.empty_slot("SN-1", 8130);
-    fake.fail_function("VemraPKICryptoWriteData", 1);
-    lines_of_update();
-    EXPECT_EQ(fake.slot(8130), "");
-}
-
-TEST_F(update_failure, a_backup_is_forgotten_once_the_new_bytes_are_written) {
-    EXPECT_EQ(lines_of_update(), text_lines{});
-    fake.empty_slot("SN-1", 8130);
-    fake.fail_function("VemraPKICryptoWriteData", 1);
-    lines_of_update();
-    EXPECT_EQ(fake.slot(8130), "");
-}
-
 TEST_F(update_failure, a_mapping_that_cannot_be_written_leaves_new_bytes_under_the_old_name) {
     fake.fail_function("VemraPKICryptoWriteData", 2);
     EXPECT_EQ(lines_of_update(), text_lines{update_error("scripted failure(17", 253)});
     EXPECT_EQ(status, 0);
     EXPECT_EQ(fake.slot(8130), "new bytes");
     EXPECT_EQ(fake.slot(8127), mapping_record("Old&8130"));
-}
-
-TEST_F(update_failure, a_write_that_throws_is_0_with_its_text) {
-    fake.fail_function("VemraPKICryptoWriteData", 1, fault::throwing_runtime_error());
-    EXPECT_EQ(lines_of_update(),
-              text_lines{error("Unable to update stamp, because: thrown by the device "
-                               "library.")});
-    EXPECT_EQ(status, 0);
-}
-
-TEST_F(update_failure, a_mapping_read_that_throws_is_0_with_its_text) {
-    fake.fail_function("VemraPKICryptoReadData", 1, fault::throwing_runtime_error());
-    EXPECT_EQ(lines_of_update(), text_lines{error("Unable to get stamp info from 8127, because: "
-                                                  "thrown by the device library.")});
-    EXPECT_EQ(status, 0);
-}
-
-TEST_F(update_failure, exceptions_that_are_not_standard_escape_and_the_device_stays_usable) {
-    for (const char* function : {"VemraPKICryptoReadData", "VemraPKICryptoDeleteData",
-                                 "VemraPKICryptoCreateData", "VemraPKICryptoWriteData"}) {
-        fake.clear_faults();
-        fake.fill_slot(8130, "hello");
-        fake.fill_slot(8127, mapping_record("Old&8130"));
-        fake.fail_function(function, 1, fault::throwing_int());
-        const stdout_capture captured;
-        EXPECT_THROW(VemraAppStampUpdateStamp(uuid, size, nullptr, stamp), int) << function;
-        EXPECT_EQ(captured.lines().back(),
-                  " [VERBOSE]  [VemraAppStampUpdateStamp] <<<< VemraAppStampUpdateStamp");
-        EXPECT_EQ(VemraAppStampUpdateStamp(uuid, size, nullptr, stamp), 1) << function;
-    }
-}
-
-TEST_F(update_failure, a_password_check_that_throws_escapes) {
-    fake.fail_function("VemraPKICryptoVerifyPwd", 1, fault::throwing_runtime_error());
-    const stdout_capture captured;
-    EXPECT_THROW(VemraAppStampUpdateStamp(uuid, size, "pw", stamp), std::runtime_error);
-    EXPECT_EQ(captured.lines().back(),
-              " [VERBOSE]  [VemraAppStampUpdateStamp] <<<< VemraAppStampUpdateStamp");
 }
 
 }  // namespace

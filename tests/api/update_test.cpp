@@ -29,11 +29,6 @@ protected:
         return lines;
     }
 
-    static int last_status() {
-        const stdout_capture unseen;
-        return VemraAppStampGetLastError();
-    }
-
     std::string uuid;
     std::string name = "Seal";
     std::string data = "new bytes";
@@ -58,48 +53,6 @@ TEST_F(update, enumerates_nothing_and_writes_the_bytes_first_the_mapping_second)
     EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130"));
 }
 
-TEST_F(update, with_bytes_and_name_of_the_same_lengths_writes_in_place) {
-    name = "New";
-    data = "HELLO";
-    record = image_record(name, data);
-    update_quietly();
-    EXPECT_EQ(fake.calls(), text_lines(expected_calls()
-                                           .verify(password)
-                                           .get(8127, 13)
-                                           .set_in_place(8130, "HELLO")
-                                           .length(8127)
-                                           .get(8127, 13)
-                                           .length(8127, 2)
-                                           .write(8127, mapping_record("New&8130"))));
-}
-
-TEST_F(update, keeps_the_other_entries) {
-    fake.fill_slot(8127, mapping_record("Old&8130||B&8131"));
-    EXPECT_EQ(update_quietly(), 1);
-    EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130||B&8131"));
-}
-
-TEST_F(update, adds_the_entry_when_the_mapping_has_none) {
-    fake.fill_slot(8127, mapping_record("B&8131"));
-    EXPECT_EQ(update_quietly(), 1);
-    EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130||B&8131"));
-}
-
-TEST_F(update, writes_a_mapping_when_there_is_none) {
-    fake.empty_slot("SN-1", 8127);
-    EXPECT_EQ(trace([this] { status = update_stamp(); }), text_lines(inputs()));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130"));
-}
-
-TEST_F(update, replaces_sealed_bytes_all_the_same_and_adds_their_entry) {
-    fake.fill_slot(8130, "VemraSeal");
-    fake.fill_slot(8127, mapping_record(""));
-    EXPECT_EQ(update_quietly(), 1);
-    EXPECT_EQ(fake.slot(8130), "new bytes");
-    EXPECT_EQ(fake.slot(8127), mapping_record("Seal&8130"));
-}
-
 TEST_F(update, leaves_the_uuid_good_for_the_same_slot) {
     update_quietly();
     EXPECT_EQ(uuid_of(0), uuid);
@@ -110,12 +63,6 @@ TEST_F(update, leaves_the_uuid_good_for_the_same_slot) {
     const stdout_capture unseen;
     EXPECT_EQ(VemraAppStampDeleteStamp(bytes_of(uuid), 8, nullptr), 1);
     EXPECT_EQ(fake.slot(8130), std::nullopt);
-}
-
-TEST_F(update, without_password_verifies_none_and_writes) {
-    EXPECT_EQ(trace([this] { status = update_stamp(nullptr); }), text_lines(inputs("(null)")));
-    EXPECT_EQ(status, 1);
-    EXPECT_EQ(fake.calls_of("VemraPKICryptoVerifyPwd").size(), 0u);
 }
 
 TEST_F(update, with_a_wrong_password_is_logged_with_the_retries_and_still_writes) {

@@ -47,7 +47,7 @@ expected _freed_memory() {
 }  // namespace
 
 random_use::random_use(const std::vector<unsigned char>& devices, int use, listener listen)
-    : listen_(std::move(listen)), last_status_(last_status()) {
+    : listen_(std::move(listen)) {
     for (const unsigned char number : devices) {
         const auto device = _device(static_cast<int>(labels_.size()), content_of(number), use);
         device->needs_login = needs_login(number);

@@ -82,6 +82,4 @@ private:
     std::vector<std::string> labels_;
     std::vector<held_set> sets_;
     std::vector<held_record> records_;
-    /** As the last call left it. */
-    int last_status_;
 };
