@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     choices input(data, size);
     {
         random_use both(_devices(input), 0, _unheard);
-        for (int steps = 0; steps < 40 && !input.is_used_up(); ++steps) {
+        for (int steps = 0; steps < 80 && !input.is_used_up(); ++steps) {
             const std::string difference = both.perform(_step(input));
             claim(difference.empty(), difference);
         }
