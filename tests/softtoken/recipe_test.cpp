@@ -116,24 +116,25 @@ protected:
         ASSERT_EQ(result.status, 0) << result.output;
     }
     static void clear() { run_tool("fault clear one"); }
+    /** Appends under the fault; the library tells the reason, and these slots are left. */
+    void expect_refusal(const std::string& recipe, const std::string& reason,
+                        const slot_map& left) {
+        use(recipe);
+        program_result result = append("second", 'b');
+        EXPECT_TRUE(says(result, "append: 0")) << result.output;
+        EXPECT_TRUE(says(result, reason)) << result.output;
+        EXPECT_EQ(slots(), left);
+    }
 };
 
 TEST_F(softtoken_recipe, locked_refuses_a_stamp_and_changes_no_slot) {
-    use("locked");
-    program_result result = append("second", 'b');
-    EXPECT_TRUE(says(result, "append: 0")) << result.output;
-    EXPECT_TRUE(says(result, "device locked(-107"));
-    EXPECT_EQ(slots(), before_);
+    expect_refusal("locked", "device locked(-107", before_);
     clear();
     expect_that_appending_works();
 }
 
 TEST_F(softtoken_recipe, full_refuses_a_stamp_and_changes_no_slot) {
-    use("full");
-    program_result result = append("second", 'b');
-    EXPECT_TRUE(says(result, "append: 0")) << result.output;
-    EXPECT_TRUE(says(result, "device full(-111"));
-    EXPECT_EQ(slots(), before_);
+    expect_refusal("full", "device full(-111", before_);
     EXPECT_TRUE(lists(first_only));
     clear();
     expect_that_appending_works();
@@ -150,22 +151,15 @@ TEST_F(softtoken_recipe, slow_delays_every_call_and_changes_nothing_else) {
 }
 
 TEST_F(softtoken_recipe, pulled_out_leaves_an_unwritten_slot_and_works_once_plugged_in) {
-    use("pulled-out");
-    program_result result = append("second", 'b');
-    EXPECT_TRUE(says(result, "append: 0")) << result.output;
-    EXPECT_TRUE(says(result, "device removed(-104"));
+    expect_refusal("pulled-out", "device removed(-104", before_and(8131, std::string(400, '\0')));
     EXPECT_EQ(attached_count(), 0);
-    EXPECT_EQ(slots(), before_and(8131, std::string(400, '\0')));
     attach("one");
     expect_that_appending_works();
 }
 
 TEST_F(softtoken_recipe, wrong_answer_once_fails_one_append_alone) {
-    use("wrong-answer-once");
-    program_result result = append("second", 'b');
-    EXPECT_TRUE(says(result, "append: 0")) << result.output;
-    EXPECT_TRUE(says(result, "Unable to get stamp info from 8127, because: storage failed(-122"));
-    EXPECT_EQ(slots(), before_);
+    expect_refusal("wrong-answer-once",
+                   "Unable to get stamp info from 8127, because: storage failed(-122", before_);
     expect_that_appending_works();
 }
 
@@ -219,11 +213,7 @@ TEST_F(softtoken_recipe, torn_write_leaves_the_first_100_bytes) {
 }
 
 TEST_F(softtoken_recipe, worn_out_refuses_a_stamp_and_leaves_its_slot_empty) {
-    use("worn-out");
-    program_result result = append("second", 'b');
-    EXPECT_TRUE(says(result, "append: 0")) << result.output;
-    EXPECT_TRUE(says(result, "storage failed(-122"));
-    EXPECT_EQ(slots(), before_and(8131, ""));
+    expect_refusal("worn-out", "storage failed(-122", before_and(8131, ""));
     EXPECT_TRUE(lists(first_only));
     clear();
     expect_that_appending_works();
