@@ -91,6 +91,13 @@ Handle& required(Handle* handle) {
     return *handle;
 }
 
+/* Ends what the caller gives back; throws null_handle. */
+template <typename Handle>
+void give_back(Handle* handle) {
+    required(handle);
+    delete handle;
+}
+
 /* Throws bad_argument unless the claim about the caller's arguments holds. */
 inline void require_argument(bool good) {
     if (!good) throw failure(error_code::bad_argument);

@@ -50,7 +50,7 @@ VEMRA_PKI_DEVICE_HANDLE_st* VemraPKICryptoDupDevice(VEMRA_PKI_DEVICE_HANDLE_st* 
 }
 
 int VemraPKICryptoFreeDevice(VEMRA_PKI_DEVICE_HANDLE_st* device) {
-    return release_call({__func__}, [=] { delete &required(device); });
+    return release_call({__func__}, [=] { give_back(device); });
 }
 
 int VemraPKICryptoGetType(VEMRA_PKI_DEVICE_HANDLE_st* device) {

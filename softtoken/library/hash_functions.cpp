@@ -45,5 +45,5 @@ int VemraPKICryptoHashFinal(VEMRA_PKI_HASH_HANDLE_st* hash, unsigned char** out,
 }
 
 int VemraPKICryptoFreeHash(VEMRA_PKI_HASH_HANDLE_st* hash) {
-    return release_call({__func__}, [=] { delete &required(hash); });
+    return release_call({__func__}, [=] { give_back(hash); });
 }

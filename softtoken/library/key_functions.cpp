@@ -34,7 +34,7 @@ VEMRA_PrivKey_Handle_st* VemraPKICryptoDupKeypair(VEMRA_PrivKey_Handle_st* keypa
 }
 
 int VemraPKICryptoFreeKeypair(VEMRA_PrivKey_Handle_st* keypair) {
-    return release_call({__func__}, [=] { delete &required(keypair); });
+    return release_call({__func__}, [=] { give_back(keypair); });
 }
 
 int VemraPKICryptoGetCertificateCount(VEMRA_PrivKey_Handle_st* keypair) {
@@ -65,7 +65,7 @@ VEMRA_CERT_st* VemraPKICertDupCert(VEMRA_CERT_st* certificate) {
 }
 
 int VemraPKICertFreeCert(VEMRA_CERT_st* certificate) {
-    return release_call({__func__}, [=] { delete &required(certificate); });
+    return release_call({__func__}, [=] { give_back(certificate); });
 }
 
 int VemraPKICertEqual(VEMRA_CERT_st* left, VEMRA_CERT_st* right) {
