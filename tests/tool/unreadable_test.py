@@ -111,10 +111,64 @@ class Reading(Unreadable):
         self.assertEqual(self.listed(10), {**self.others(), "Far": digest(LARGE)})
         self.expect(0, "list", "--device", self.serial + "-B")
 
+    def test_check_names_it_and_says_which_slot_is_of_no_stamp(self):
+        self.raw_slot("write", 8134, b"orphan")
+        self.fail_reads(8131, 8134)
+        lines = self.expect(1, "check").stdout.decode().splitlines()
+        device = f"{self.serial} (type 3): "
+        self.assertEqual(lines, [
+            device + '"S1" in slot 8131 cannot be read: storage failed (-122)',
+            device + "slot 8134, for which no stamp is listed, cannot be read: storage failed (-122)"])
+
+    def test_bytes_that_an_append_would_overwrite_unread_are_named(self):
+        self.raw_slot("write", 8133, b"orphan")
+        self.fail_reads(8133)
+        done = self.change(1, "append", "--name", "New", NAME_SEAL)
+        self.assertIn(f"slot 8133 of {self.serial} (type 3), which is free, cannot be read: storage "
+                      "failed (-122)".encode(), done.stderr)
+        self.assertEqual(self.listed(), {**self.others(), "S1": digest(LARGE)})
+
     def test_damage_is_told_as_damage(self):
         self.damage()
         self.assertEqual(self.listed(10), self.others())
         self.expect_named(self.expect(10, "list"), b"(-123)")
+
+
+class UnreadableList(Unreadable):
+    """Slot 8127 of one device cannot be read: what that device holds is not known."""
+
+    def setUp(self):
+        super().setUp()
+        self.other = self.serial + "-B"
+        self.create_token("b", self.other, 7)
+        self.append("Far", COMPANY, "--device", self.other)
+        self.fail_reads(8127)
+        self.told = f"the list of {self.serial} (type 3) cannot be read: storage failed (-122)"
+
+    def test_every_command_says_that_it_is_the_list(self):
+        for code, *command in ((10, "list"), (10, "devices"), (10, "export", "--all", self.folder / "all"),
+                               (10, "sheet", "-o", self.folder / "page"), (0, "show", "name:Far"),
+                               (1, "backup", "--device", self.serial, self.folder / "kept"),
+                               (1, "append", "--device", self.serial, "--name", "New", NAME_SEAL,
+                                "--password-file", self.password_file)):
+            with self.subTest(command=command):
+                told = self.expect(code, *command).stderr.decode()
+                self.assertEqual(told.count(self.told), 1, told)
+                self.assertEqual(told.count("(-122)"), 1, told)
+        self.assertIn(f"{self.serial} (type 3): the list cannot be read: storage failed (-122)\n",
+                      self.expect(1, "check").stdout.decode())
+
+    def test_a_stamp_that_may_be_on_it_is_not_said_to_be_missing(self):
+        for command in (["show"], ["export", "-o", self.folder / "one"], ["delete", "--yes"],
+                        ["update", "--name", "New"]):
+            told = self.change(1, *command, "name:S0").stderr.decode()
+            self.assertIn(f'no stamp is selected by "name:S0", but what {self.serial} (type 3) holds '
+                          "is not known\n", told)
+        self.change(0, "update", "name:Far", "--name", "Near")
+
+    def test_a_backup_of_nothing_is_not_made(self):
+        self.expect(1, "backup", "--device", self.serial, self.folder / "kept")
+        self.assertFalse((self.folder / "kept").exists())
 
 
 class Writing(Unreadable):

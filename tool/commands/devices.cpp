@@ -28,7 +28,7 @@ void _describe_device(context& run, const device_id& device,
         warn_of_errors(run, run.tokens().errors());
     } catch (const failure& error) {
         if (error.code() == exit_code::lock_timeout) throw;
-        run.out.warn(describe(device) + ": " + error.what());
+        run.out.warn(error.what());
         run.code = exit_code::partial;
     }
     rows.push_back(row);

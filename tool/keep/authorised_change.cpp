@@ -97,6 +97,17 @@ std::vector<stamp> _without(const std::vector<stamp>& stamps, const stamp& left_
     return others;
 }
 
+std::string _read_free_slot(session& tokens, const device_id& device, int slot) {
+    try {
+        return tokens.ask([&](token_reader& all) { return all.read_slot(device, slot); }, device);
+    } catch (const failure& error) {
+        throw failure(error.code(),
+                      "slot " + std::to_string(slot) + " of " + describe(device) +
+                          ", which is free, cannot be read: " + printable(error.facts().cause),
+                      error.facts());
+    }
+}
+
 // The stamps of an enumeration before an append, with what the append added.
 std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<stamp>& actual,
                                   const stamp& wanted) {
@@ -289,8 +300,7 @@ void authorised_change::keep_unlisted_bytes() {
     session& tokens = device_.tokens();
     const int slot = read_mapping(tokens, device_.id()).lowest_free_slot();
     if (slot == 0) return;
-    const shared_bytes bytes(tokens.ask(
-        [&](token_reader& all) { return all.read_slot(device_.id(), slot); }, device_.id()));
+    const shared_bytes bytes(_read_free_slot(tokens, device_.id(), slot));
     if (bytes.empty()) return;
     archive unlisted = _archive_of(device_.id());
     const std::string name = "unlisted-" + std::to_string(slot);

@@ -1,5 +1,6 @@
 #include "keep/backup.h"
 
+#include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
@@ -19,6 +20,7 @@ backup _collect(session& tokens, const device_id& device) {
     backup made{{device.serial, device.type, {}}, true};
     const read_locks lock(tokens, {device});
     const held_stamps held = _read(tokens, device);
+    if (!held.unknown.empty()) throw failure(exit_code::failed, held.errors.back());
     for (const std::string& error : held.errors) {
         tokens.served().warn(printable(error));
         made.is_whole = false;

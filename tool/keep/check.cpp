@@ -26,7 +26,7 @@ bool _read_record(session& tokens, const device_id& device, device_contents& con
         return true;
     } catch (const failure& error) {
         contents.findings.push_back(
-            {kind::unreadable, 0, std::string("the list cannot be read: ") + error.what()});
+            {kind::unreadable, 0, "the list cannot be read: " + printable(error.facts().cause)});
         return false;
     }
 }
@@ -41,9 +41,14 @@ void _read_slot(session& tokens, const device_id& device, int slot, device_conte
         contents.slots.emplace(slot, std::move(bytes));
     } catch (const failure& error) {
         const auto number = static_cast<unsigned int>(slot);
+        const stamp_mapping& entries = contents.record.entries;
+        const auto listed = entries.find(number);
+        const std::string which = listed == entries.end()
+                                      ? _slot_text(number) + ", for which no stamp is listed,"
+                                      : quoted(listed->second) + " in " + _slot_text(number);
         contents.unreadable_slots.push_back(slot);
-        contents.findings.push_back(
-            {kind::unreadable, number, _slot_text(number) + " cannot be read: " + error.what()});
+        contents.findings.push_back({kind::unreadable, number,
+                                     which + " cannot be read: " + printable(error.facts().cause)});
     }
 }
 

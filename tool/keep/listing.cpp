@@ -55,19 +55,20 @@ std::vector<stamp> _complete(session& tokens, const device_id& device, const map
 }
 
 std::vector<stamp> _read_device(session& tokens, const device_id& device, std::vector<stamp> listed,
-                                std::vector<std::string>& errors) {
+                                held_stamps& held) {
     try {
         const mapping_record record = read_mapping(tokens, device);
         const std::vector<int> slots = record.listed_slots();
         if (slots.size() != listed.size()) {
-            return _complete(tokens, device, record, listed, errors);
+            return _complete(tokens, device, record, listed, held.errors);
         }
         for (std::size_t i = 0; i < slots.size(); ++i) {
             listed[i].slot = slots[i];
         }
     } catch (const failure& error) {
-        _forget(errors, error.facts().cause);
-        errors.push_back(describe_unreadable(device, error.facts().cause));
+        _forget(held.errors, error.facts().cause);
+        held.errors.push_back(describe_unreadable(device, error.facts().cause));
+        held.unknown.push_back(device);
     }
     return listed;
 }
@@ -84,10 +85,9 @@ failure _not_whole(const device_id& device, const std::string& error) {
 
 held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
     const stamp_list list = devices.size() == 1 ? tokens.stamps(devices.front()) : tokens.stamps();
-    held_stamps held{{}, tokens.errors()};
+    held_stamps held{{}, tokens.errors(), {}};
     for (const device_id& device : devices) {
-        for (stamp& one :
-             _read_device(tokens, device, _of_device(list.stamps, device), held.errors)) {
+        for (stamp& one : _read_device(tokens, device, _of_device(list.stamps, device), held)) {
             held.stamps.push_back(std::move(one));
         }
     }

@@ -15,6 +15,8 @@ struct held_stamps {
     std::vector<stamp> stamps;
     /** What else is wrong with the devices or their lists. */
     std::vector<std::string> errors;
+    /** Devices whose lists cannot be read, which errors tell, too: what they hold is not known. */
+    std::vector<device_id> unknown;
 };
 
 /**

@@ -1,8 +1,24 @@
 #include "keep/mapping_record.h"
 
 #include "basics/failure.h"
+#include "basics/text.h"
+#include "keep/describe.h"
 
 namespace vemra::tool {
+
+namespace {
+
+std::string _read_bytes(session& tokens, const device_id& device) {
+    try {
+        return tokens.ask([&](token_reader& all) { return all.read_slot(device, mapping_slot); },
+                          device);
+    } catch (const failure& error) {
+        throw failure(error.code(), describe_unreadable(device, printable(error.facts().cause)),
+                      error.facts());
+    }
+}
+
+}  // namespace
 
 std::vector<int> mapping_record::listed_slots() const {
     std::vector<int> slots;
@@ -26,8 +42,7 @@ int mapping_record::lowest_free_slot() const {
 
 mapping_record read_mapping(session& tokens, const device_id& device) {
     mapping_record record;
-    record.bytes =
-        tokens.ask([&](token_reader& all) { return all.read_slot(device, mapping_slot); }, device);
+    record.bytes = _read_bytes(tokens, device);
     record.entries =
         tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); }, device);
     record.faults = tokens.errors();

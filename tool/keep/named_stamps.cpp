@@ -42,17 +42,18 @@ held_names _read_lists(session& tokens, const std::vector<device_id>& devices) {
             _read_list(tokens, device, held);
         } catch (const failure& error) {
             held.errors.push_back(describe_unreadable(device, error.facts().cause));
+            held.unknown.push_back(device);
         }
     }
     return held;
 }
 
-std::vector<named_stamp> _read_to_select(session& tokens, const std::vector<device_id>& devices) {
+held_names _read_to_select(session& tokens, const std::vector<device_id>& devices) {
     held_names held = _read_lists(tokens, devices);
     for (const std::string& error : held.errors) {
         tokens.served().warn(printable(error));
     }
-    return std::move(held.stamps);
+    return held;
 }
 
 }  // namespace
@@ -66,8 +67,8 @@ held_names list_names(session& tokens, const device_choice& choice) {
 stamp read_selected(session& tokens, const std::string& selector) {
     const std::vector<device_id> devices = tokens.find_devices({});
     const read_locks locks(tokens, devices);
-    const std::vector<named_stamp> names = _read_to_select(tokens, devices);
-    const named_stamp& selected = select_stamp(names, selector);
+    const held_names held = _read_to_select(tokens, devices);
+    const named_stamp& selected = select_stamp(held.stamps, held.unknown, selector);
     const auto shown = tokens.served().show({"reading " + quoted(selected.name)});
     stamp one = read_stamp(tokens, selected);
     require_bytes(one);
@@ -77,9 +78,10 @@ stamp read_selected(session& tokens, const std::string& selector) {
 selected_names select_for_change(session& tokens, const std::vector<std::string>& selectors) {
     const std::vector<device_id> devices = tokens.find_devices({});
     const read_locks locks(tokens, devices);
-    selected_names selected{_read_to_select(tokens, devices), {}};
+    const held_names held = _read_to_select(tokens, devices);
+    selected_names selected{held.stamps, {}};
     for (const std::string& selector : selectors) {
-        const named_stamp& one = select_stamp(selected.all, selector);
+        const named_stamp& one = select_stamp(held.stamps, held.unknown, selector);
         const bool is_known =
             std::any_of(selected.chosen.begin(), selected.chosen.end(),
                         [&](const named_stamp& other) { return is_same_place(one, other); });

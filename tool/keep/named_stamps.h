@@ -14,6 +14,8 @@ struct held_names {
     std::vector<named_stamp> stamps;
     /** What is wrong with the devices or their lists. */
     std::vector<std::string> errors;
+    /** Devices whose lists cannot be read, which errors tell, too: what they hold is not known. */
+    std::vector<device_id> unknown;
 };
 
 /** The stamps of the device that is meant, or of all, locked while their lists are read. */

@@ -45,15 +45,21 @@ std::vector<const named_stamp*> _candidates(const std::vector<named_stamp>& stam
     return found;
 }
 
+[[noreturn]] void _throw_none(const std::vector<device_id>& unknown, const std::string& selector) {
+    const std::string none = "no stamp is selected by " + quoted(selector);
+    if (unknown.empty()) throw failure(exit_code::no_stamp, none);
+    throw failure(exit_code::failed,
+                  none + ", but what " + describe(unknown.front()) + " holds is not known");
+}
+
 }  // namespace
 
 const named_stamp& select_stamp(const std::vector<named_stamp>& stamps,
+                                const std::vector<device_id>& unknown,
                                 const std::string& selector) {
     const std::vector<const named_stamp*> found = _candidates(stamps, selector);
     if (found.size() == 1) return *found.front();
-    if (found.empty()) {
-        throw failure(exit_code::no_stamp, "no stamp is selected by " + quoted(selector));
-    }
+    if (found.empty()) _throw_none(unknown, selector);
     std::string message = "several stamps are selected by " + quoted(selector) + ":";
     std::vector<named_stamp> candidates;
     for (const named_stamp* one : found) {

@@ -22,8 +22,11 @@ private:
     std::vector<named_stamp> candidates_;
 };
 
-/** Throws ambiguous_selector, or failure: (no_stamp), (usage) for an unusable selector. */
+/**
+ * `unknown` are devices whose lists cannot be read. Throws ambiguous_selector, or failure:
+ * (no_stamp), or (failed) when it may be on one of those; (usage) for an unusable selector.
+ */
 const named_stamp& select_stamp(const std::vector<named_stamp>& stamps,
-                                const std::string& selector);
+                                const std::vector<device_id>& unknown, const std::string& selector);
 
 }  // namespace vemra::tool
