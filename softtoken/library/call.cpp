@@ -3,13 +3,13 @@
 #include <pthread.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 #include <new>
 #include <vector>
 
 #include "store/descriptor_limit.h"
+#include "store/harmless_text.h"
 
 namespace vemra::softtoken {
 
@@ -30,7 +30,7 @@ fault_plan _plan_from_environment() {
     try {
         return fault_plan(parse_faults(text));
     } catch (const failure& error) {
-        std::fprintf(stderr, "vemra-softtoken: VEMRA_SOFTTOKEN_FAULTS: %s\n", error.what());
+        tell("VEMRA_SOFTTOKEN_FAULTS: ", error.what());
         return fault_plan({});
     }
 }
@@ -57,7 +57,7 @@ environment_faults& _environment_faults() {
 // The code alone would send people to look for damage.
 void _tell_once(const char* reason) noexcept {
     static std::atomic_flag told = ATOMIC_FLAG_INIT;
-    if (!told.test_and_set()) std::fprintf(stderr, "vemra-softtoken: %s\n", reason);
+    if (!told.test_and_set()) tell("", reason);
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "store/harmless_text.h"
+
 namespace vemra::softtoken::call_trace {
 
 namespace {
@@ -30,7 +32,7 @@ const char* _find_path() noexcept {
     if (given == nullptr || *given == '\0') return nullptr;
     int file = _open_file(given);
     if (file < 0) {
-        std::fprintf(stderr, "vemra-softtoken: cannot write the trace file %s\n", given);
+        tell("cannot write the trace file ", given);
         return nullptr;
     }
     close(file);

@@ -2,7 +2,6 @@
 
 #include <pthread.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "store/descriptor_limit.h"
@@ -73,7 +72,7 @@ std::vector<std::string> token_registry::names_in(const std::string& root) {
     } catch (const out_of_descriptors&) {
         throw;
     } catch (const failure& error) {
-        report_once("no tokens can be looked for", error.what());
+        report_once("no tokens can be looked for: ", error.what());
         throw;
     }
 }
@@ -96,7 +95,7 @@ token* token_registry::find(const std::string& directory) {
     } catch (const out_of_descriptors&) {
         throw;
     } catch (const failure& error) {
-        report_once("token skipped", error.what());
+        report_once("token skipped: ", error.what());
     }
     return nullptr;
 }
@@ -119,7 +118,7 @@ token* token_registry::meet(const std::string& directory, const plug& present) {
 
 void token_registry::report_once(const char* what, const std::string& reason) {
     if (!reported_.insert(reason).second) return;
-    std::fprintf(stderr, "vemra-softtoken: %s: %s\n", what, harmless(reason).c_str());
+    tell(what, reason.c_str());
 }
 
 VEMRA_PKI_DEVICE_LIST_st* token_registry::list_of(std::vector<token*> tokens) {

@@ -1,5 +1,8 @@
 #include "store/harmless_text.h"
 
+#include <cstdio>
+#include <new>
+
 namespace vemra::softtoken {
 
 std::string harmless(std::string text) {
@@ -12,6 +15,14 @@ std::string harmless(std::string text) {
         before = now;
     }
     return text;
+}
+
+void tell(const char* about, const char* text) noexcept {
+    try {
+        std::fprintf(stderr, "vemra-softtoken: %s%s\n", about, harmless(text).c_str());
+    } catch (const std::bad_alloc&) {
+        return;  // Whatever the call is about to answer, it can.
+    }
 }
 
 }  // namespace vemra::softtoken

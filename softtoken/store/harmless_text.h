@@ -9,4 +9,10 @@ namespace vemra::softtoken {
  */
 std::string harmless(std::string text);
 
+/*
+ * The library's one way to speak: a line on standard error with both texts, the second one made
+ * harmless. Nothing when there is no memory.
+ */
+void tell(const char* about, const char* text) noexcept;
+
 }  // namespace vemra::softtoken

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string_view>
 #include <vector>
 
@@ -175,6 +176,18 @@ TEST_F(softtoken_descriptors, list_that_would_be_short_of_a_token_fails) {
         leave_room_for(2);
         return VemraPKICryptoGetAllDevices(-1, 0) == nullptr && VemraPKIGetLastError() == -122;
     }));
+}
+
+TEST_F(softtoken_descriptors, message_has_no_byte_of_a_path_that_a_terminal_obeys) {
+    if (checks_pointers) GTEST_SKIP() << "the sanitizer asks for descriptors of its own";
+    const std::string odd = root() + "/.odd\x1b[2J";
+    std::filesystem::create_directory(odd);
+    setenv("VEMRA_SOFTTOKEN_DIR", odd.c_str(), 1);
+    vemra::softtoken::create_token(odd, "one", plain_token("SN-odd"));
+    program_result result = run("ulimit -Sn 5; " FREES_AT_EXIT);
+    EXPECT_NE(result.output.find(root() + "/.odd?[2J/one/token.db: this process may have"),
+              std::string::npos)
+        << result.output;
 }
 
 TEST_F(softtoken_descriptors, message_names_the_limit_and_how_to_raise_it) {

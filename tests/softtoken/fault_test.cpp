@@ -235,6 +235,13 @@ TEST_F(softtoken_fault, wrong_text_in_the_environment_is_reported) {
     EXPECT_NE(result.output.find("no such function"), std::string::npos);
 }
 
+TEST_F(softtoken_fault, report_has_no_byte_that_a_terminal_obeys) {
+    program_result result = run("VEMRA_SOFTTOKEN_FAULTS='\x1b[2J null' " FREES_AT_EXIT);
+    EXPECT_NE(result.output.find("VEMRA_SOFTTOKEN_FAULTS: "), std::string::npos) << result.output;
+    EXPECT_NE(result.output.find("?[2J"), std::string::npos) << result.output;
+    EXPECT_EQ(result.output.find('\x1b'), std::string::npos);
+}
+
 TEST_F(softtoken_fault, admin_tool_adds_lists_and_clears) {
     EXPECT_EQ(run_tool("fault add one 'ReadData call=2 return=-5'").status, 0);
     EXPECT_EQ(run_tool("fault add one --recipe full").status, 0);

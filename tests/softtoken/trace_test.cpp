@@ -237,6 +237,14 @@ TEST_F(softtoken_trace, file_that_cannot_be_written_is_named_and_the_program_run
               "vemra-softtoken: cannot write the trace file /no/such/directory/trace\n");
 }
 
+TEST_F(softtoken_trace, name_of_a_file_that_cannot_be_written_is_harmless) {
+    setenv("VEMRA_SOFTTOKEN_TRACE", "/no/such/\x1b[2J", 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(attached_count(), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "vemra-softtoken: cannot write the trace file /no/such/?[2J\n");
+}
+
 // Descriptors of the program's own get the numbers that the library's had.
 TEST_F(softtoken_trace, never_lands_in_a_file_opened_after_the_program_closed_all_of_its_own) {
     EXPECT_TRUE(in_child([this] {
