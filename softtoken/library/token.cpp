@@ -70,6 +70,14 @@ void token::settle(const std::string& directory, std::unique_ptr<open_token> ope
     close();
     directory_ = directory;
     plug_path_ = plug_path(directory);
+    take(std::move(open));
+}
+
+void token::take(std::unique_ptr<open_token> open) {
+    if (closed_plug_ && open->plugged == *closed_plug_ &&
+        open->plugged.same_settings(*closed_plug_)) {
+        open->faults = std::move(closed_faults_);
+    }
     open_ = std::move(open);
 }
 
@@ -80,6 +88,9 @@ void token::close() {
         if (open_->process == getpid()) held_files::give_up(database_path(open_->directory));
         static_cast<void>(open_.release());
     }
+    if (open_ == nullptr) return;
+    closed_faults_ = std::move(open_->faults);
+    closed_plug_ = open_->plugged;
     open_.reset();
 }
 
@@ -94,7 +105,7 @@ open_token& token::opened() {
     auto found =
         with_room(this, [&] { return std::make_unique<open_token>(directory_, *present); });
     if (found->info.uid != info_.uid) throw failure(error_code::removed);
-    open_ = std::move(found);
+    take(std::move(found));
     return *open_;
 }
 

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "library/fair_mutex.h"
@@ -88,6 +89,7 @@ public:
 private:
     static void close_idle_except(const token* asking);
     void close();
+    void take(std::unique_ptr<open_token> open);
     open_token& opened();
     open_token& start(running_call& call);
     void fire_due_faults(running_call& call, open_token& open);
@@ -106,6 +108,9 @@ private:
     const token_info info_;
     login process_login_;
     std::unique_ptr<open_token> open_;
+    // Of the database that was closed: faults count calls on when it opens again.
+    fault_plan closed_faults_{{}};
+    std::optional<plug> closed_plug_;
 };
 
 }  // namespace vemra::softtoken

@@ -76,6 +76,30 @@ TEST_F(softtoken_fork, child_writes_after_its_parent_has_ended) {
     EXPECT_EQ(write_slot(device(), 8130, "again"), 1);
 }
 
+// Forking closes the databases.
+TEST_F(softtoken_fork, faults_of_a_token_count_on_in_parent_and_child) {
+    ASSERT_EQ(run_tool("fault add one 'GetType call=4 return=5 lasting'").status, 0);
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 1);
+    EXPECT_TRUE(in_child([&] { return VemraPKICryptoGetType(device()) == 1; }));
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 1);
+    EXPECT_EQ(attached_count(), 1);
+    EXPECT_TRUE(in_child([&] {
+        return attached_count() == 1 && VemraPKICryptoGetType(device()) == 1 &&
+               VemraPKICryptoGetType(device()) == 5;
+    }));
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 1);
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 5);
+}
+
+TEST_F(softtoken_fork, faults_that_were_set_meanwhile_count_from_then_on) {
+    ASSERT_EQ(run_tool("fault add one 'GetType call=2 return=5 lasting'").status, 0);
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 1);
+    ASSERT_EQ(run_tool("fault add one 'ReadData return=5'").status, 0);
+    EXPECT_TRUE(in_child([] { return true; }));
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 1);
+    EXPECT_EQ(VemraPKICryptoGetType(device()), 5);
+}
+
 // Forking waits for the running calls of other threads, so that the child finds no lock held.
 TEST_F(softtoken_fork, child_of_a_process_with_busy_threads_works) {
     std::atomic<bool> stop{false};
