@@ -1,16 +1,14 @@
 // vemra-stamp: puts stamps on devices, shows them, and takes care of both.
 
-#include <fcntl.h>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <csignal>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "basics/text.h"
+#include "command_line/hardening.h"
 #include "command_line/interruption.h"
 #include "commands/command_line.h"
 #include "commands/context.h"
@@ -22,24 +20,6 @@ namespace vemra::tool {
 namespace {
 
 constexpr int output_version = 1;
-
-// No core file and no debugger of another process of the user: passwords pass through here.
-// What cannot be written is an error that is told, not a signal that ends the process.
-void _harden() {
-    prctl(PR_SET_DUMPABLE, 0);
-    std::signal(SIGPIPE, SIG_IGN);
-    std::signal(SIGXFSZ, SIG_IGN);
-}
-
-// No file that is opened later gets the number of a standard descriptor that was closed. Reading
-// the input and writing the output fail then, as they would have.
-void _fill_closed_descriptors() {
-    constexpr int flags[] = {O_WRONLY, O_RDONLY, O_WRONLY};
-    for (const int number : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(number, F_GETFD) >= 0) continue;
-        if (open("/dev/null", flags[number]) != number) return;
-    }
-}
 
 void _apply(context& run, trace& printed) {
     run.out.set_json(run.options.json);
@@ -118,8 +98,7 @@ exit_code _run(CLI::App& program, context& run, const trace& printed, int argc, 
 }
 
 int _main(int argc, char** argv) {
-    _harden();
-    _fill_closed_descriptors();
+    harden();
     trace printed;
     interruption::start();
     use_utf8();

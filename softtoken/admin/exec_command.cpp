@@ -11,6 +11,7 @@
 #include "admin/arguments.h"
 #include "admin/loaded_library.h"
 #include "admin/program_file.h"
+#include "command_line/hardening.h"
 #include "command_line/interruption.h"
 
 namespace vemra::softtoken::admin {
@@ -87,6 +88,7 @@ void _exec(const std::vector<std::string>& words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
     interruption::give_back();
+    give_back_signals();
     execv(program.c_str(), arguments.data());
     throw command_failure(exit_cannot_run, program + " cannot be run: " + std::strerror(errno));
 }

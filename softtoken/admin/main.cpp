@@ -1,9 +1,12 @@
 /** vemra-softtoken, the admin tool of the software token. */
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <string>
 
 #include "admin/arguments.h"
+#include "command_line/hardening.h"
 #include "command_line/input_error.h"
 #include "command_line/interruption.h"
 #include "command_line/text.h"
@@ -55,13 +58,22 @@ int _complain(int status, const char* message) {
     return status;
 }
 
+// What was asked is done by then, but nobody was told.
+int _finish(int status) {
+    errno = 0;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
+    const std::string reason = errno == 0 ? "" : std::string(": ") + std::strerror(errno);
+    return _complain(exit_failed, ("the output could not be written" + reason).c_str());
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
+        vemra::harden();
         vemra::use_utf8();
         vemra::interruption::start();
-        return _run(argc, argv);
+        return _finish(_run(argc, argv));
     } catch (const vemra::input_error& error) {
         return _complain(exit_usage, error.what());
     } catch (const command_failure& error) {

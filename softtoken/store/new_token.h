@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "store/password_hash.h"
 #include "store/token_info.h"
@@ -10,8 +11,8 @@ namespace vemra::softtoken {
 
 /* What a token is made of. */
 struct new_token {
-    token_info info; /* the uid is made here */
-    std::string password;
+    token_info info;           /* the uid is made here */
+    std::string_view password; /* borrowed, so that no copy of it stays in memory */
     int password_cost = default_password_cost;
     bool attached = true;
 };

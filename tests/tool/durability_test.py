@@ -1,14 +1,10 @@
 """What a command says it did is on the disk before it says so."""
 
 import os
-import pathlib
-import sys
 import unittest
 
-from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase, may_trace_anybody
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "softtoken"))
-from durability_case import require_tracing, trace  # noqa: E402
+from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase
+from durability_case import may_trace_anybody, require_tracing, trace
 
 
 class Durability(ToolCase):

@@ -3,12 +3,15 @@
 import json
 import os
 import pathlib
-import re
 import shutil
 import subprocess
+import sys
 import tempfile
 import time
 import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "softtoken"))
+from durability_case import may_trace_anybody  # noqa: E402
 
 TOOL = os.environ["VEMRA_STAMP"]
 SOFTTOKEN_TOOL = os.environ["SOFTTOKEN_TOOL"]
@@ -20,8 +23,6 @@ LARGE = SEALS / "large_seal.png"
 PASSWORD = "right-password-1"
 WRONG = "wrong-password-1"
 
-CAP_SYS_PTRACE = 19
-
 # Faults of the software token by short names; the number stands for {}.
 FAULTS = {
     "fail": "WriteData call={} return=-122",
@@ -29,12 +30,6 @@ FAULTS = {
     "lose": "WriteData call={} return=1",
     "slow": "WriteData delay={} lasting",
 }
-
-
-def may_trace_anybody():
-    status = pathlib.Path("/proc/self/status").read_text()
-    capabilities = int(re.search(r"^CapEff:\s*([0-9a-f]+)$", status, re.MULTILINE)[1], 16)
-    return bool(capabilities >> CAP_SYS_PTRACE & 1)
 
 
 class ToolCase(unittest.TestCase):
