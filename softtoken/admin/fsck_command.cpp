@@ -7,6 +7,7 @@
 #include "admin/token_check.h"
 #include "admin/token_folder.h"
 #include "command_line/text.h"
+#include "store/durable_files.h"
 #include "store/failure.h"
 #include "store/new_token.h"
 #include "store/plug.h"
@@ -45,8 +46,12 @@ bool _nothing_was_left(const std::string& root, bool clear) {
             "is to be saved from it\n",
             printable(path).c_str());
     }
+    if (clear) {
+        for (const std::string& path : hidden.left)
+            std::filesystem::remove_all(path);
+        if (!hidden.left.empty()) sync_directory(root);
+    }
     for (const std::string& path : hidden.left) {
-        if (clear) std::filesystem::remove_all(path);
         std::printf("%s: left by a program that was killed, with a token's keys: %s\n",
                     printable(path).c_str(), clear ? "cleared" : "run \"fsck --clear\"");
     }

@@ -1,13 +1,15 @@
 """What a command of the admin tool says it did is on the disk before it says so."""
 
+import contextlib
 import os
 import pathlib
 import shutil
+import sqlite3
 import subprocess
 import tempfile
 import unittest
 
-from durability_case import Disk, require_tracing, trace
+from durability_case import Disk, may_trace_anybody, require_tracing, trace
 
 TOOL = os.environ["SOFTTOKEN_TOOL"]
 
@@ -17,6 +19,8 @@ class AdminToolDurability(unittest.TestCase):
 
     def setUp(self):
         require_tracing()
+        if not may_trace_anybody():
+            self.skipTest("the tool lets no ordinary user trace it")
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="softtoken-durability-")).resolve()
         self.addCleanup(shutil.rmtree, self.folder, ignore_errors=True)
         self.environment = {"PATH": os.environ["PATH"], "VEMRA_SOFTTOKEN_DIR": str(self.folder / "tokens")}
@@ -39,6 +43,7 @@ class AdminToolDurability(unittest.TestCase):
         disk = self.run_tool(*arguments)
         self.assertEqual(disk.unsafe(), [])
         self.assertLessEqual(set(synchronised), disk.synchronised)
+        return disk
 
     def test_create_synchronises_the_token_and_its_name(self):
         self.expect_durable("create", "two", "--password-cost", "1", "--password-file", self.password,
@@ -73,6 +78,14 @@ class AdminToolDurability(unittest.TestCase):
         self.expect_durable("generate-cert", "one", "--cn", "Somebody", synchronised={"tokens/one/token.db"})
         self.expect_durable("remove-cert", "one", "1", synchronised={"tokens/one/token.db"})
 
+    def test_an_imported_certificate_is_synchronised(self):
+        certificate = self.folder / "certificate.der"
+        self.run_tool("generate-cert", "one", "--cn", "Somebody")
+        with contextlib.closing(sqlite3.connect(self.folder / "tokens/one/token.db")) as database:
+            certificate.write_bytes(database.execute("SELECT der FROM certificate").fetchone()[0])
+        self.run_tool("create", "two", "--password-cost", "1", "--password-file", self.password)
+        self.expect_durable("import-cert", "two", certificate, synchronised={"tokens/two/token.db"})
+
     def test_a_loaded_slot_is_synchronised(self):
         self.expect_durable("load", "one", "8130", self.password, synchronised={"tokens/one/token.db"})
 
@@ -86,6 +99,23 @@ class AdminToolDurability(unittest.TestCase):
     def test_a_restored_token_is_synchronised_before_it_has_its_name(self):
         self.run_tool("snapshot", "one", self.folder / "file")
         self.expect_durable("restore", "one", self.folder / "file", synchronised={"tokens"})
+
+    def test_a_token_that_was_missing_is_restored_for_good(self):
+        self.run_tool("snapshot", "one", self.folder / "file")
+        self.run_tool("remove", "one")
+        disk = self.expect_durable("restore", "other", self.folder / "file", synchronised={"tokens"})
+        drafts = {path.split("/")[1] for path in disk.synchronised if path.startswith("tokens/.other.")}
+        self.assertEqual(len(drafts), 1)
+        self.assertIn(f"tokens/{drafts.pop()}/token.db", disk.synchronised)
+
+    def test_recipes_of_faults_are_synchronised(self):
+        self.expect_durable("fault", "add", "one", "--recipe", "worn-out", synchronised={"tokens/one"})
+
+    def test_a_check_leaves_nothing_to_be_synchronised(self):
+        self.run_tool("load", "one", "8130", self.password)
+        self.expect_durable("fsck", synchronised=set())
+        (self.folder / "tokens/.one.0123456789abcdef").mkdir(mode=0o700)
+        self.expect_durable("fsck", "--clear", synchronised={"tokens"})
 
     def test_faults_are_synchronised(self):
         self.expect_durable("fault", "add", "one", "ReadData return=-5", synchronised={"tokens/one"})
