@@ -20,7 +20,13 @@ std::string _sized(const std::string& bytes, std::size_t size) {
 void model_holdings::hold(const seen_stamp& stamp, unsigned int count) {
     stamp_ = stamp;
     count_ = count;
+    index_ = count - 1;
     has_set_ = has_record_ = has_uuid_ = true;
+}
+
+void model_holdings::hold(const std::vector<seen_stamp>& set, std::size_t index) {
+    hold(index < set.size() ? set[index] : seen_stamp(), static_cast<unsigned int>(set.size()));
+    index_ = static_cast<unsigned int>(index);
 }
 
 // Each component of the path, and the text of a long one.
@@ -151,17 +157,16 @@ seen_call model_holdings::get_stamp_count() {
 }
 
 seen_call model_holdings::get_stamp() {
-    return frame_.call(
-        "VemraAppStampGetStamp",
-        [&] {
-            frame_.verbose("Input `handle`          : PTR");
-            frame_.verbose("Input `index`           : " + std::to_string(count_ - 1));
-            frame_.verbose("Input `output_uuid`     : PTR");
-            frame_.verbose("Input `output_uuid_size`: PTR");
-            frame_.verbose("Input `output_stamp`    : PTR");
-            return take();
-        },
-        {"untouched", "untouched"});
+    return frame_.call("VemraAppStampGetStamp",
+                       [&] {
+                           frame_.verbose("Input `handle`          : PTR");
+                           frame_.verbose("Input `index`           : " + std::to_string(index_));
+                           frame_.verbose("Input `output_uuid`     : PTR");
+                           frame_.verbose("Input `output_uuid_size`: PTR");
+                           frame_.verbose("Input `output_stamp`    : PTR");
+                           return index_ < count_ ? take() : -5;
+                       },
+                       {"untouched", "untouched"});
 }
 
 int model_holdings::take() {
@@ -192,7 +197,7 @@ seen_call model_holdings::free_stamp() {
     return frame_.call("VemraAppStampFreeStamp", [&] {
         frame_.verbose("Input `handle`: " + _pointer(has_record_));
         if (!has_record_) return -1;
-        frame_.debug("Free stamp data.");
+        if (!stamp_.data.empty()) frame_.debug("Free stamp data.");
         has_record_ = false;
         return 1;
     });
@@ -218,6 +223,7 @@ seen_call model_holdings::get_stamp_data() {
                            frame_.verbose("Input `output_size` : PTR");
                            frame_.verbose("Size of stamp: " + std::to_string(size) + " bytes.");
                            frame_.verbose("Data of stamp: " + hex_text(stamp_.data) + ".");
+                           if (size == 0) return 1;
                            if (memory_.has_memory()) {
                                frame_.outputs[0] = _sized(stamp_.data, size);
                                return 1;

@@ -12,6 +12,8 @@ public:
     model_holdings(model_frame& frame, model_memory& memory) : frame_(frame), memory_(memory) {}
 
     void hold(const seen_stamp& stamp, unsigned int count);
+    /** A set of these stamps, and the one at the index, if it has one there. */
+    void hold(const std::vector<seen_stamp>& set, std::size_t index);
     seen_call call(plain_function function);
     /** Blocks of memory that nobody releases: the environment, and what is lost. */
     long kept_blocks() const;
@@ -38,6 +40,7 @@ private:
     model_memory& memory_;
     seen_stamp stamp_;
     unsigned int count_ = 0;
+    unsigned int index_ = 0;
     bool has_set_ = false;
     bool has_record_ = false;
     bool has_uuid_ = false;

@@ -30,6 +30,8 @@ public:
     /** Takes a listed stamp and its set as the caller's. */
     void hold(const seen_stamp& stamp, unsigned int count) { holdings_.hold(stamp, count); }
 
+    void hold(const std::vector<seen_stamp>& set, std::size_t index) { holdings_.hold(set, index); }
+
     /** Asks for the owner of any stamp that was ever listed. */
     seen_call own_device_of(const std::string& uuid);
     /** Of all stamps that were ever listed and remembered, in order. */

@@ -40,10 +40,6 @@ std::shared_ptr<model_device> _device(int number, const content& start, int use)
     return device;
 }
 
-expected _freed_memory() {
-    return expected_trace("VemraAppStampFreeMemory").input("`mem`", "PTR").returns(1);
-}
-
 }  // namespace
 
 random_use::random_use(const std::vector<unsigned char>& devices, int use, listener listen)
@@ -143,17 +139,11 @@ std::string random_use::take(const step& one) {
     if (sets_.empty()) return {};
     const held_set& set = sets_[one.pick % sets_.size()];
     const std::size_t index = one.text % (set.stamps.size() + 1);
-    const expected wanted = expected_trace("VemraAppStampGetStamp")
-                                .input("`handle`          ", "PTR")
-                                .input("`index`           ", std::to_string(index))
-                                .input("`output_uuid`     ", "PTR")
-                                .input("`output_uuid_size`", "PTR")
-                                .input("`output_stamp`    ", "PTR")
-                                .returns(index < set.stamps.size() ? 1 : -5);
+    model_.hold(set.stamps, index);
     unsigned char* uuid = nullptr;
     unsigned int uuid_size = 0;
     VEMRA_APP_STAMP_RECORD* record = nullptr;
-    const std::string difference = compare(wanted, [&] {
+    const std::string difference = compare(model_.plain(plain_function::get_stamp), [&] {
         return VemraAppStampGetStamp(set.handle, static_cast<unsigned int>(index), &uuid,
                                      &uuid_size, &record);
     });
@@ -161,58 +151,49 @@ std::string random_use::take(const step& one) {
 
     records_.push_back({record, set.stamps[index]});
     const std::string actual(reinterpret_cast<const char*>(uuid), uuid_size);
-    const std::string freed =
-        compare(_freed_memory(), [uuid] { return VemraAppStampFreeMemory(uuid); });
+    const std::string freed = free_memory(uuid);
     if (!difference.empty() || !freed.empty()) return difference + freed;
     if (actual != records_.back().stamp.uuid) return "another uuid: " + hex_text(actual);
     return read(records_.back());
 }
 
 std::string random_use::read(const held_record& held) {
+    model_.hold(std::vector{held.stamp}, 0);
     int type = 7;
-    std::string difference = compare(expected_trace("VemraAppStampGetStampType")
-                                         .input("`handle`", "PTR")
-                                         .input("`type`  ", "PTR")
-                                         .returns(1),
+    std::string difference = compare(model_.plain(plain_function::get_stamp_type),
                                      [&] { return VemraAppStampGetStampType(held.record, &type); });
     if (!difference.empty()) return difference;
     if (type != 1) return "type " + std::to_string(type);
 
     char* name = nullptr;
     unsigned int name_length = 0;
-    difference = compare(
-        expected_trace("VemraAppStampGetStampName")
-            .input("`handle`       ", "PTR")
-            .input("`output_string`", "PTR")
-            .input("`output_size`  ", "PTR")
-            .verbose("Length of stamp name: " + std::to_string(held.stamp.name.size()) + ".")
-            .verbose("Name of stamp: " + held.stamp.name + ".")
-            .returns(1),
-        [&] { return VemraAppStampGetStampName(held.record, &name, &name_length); });
+    difference = compare(model_.plain(plain_function::get_stamp_name), [&] {
+        return VemraAppStampGetStampName(held.record, &name, &name_length);
+    });
     if (!difference.empty()) return difference;
     const std::string actual_name(name);
     if (actual_name != held.stamp.name || name_length != actual_name.size()) {
         return "another name: " + actual_name;
     }
-    difference = compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
+    difference = free_memory(name);
     if (!difference.empty()) return difference;
 
+    model_.hold(std::vector{held.stamp}, 0);
     unsigned char* bytes = nullptr;
     unsigned long long size = 0;
-    difference =
-        compare(expected_trace("VemraAppStampGetStampData")
-                    .input("`handle`      ", "PTR")
-                    .input("`output_bytes`", "PTR")
-                    .input("`output_size` ", "PTR")
-                    .verbose("Size of stamp: " + std::to_string(held.stamp.data.size()) + " bytes.")
-                    .verbose("Data of stamp: " + hex_text(held.stamp.data) + ".")
-                    .returns(1),
-                [&] { return VemraAppStampGetStampData(held.record, &bytes, &size); });
+    difference = compare(model_.plain(plain_function::get_stamp_data),
+                         [&] { return VemraAppStampGetStampData(held.record, &bytes, &size); });
     if (!difference.empty()) return difference;
     if (size == 0 && bytes == nullptr && held.stamp.data.empty()) return {};
     const std::string actual(reinterpret_cast<const char*>(bytes), size);
     if (actual != held.stamp.data) return "other bytes: " + hex_text(actual);
-    return compare(_freed_memory(), [bytes] { return VemraAppStampFreeMemory(bytes); });
+    return free_memory(bytes);
+}
+
+std::string random_use::free_memory(void* memory) {
+    model_.hold(std::vector<seen_stamp>(1), 0);
+    return compare(model_.plain(plain_function::free_memory),
+                   [memory] { return VemraAppStampFreeMemory(memory); });
 }
 
 std::string random_use::ask_owner(const step& one) {
@@ -230,7 +211,7 @@ std::string random_use::ask_owner(const step& one) {
     if (actual != wanted.owner_serial || length != actual.size()) return "another owner: " + actual;
     if (type != wanted.owner_type) return "another type: " + std::to_string(type);
     if (serial == nullptr) return {};
-    return compare(_freed_memory(), [serial] { return VemraAppStampFreeMemory(serial); });
+    return free_memory(serial);
 }
 
 std::string random_use::append(const step& one) {
@@ -277,32 +258,25 @@ std::string random_use::free_stamp(const step& one) {
     std::string difference = read(held);
     if (!difference.empty()) return difference;
     records_.erase(position);
-    char* name = held.record->name;
-    difference = compare(_freed_memory(), [name] { return VemraAppStampFreeMemory(name); });
-    expected_trace wanted("VemraAppStampFreeStamp");
-    wanted.input("`handle`", "PTR");
-    if (!held.stamp.data.empty()) wanted.debug("Free stamp data.");
-    return difference +
-           compare(wanted.returns(1), [&held] { return VemraAppStampFreeStamp(held.record); });
+    difference = free_memory(held.record->name);
+    model_.hold(std::vector{held.stamp}, 0);
+    return difference + compare(model_.plain(plain_function::free_stamp),
+                                [&held] { return VemraAppStampFreeStamp(held.record); });
 }
 
 std::string random_use::free_set(const step& one) {
     if (sets_.empty()) return {};
     const auto position = sets_.begin() + one.pick % static_cast<long>(sets_.size());
-    VEMRA_APP_STAMP_SET_HANDLE handle = position->handle;
-    const std::size_t size = position->stamps.size();
+    const held_set held = *position;
     sets_.erase(position);
+    model_.hold(held.stamps, 0);
     unsigned int count = 77;
-    const std::string difference =
-        compare(expected_trace("VemraAppStampGetStampCount")
-                    .input("`handle`", "PTR")
-                    .input("`count` ", "PTR")
-                    .returns(1),
-                [&] { return VemraAppStampGetStampCount(handle, &count); });
-    const expected wanted =
-        expected_trace("VemraAppStampFreeStamps").input("`handle`", "PTR").returns(1);
-    const std::string freed = compare(wanted, [&] { return VemraAppStampFreeStamps(handle); });
-    if (count != size) return "counted " + std::to_string(count) + " stamps";
+    const std::string difference = compare(model_.plain(plain_function::get_stamp_count), [&] {
+        return VemraAppStampGetStampCount(held.handle, &count);
+    });
+    const std::string freed = compare(model_.plain(plain_function::free_stamps),
+                                      [&] { return VemraAppStampFreeStamps(held.handle); });
+    if (count != held.stamps.size()) return "counted " + std::to_string(count) + " stamps";
     return difference + freed;
 }
 

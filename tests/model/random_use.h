@@ -56,14 +56,13 @@ private:
     std::string remove(const step& one);
     std::string free_stamp(const step& one);
     std::string free_set(const step& one);
+    std::string free_memory(void* memory);
     std::string unplug(const step& one);
     std::string replug(const step& one);
     std::string disturb(const planned_disturbance& plan);
 
     /** Calls the library and compares all that can be seen of it. */
     std::string compare(const seen_call& wanted, const std::function<int()>& call);
-    /** The same for a function that asks no device anything. */
-    std::string compare(const expected& wanted, const std::function<int()>& call);
     std::string compare_call(const seen_call& wanted, const std::function<int()>& call);
     std::string compare_devices() const;
     std::string compare_records() const;

@@ -32,13 +32,6 @@ std::string _status(const char* word, int is, int should) {
 
 }  // namespace
 
-std::string random_use::compare(const expected& wanted, const std::function<int()>& call) {
-    seen_call due;
-    due.status = due.last_status = wanted.status;
-    due.lines = wanted.lines;
-    return compare(due, call);
-}
-
 std::string random_use::compare(const seen_call& wanted, const std::function<int()>& call) {
     std::string difference = compare_call(wanted, call);
     if (difference.empty()) difference = compare_devices();

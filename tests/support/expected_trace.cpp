@@ -22,10 +22,6 @@ expected_trace& expected_trace::verbose(const std::string& message) {
     return *this;
 }
 
-expected_trace& expected_trace::input(const std::string& name, const std::string& value) {
-    return verbose("Input " + name + ": " + value);
-}
-
 expected_trace& expected_trace::debug(const std::string& message) {
     lines_.push_back(debug_line(function_, message));
     return *this;

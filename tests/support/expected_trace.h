@@ -13,28 +13,18 @@ std::string debug_line(const std::string& function, const std::string& message);
 std::string error_line(const std::string& function, const std::string& message,
                        const std::string& file = "VEMRA_APP_STAMP.cpp");
 
-/** What a call of an exported function must return and print. */
-struct expected {
-    int status;
-    text_lines lines;
-};
-
 /** The lines that one exported function prints, from its entry line to its exit line. */
 class expected_trace {
 public:
     explicit expected_trace(const std::string& function);
 
     expected_trace& verbose(const std::string& message);
-    /** An input line; `name` carries the blanks that line the colons up. */
-    expected_trace& input(const std::string& name, const std::string& value);
     expected_trace& debug(const std::string& message);
     expected_trace& error(const std::string& message);
     /** An error line of another function, in another file of src/core. */
     expected_trace& error_of(const std::string& function, const std::string& file,
                              const std::string& message);
     operator text_lines() const;
-    /** The call ends with this status. */
-    expected returns(int status) const { return {status, *this}; }
 
 private:
     std::string function_;
