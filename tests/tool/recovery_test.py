@@ -1,6 +1,7 @@
 """What is kept of changes that did not end as they should."""
 
 import hashlib
+import resource
 import subprocess
 import time
 
@@ -105,6 +106,42 @@ class Kept(TornUpdate):
         self.assertIn("manifest.json", listed["fault"])
         self.expect(10, "recovery", "show", self.kept.name)
         self.expect(0, "recovery", "discard", "--yes", self.kept.name)
+        self.assertEqual(self.recovery_folders(), [])
+
+    def test_what_a_killed_run_left_without_a_manifest_is_said_to_be_of_no_use(self):
+        (self.kept / "manifest.json").unlink()
+        listed, = self.json(0, "recovery")["result"]["kept"]
+        self.assertEqual(listed["fault"],
+                         "it has no manifest: its change had not begun, or was over; discard it")
+
+
+class Unkept(ToolCase):
+    """Where there is no room for what a change overwrites, nothing is overwritten."""
+
+    MESSAGE = b"what is there cannot be kept, and so is not changed: "
+
+    def setUp(self):
+        super().setUp()
+        self.append("Seal", COMPANY)
+        self.before = self.stamps()
+
+    def expect_refused(self, *command, **more):
+        done = subprocess.run([TOOL, *map(str, command), "--password-file",
+                               str(self.password_file)], env=self.environment,
+                              capture_output=True, check=False, **more)
+        self.assertEqual((done.returncode, self.MESSAGE in done.stderr), (1, True), done.stderr)
+        self.assertEqual(self.stamps(), self.before)
+
+    def test_a_place_that_cannot_be_made_refuses_every_change(self):
+        self.environment["XDG_STATE_HOME"] = str(self.write("file", "no directory") / "state")
+        for command in (("update", "name:Seal", NAME_SEAL), ("delete", "--yes", "name:Seal")):
+            self.expect_refused(*command)
+
+    def test_of_a_file_that_does_not_fit_nothing_is_left(self):
+        largest = COMPANY.stat().st_size - 1
+        self.expect_refused(
+            "update", "name:Seal", NAME_SEAL,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (largest, largest)))
         self.assertEqual(self.recovery_folders(), [])
 
 

@@ -73,4 +73,16 @@ archive read_archive(const std::string& directory) {
     return kept;
 }
 
+bool has_manifest(const std::string& directory) {
+    std::error_code ignored;
+    const std::filesystem::path path = std::filesystem::path(directory) / manifest_name;
+    return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
+}
+
+void remove_archive(const std::string& directory, std::error_code& error) {
+    const std::filesystem::path path = std::filesystem::path(directory) / manifest_name;
+    if (std::filesystem::remove(path, error) || !error)
+        std::filesystem::remove_all(directory, error);
+}
+
 }  // namespace vemra::tool

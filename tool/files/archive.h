@@ -5,6 +5,7 @@
 #pragma once
 
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "basics/shared_bytes.h"
@@ -42,5 +43,11 @@ void write_archive(const std::string& directory, const archive& kept);
  * is damaged.
  */
 archive read_archive(const std::string& directory);
+
+/** Whether there is a manifest, of whatever kind. */
+bool has_manifest(const std::string& directory);
+
+/** Removes the directory, the manifest first, so that what has one stays complete. */
+void remove_archive(const std::string& directory, std::error_code& error);
 
 }  // namespace vemra::tool

@@ -19,6 +19,8 @@ namespace vemra::tool {
 
 namespace {
 
+constexpr const char* unkept = "what is there cannot be kept, and so is not changed: ";
+
 std::string _state_directory() {
     const char* state = std::getenv("XDG_STATE_HOME");
     if (state != nullptr && *state == '/') return state;
@@ -36,11 +38,15 @@ std::string _parent_directory() {
 
 std::string _make_directory() {
     const std::string parent = _parent_directory();
-    make_private_directory(parent);
+    try {
+        make_private_directory(parent);
+    } catch (const failure& error) {
+        throw failure(exit_code::failed, std::string(unkept) + error.what());
+    }
     std::string path = parent + "/stamp-XXXXXX";
     if (mkdtemp(path.data()) == nullptr) {
-        throw failure(exit_code::failed, "the old stamp cannot be kept in " + parent + ": " +
-                                             std::strerror(errno) + "; nothing was changed");
+        throw failure(exit_code::failed,
+                      unkept + parent + " cannot be written: " + std::strerror(errno));
     }
     sync_name(path);
     return path;
@@ -55,6 +61,10 @@ descriptor _lock(const std::string& directory, int kind) {
 
 kept_change _read(const std::string& path) {
     kept_change found{path, std::nullopt, ""};
+    if (!has_manifest(path)) {
+        found.fault = "it has no manifest: its change had not begun, or was over; discard it";
+        return found;
+    }
     try {
         found.kept = read_archive(path);
     } catch (const std::exception& error) {
@@ -66,16 +76,25 @@ kept_change _read(const std::string& path) {
 }  // namespace
 
 recovery::recovery(const archive& kept) : path_(_make_directory()), in_use_(_lock(path_, LOCK_EX)) {
-    write_archive(path_, kept);
+    fill([&] { write_archive(path_, kept); });
 }
 
-void recovery::add(const std::string& file, const std::string& bytes) const {
-    write_file(path_ + "/" + file, bytes, existing::keep, true);
+void recovery::add(const std::string& file, const std::string& bytes) {
+    fill([&] { write_file(path_ + "/" + file, bytes, existing::keep, true); });
 }
 
 void recovery::discard() {
     std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
+    remove_archive(path_, ignored);
+}
+
+void recovery::fill(const std::function<void()>& written) {
+    try {
+        written();
+    } catch (const failure& error) {
+        discard();
+        throw failure(exit_code::failed, std::string(unkept) + error.what());
+    }
 }
 
 std::string kept_change::name() const {
@@ -109,7 +128,7 @@ bool is_kept_change(const std::string& directory) {
 
 void discard_kept_change(const std::string& path) {
     std::error_code error;
-    std::filesystem::remove_all(path, error);
+    remove_archive(path, error);
     if (error) {
         throw failure(exit_code::failed, path + " cannot be removed: " + error.message());
     }

@@ -1,6 +1,7 @@
 /** Keeps what a change is about to overwrite, until the outcome is known to be right. */
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,16 +17,20 @@ namespace vemra::tool {
  */
 class recovery {
 public:
-    /** Throws failure (failed) when there is no place for it; nothing may be changed then. */
+    /* Both throw failure (failed) when there is no place for it; nothing may be changed then, and
+     * nothing is left of the directory. */
+
     explicit recovery(const archive& kept);
     /** One more file, for bytes that are no stamp; `restore` does not read it. */
-    void add(const std::string& file, const std::string& bytes) const;
+    void add(const std::string& file, const std::string& bytes);
 
     const std::string& path() const { return path_; }
     /** Removes it: the change turned out right. */
     void discard();
 
 private:
+    void fill(const std::function<void()>& written);
+
     std::string path_;
     /** Locked while the change is under way, so that other runs do not take it for left behind. */
     descriptor in_use_;
