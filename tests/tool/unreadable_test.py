@@ -229,7 +229,7 @@ class Writing(Unreadable):
             with self.subTest(command=command):
                 done = self.change(1, *command)
                 self.assertIn(b"cannot all be read: storage failed (-122)", done.stderr)
-                self.assertIn(b'First delete "S1", or give it a new picture', done.stderr)
+                self.assertIn(b'Try again; if it stays so, first give "S1" a new picture, or delete it', done.stderr)
         self.softtoken("fault", "clear", "a")
         self.assertEqual(self.listed(), {**self.others(), "S1": digest(LARGE)})
 

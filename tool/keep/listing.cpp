@@ -157,9 +157,9 @@ void require_readable(const std::vector<stamp>& held, const device_id& device,
                         [&](const stamp& other) { return is_same_place(one, other); });
         if (one.is_readable() || is_removed) continue;
         throw failure(exit_code::failed,
-                      "the stamps of " + describe(device) +
-                          " cannot all be read: " + printable(one.fault) + "\nFirst delete " +
-                          quoted(one.name) + ", or give it a new picture",
+                      "the stamps of " + describe(device) + " cannot all be read: " +
+                          printable(one.fault) + "\nTry again; if it stays so, first give " +
+                          quoted(one.name) + " a new picture, or delete it",
                       {one.fault});
     }
     // Behind one that cannot be read they are listed as soon as that one is gone.
