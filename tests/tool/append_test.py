@@ -72,6 +72,8 @@ class Append(ToolCase):
         large = self.write("large", b"x" * (16 * 1024 * 1024 + 1))
         self.change(2, "append", "--any-data", "--name", "L", large)
         self.change(2, "append", "--any-data", "--name", "E", self.write("empty", b""))
+        self.assertIn(b"standard input is empty",
+                      self.change(2, "append", "--name", "E", "-").stderr)
         self.change(2, "append", "--any-data", "--name", "E", self.folder / "missing")
 
     def test_16_mib_are_stored(self):

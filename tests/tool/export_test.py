@@ -54,8 +54,9 @@ class Export(ToolCase):
         link = self.folder / "link.png"
         link.symlink_to(self.folder / "elsewhere")
         for path in (link, self.folder):
-            self.assertIn(b"is no plain file",
-                          self.expect(2, "export", self.uuid, "-o", path, "--force").stderr)
+            for force in ([], ["--force"]):
+                self.assertIn(b"is no plain file and is not replaced",
+                              self.expect(2, "export", self.uuid, "-o", path, *force).stderr)
         self.assertTrue(link.is_symlink())
 
     def test_a_directory_that_cannot_be_made_is_a_failure(self):

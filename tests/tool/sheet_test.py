@@ -63,6 +63,9 @@ class Sheet(ToolCase):
         self.assertIn("no picture: text/plain", self.page().texts)
         self.assertIn("no bytes", self.page().texts)
 
+    def test_standard_output_is_not_taken_for_a_file(self):
+        self.assertIn(b"give -o FILE.html", self.expect(2, "sheet", "-o", "-").stderr)
+
     def test_a_page_that_exists_is_kept_without_force(self):
         path = self.write("sheet.html", "mine")
         self.expect(2, "sheet", "-o", path)

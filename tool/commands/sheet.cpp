@@ -16,6 +16,9 @@ struct sheet_options {
 };
 
 void _sheet(context& run, const sheet_options& options) {
+    if (options.file == "-") {
+        throw failure(exit_code::usage, "the page goes to a file: give -o FILE.html");
+    }
     const held_stamps list = list_stamps(run.tokens());
     warn_of_unread(run, list);
     std::vector<stamp> shown;

@@ -98,9 +98,11 @@ std::string read_plain_file(const std::string& path, std::size_t most) {
 }
 
 std::string read_stamp_file(const std::string& path) {
-    std::string bytes = path == "-" ? _read(STDIN_FILENO, "standard input", most_stamp_bytes)
-                                    : read_file(path, most_stamp_bytes);
-    if (bytes.empty()) throw failure(exit_code::usage, path + " is empty");
+    const bool is_input = path == "-";
+    const std::string name = is_input ? "standard input" : path;
+    std::string bytes =
+        is_input ? _read(STDIN_FILENO, name, most_stamp_bytes) : read_file(path, most_stamp_bytes);
+    if (bytes.empty()) throw failure(exit_code::usage, name + " is empty");
     return bytes;
 }
 
@@ -115,6 +117,7 @@ void write_file(const std::string& path, const std::string& bytes, existing what
     if (!write_all(file.get(), bytes) || fsync(file.get()) != 0) _throw_unwritable(path, errno);
     if (!_put_in_place(temporary, path, what)) {
         if (errno != EEXIST) _throw_unwritable(path, errno);
+        _require_replaceable(path);
         throw failure(exit_code::usage, path + " exists; --force replaces it");
     }
     sync_name(path);
