@@ -11,6 +11,7 @@ import tempfile
 import threading
 import time
 from collections import namedtuple
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 from mutation_rules import PROGRAM_RULES, RULES
@@ -150,18 +151,21 @@ class python_suite:
         properties = {each["name"]: each["value"] for each in test["properties"]}
         self.cwd = properties["WORKING_DIRECTORY"]
         self.environment = dict(each.split("=", 1) for each in properties.get("ENVIRONMENT", []))
-        self.targets = []
+        self.targets, self.slow, self.seconds = [], (), 0.0
 
     def prepare(self, build):
+        began = time.monotonic()
         status, lines = run_test(self.command, self.cwd, self.environment)
+        self.seconds = time.monotonic() - began
         if status != 0:
             sys.exit(f"{self.name} fails before anything is changed: {status} " + "\n".join(lines[-5:]))
 
+    def has(self, test):
+        return test == self.name or test.startswith(self.command[-1] + ".")
+
     def fails(self, build, test):
-        module, name = self.command[-1], test
-        if not name.startswith(module + "."):
-            return run_test(self.command, self.cwd, self.environment)[0] != 0
-        return run_test([*self.command[:-1], name], self.cwd, self.environment)[0] != 0
+        asked = self.command[-1] if test == self.name else test
+        return run_test([*self.command[:-1], asked], self.cwd, self.environment)[0] != 0
 
     def first_failure(self, build, first):
         status, lines = run_test([*self.command[:-1], "-f", self.command[-1]], self.cwd, self.environment)
@@ -174,6 +178,39 @@ class python_suite:
             if match := re.match(r"\w+ \(([\w.]+)\)", line):
                 began = match[1]
         return began or self.name
+
+
+class python_suites_together:
+    """Suites that ask one program. Those asked first go one by one, the others several at a time, the
+    quickest first: most of their time they wait."""
+
+    at_once = 4
+
+    def __init__(self, name, suites, targets):
+        self.name, self.suites, self.targets, self.slow = name, suites, targets, ()
+
+    def prepare(self, build):
+        for suite in self.suites:
+            suite.prepare(build)
+        self.suites.sort(key=lambda suite: suite.seconds)
+
+    def fails(self, build, test):
+        return next(suite for suite in self.suites if suite.has(test)).fails(build, test)
+
+    def first_failure(self, build, first):
+        early = [suite for name in first for suite in self.suites if suite.name == name]
+        for suite in early:
+            if test := suite.first_failure(build, []):
+                return test
+        failed = []
+
+        def ask(suite):
+            if not failed and (test := suite.first_failure(build, [])):
+                failed.append(test)
+
+        with ThreadPoolExecutor(self.at_once) as workers:
+            list(workers.map(ask, [suite for suite in self.suites if suite not in early]))
+        return failed[0] if failed else None
 
 
 def python_suites(build, pattern):
@@ -249,27 +286,37 @@ def first_in_softtoken(path, source):
     return {"softtoken_tests": [suite + ".*" for suite in dict.fromkeys(suites)]}
 
 
-# The suites that a file of the tool meets first, where they are not of the file's name.
+# The suites that a file of the tool meets first: those of its folder, where it has none of its own.
 tool_suites = {
-    "commands": "list exit_code", "keep/authorised_change": "update append", "keep/repair": "check",
-    "keep/restore": "backup", "keep/restore_plan": "backup", "keep/device_lock": "update", "keep/selector": "selector",
-    "keep/session": "list update", "keep/trace": "interruption", "keep/recovery": "update damage",
-    "keep/listing": "list", "keep/loader": "library", "keep/mapping_record": "check damage",
-    "device_module": "list library", "picture": "append list", "files/archive": "backup", "files/file": "export backup",
-    "terminal": "terminal", "basics/interruption": "interruption", "basics/secret": "password memory",
-    "basics/text": "list append", "commands/html": "sheet", "commands/restore": "backup",
+    "basics": "list", "basics/digest": "backup", "basics/failure": "exit_code json", "basics/hex": "selector",
+    "basics/text": "text", "commands": "exit_code", "commands/command_line": "exit_code output",
+    "commands/completion": "output", "commands/help": "output", "commands/html": "sheet",
+    "commands/number_check": "exit_code", "commands/output": "output", "commands/restore": "backup recovery",
+    "commands/shapes": "json", "commands/shared": "unreadable list", "commands/show": "terminal picture list",
     "commands/terminal_person": "terminal password", "commands/verify_password": "password",
+    "commands/version": "output", "device_module": "list unreadable", "files/archive": "backup",
+    "files/file": "export backup", "files/manifest": "backup", "keep": "list unreadable",
+    "keep/after_changes": "backup", "keep/authorised_change": "update append unreadable damage",
+    "keep/cause": "damage unreadable", "keep/describe": "list", "keep/device_lock": "second_actor exit_code",
+    "keep/loader": "library device_library", "keep/locked_device": "password second_actor",
+    "keep/mapping_record": "check damage", "keep/read_locks": "second_actor", "keep/repair": "check",
+    "keep/restore_plan": "backup", "keep/session": "devices password", "keep/storing_rule": "append update",
+    "keep/trace": "output hardening memory", "picture": "picture", "terminal": "terminal", "tool/main": "exit_code output",
 }
 
 
 def programs_of_tool(build, source):
-    return python_suites(build, r"^tool\.")
+    return [python_suites_together("tool", python_suites(build, r"^tool\."), ["vemra_stamp", "vemra_stamp_device"]),
+            googletest_program("picture_tests", "picture")]
 
 
 def first_in_tool(path, source):
     name = f"{path.parent.name}/{path.stem}"
-    words = [path.stem, *tool_suites.get(name, tool_suites.get(path.parent.name, "")).split()]
-    return {"tool." + word: [] for word in words}
+    words = [path.stem] if (source / f"tests/tool/{path.stem}_test.py").exists() else []
+    words += tool_suites.get(name, "" if words else tool_suites.get(path.parent.name, "")).split()
+    suites = ["tool." + word for word in dict.fromkeys(words)]
+    # What the program makes of a picture is asked after the folder's own tests.
+    return ({"picture_tests": []} if path.parent.name == "picture" else {}) | {"tool": suites}
 
 
 AREAS = {each.name: each for each in (
@@ -279,7 +326,9 @@ AREAS = {each.name: each for each in (
     area("softtoken", "softtoken", PROGRAM_RULES, ("softtoken", "tests/softtoken", "device_library"),
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=OFF"), ["softtoken_tests"],
          programs_of_softtoken, first_in_softtoken, timed_token_tests),
-    area("tool", "tool", PROGRAM_RULES, ("tool", "tests/tool", "softtoken", "src", "device_library"),
+    area("tool", "tool", PROGRAM_RULES,
+         ("tool", "command_line", "tests/tool", "tests/picture", "softtoken", "src", "device_library"),
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=ON"),
-         ["vemra_stamp", "vemra_softtoken", "softtoken", "vemra_stamp_device", "failing_device", "memory_probe"],
+         ["vemra_stamp", "vemra_softtoken", "softtoken", "vemra_stamp_device", "failing_device", "memory_probe",
+          "picture_tests"],
          programs_of_tool, first_in_tool, ()))}
