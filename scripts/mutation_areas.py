@@ -43,7 +43,9 @@ def run_test(command, cwd, environment):
         # Some tests let another user work in it.
         Path(scratch).chmod(0o755)
         environment = {**os.environ, **environment, "TMPDIR": scratch, "TEST_TMPDIR": scratch + "/"}
-        started = subprocess.Popen(["prlimit", f"--as={test_address_space}", *command], cwd=cwd,
+        # What a shell starts in the background ignores these, and so would the tests of signals.
+        started = subprocess.Popen(["env", "--default-signal=HUP,INT,QUIT", "prlimit",
+                                    f"--as={test_address_space}", *command], cwd=cwd,
                                    env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.STDOUT, start_new_session=True)
         lines = told_lines(started.stdout)
@@ -190,8 +192,8 @@ class python_suites_together:
         self.name, self.suites, self.targets, self.slow = name, suites, targets, ()
 
     def prepare(self, build):
-        for suite in self.suites:
-            suite.prepare(build)
+        with ThreadPoolExecutor(self.at_once) as workers:
+            list(workers.map(lambda suite: suite.prepare(build), self.suites))
         self.suites.sort(key=lambda suite: suite.seconds)
 
     def fails(self, build, test):
