@@ -158,6 +158,9 @@ class python_suite:
     def prepare(self, build):
         began = time.monotonic()
         status, lines = run_test(self.command, self.cwd, self.environment)
+        if status != 0:
+            # Once more: what waits for others may fail on a machine that is busy.
+            status, lines = run_test(self.command, self.cwd, self.environment)
         self.seconds = time.monotonic() - began
         if status != 0:
             sys.exit(f"{self.name} fails before anything is changed: {status} " + "\n".join(lines[-5:]))
@@ -186,7 +189,7 @@ class python_suites_together:
     """Suites that ask one program. Those asked first go one by one, the others several at a time, the
     quickest first: most of their time they wait."""
 
-    at_once = 4
+    at_once = 3
 
     def __init__(self, name, suites, targets):
         self.name, self.suites, self.targets, self.slow = name, suites, targets, ()
@@ -298,17 +301,22 @@ tool_suites = {
     "commands/terminal_person": "terminal password", "commands/verify_password": "password",
     "commands/version": "output", "device_module": "list unreadable", "files/archive": "backup",
     "files/file": "export backup", "files/manifest": "backup", "keep": "list unreadable",
-    "keep/after_changes": "backup", "keep/authorised_change": "update append unreadable damage",
-    "keep/cause": "damage unreadable", "keep/describe": "list", "keep/device_lock": "second_actor exit_code",
+    "keep/after_changes": "backup", "keep/authorised_change": "update append unreadable",
+    "keep/cause": "unreadable check", "keep/describe": "list", "keep/device_lock": "second_actor exit_code",
     "keep/loader": "library device_library", "keep/locked_device": "password second_actor",
-    "keep/mapping_record": "check damage", "keep/read_locks": "second_actor", "keep/repair": "check",
+    "keep/mapping_record": "check", "keep/read_locks": "second_actor", "keep/repair": "check",
     "keep/restore_plan": "backup", "keep/session": "devices password", "keep/storing_rule": "append update",
     "keep/trace": "output hardening memory", "picture": "picture", "terminal": "terminal", "tool/main": "exit_code output",
 }
 
 
+# Hundreds of runs of the tool.
+slow_tool_tests = ["tool.damage"]
+
+
 def programs_of_tool(build, source):
-    return [python_suites_together("tool", python_suites(build, r"^tool\."), ["vemra_stamp", "vemra_stamp_device"]),
+    suites = [suite for suite in python_suites(build, r"^tool\.") if suite.name not in slow_tool_tests]
+    return [python_suites_together("tool", suites, ["vemra_stamp", "vemra_stamp_device"]),
             googletest_program("picture_tests", "picture")]
 
 
@@ -333,4 +341,4 @@ AREAS = {each.name: each for each in (
          ("-DVEMRA_BUILD_SOFTTOKEN=ON", "-DVEMRA_BUILD_TOOL=ON"),
          ["vemra_stamp", "vemra_softtoken", "softtoken", "vemra_stamp_device", "failing_device", "memory_probe",
           "picture_tests"],
-         programs_of_tool, first_in_tool, ()))}
+         programs_of_tool, first_in_tool, slow_tool_tests))}
