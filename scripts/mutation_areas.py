@@ -297,7 +297,7 @@ tool_suites = {
     "basics/text": "text", "commands": "exit_code", "commands/command_line": "exit_code output",
     "commands/completion": "output", "commands/help": "output", "commands/html": "sheet",
     "commands/number_check": "exit_code", "commands/output": "output", "commands/restore": "backup recovery",
-    "commands/shapes": "json", "commands/shared": "unreadable list", "commands/show": "terminal picture list",
+    "commands/shapes": "json suggestion", "commands/shared": "unreadable list", "commands/show": "terminal picture list",
     "commands/terminal_person": "terminal password", "commands/verify_password": "password",
     "commands/version": "output", "device_module": "list unreadable", "files/archive": "backup",
     "files/file": "export backup", "files/manifest": "backup", "keep": "list unreadable",
@@ -305,6 +305,7 @@ tool_suites = {
     "keep/cause": "unreadable check", "keep/describe": "list", "keep/device_lock": "second_actor exit_code",
     "keep/loader": "library device_library", "keep/locked_device": "password second_actor",
     "keep/mapping_record": "check", "keep/read_locks": "second_actor", "keep/repair": "check",
+    "keep/repair_plan": "check suggestion",
     "keep/restore_plan": "backup", "keep/session": "devices password", "keep/storing_rule": "append update",
     "keep/trace": "output hardening memory", "picture": "picture", "terminal": "terminal", "tool/main": "exit_code output",
 }

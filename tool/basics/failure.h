@@ -35,6 +35,8 @@ struct failure_facts {
     std::optional<std::vector<std::string>> differences{};
     /** The directory in which the overwritten stamps are kept; empty when there is none. */
     std::string recovery{};
+    /** Serial number and type of the device whose list a repair would mend now. */
+    std::optional<std::pair<std::string, int>> damaged_list{};
 };
 
 /** An operation's end in failure. what() is for people, facts() for programs. */

@@ -46,7 +46,12 @@ void _restore_one(context& run, const restore_options& options, const std::strin
     const device_id device = restore_target(run.tokens(), kept, options.device);
     run.result["device"] = device_json(device);
     const std::size_t left_out = run.result["left_out"].size();
-    if (kept.stamps.empty()) run.out.note("the backup holds no stamps");
+    if (kept.stamps.empty()) {
+        run.out.note(is_kept_change(directory)
+                         ? directory + " holds the old list alone, which check --repair makes anew"
+                         : "the backup holds no stamps");
+        return;
+    }
     restore_backup(run.tokens(), device, kept, options.rule,
                    [&](const restore_item& item) { _tell(run, item, options.rule.how); });
     if (run.result["left_out"].size() == left_out && is_kept_change(directory)) {

@@ -4,6 +4,8 @@
 
 #include "basics/digest.h"
 #include "basics/hex.h"
+#include "basics/text.h"
+#include "files/archive.h"
 #include "keep/selector.h"
 #include "keep/storing_rule.h"
 
@@ -49,6 +51,29 @@ std::string _remedy_for(objection::kind reason) {
             return "; --allow-duplicate gives it all the same";
     }
     return "";
+}
+
+bool _holds_stamps(const std::string& directory) {
+    try {
+        return !read_archive(directory).stamps.empty();
+    } catch (const failure&) {
+        return false;
+    }
+}
+
+// How a person puts back what a change that failed had overwritten.
+std::string _way_back(const failure_facts& facts) {
+    std::string text;
+    if (facts.damaged_list) {
+        text = "\nMend the list of stamps with: vemra-stamp check --repair --device " +
+               shell_word(facts.damaged_list->first) + " --device-type " +
+               std::to_string(facts.damaged_list->second);
+    }
+    if (facts.recovery.empty()) return text;
+    if (!_holds_stamps(facts.recovery))
+        return text + "\nWhat was there is kept in " + facts.recovery;
+    return text + "\nWhat was there is kept; " + (text.empty() ? "" : "then ") +
+           "put it back with: vemra-stamp restore --replace " + shell_word(facts.recovery);
 }
 
 }  // namespace
@@ -107,6 +132,7 @@ json error_json(const failure& error) {
     json object{{"message", message_of(error)}};
     if (facts.differences) object["differences"] = *facts.differences;
     if (!facts.recovery.empty()) object["recovery"] = facts.recovery;
+    if (facts.damaged_list) object["list_damaged"] = true;
     if (!facts.cause.empty()) object["cause"] = facts.cause;
     if (facts.attempts_left) object["attempts_left"] = *facts.attempts_left;
     const auto* several = dynamic_cast<const ambiguous_selector*>(&error);
@@ -123,11 +149,7 @@ std::string message_of(const failure& error) {
     if (const auto* refused = dynamic_cast<const refused_offer*>(&error)) {
         text += _remedy_for(refused->reason());
     }
-    if (!error.facts().recovery.empty()) {
-        text += "\nWhat was there is kept; put it back with: vemra-stamp restore --replace " +
-                error.facts().recovery;
-    }
-    return text;
+    return text + _way_back(error.facts());
 }
 
 }  // namespace vemra::tool

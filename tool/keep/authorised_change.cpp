@@ -9,6 +9,7 @@
 #include "basics/text.h"
 #include "keep/describe.h"
 #include "keep/listing.h"
+#include "keep/repair_plan.h"
 
 namespace vemra::tool {
 
@@ -121,29 +122,6 @@ std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<s
 
 archive _archive_of(const device_id& device) {
     return {device.serial, device.type, {}};
-}
-
-void _require_verified(int status, const std::string& cause,
-                       const std::vector<std::string>& differences, const recovery* kept,
-                       const device_id& id) {
-    if (status == status_done && differences.empty()) return;
-    const std::string device = describe(id);
-    failure_facts facts;
-    facts.differences = differences;
-    if (!differences.empty() && kept != nullptr) facts.recovery = kept->path();
-    if (status == status_done) {
-        throw failure(
-            exit_code::check_failed,
-            device + " took the change, but does not hold what it should: " + _joined(differences),
-            facts);
-    }
-    facts.cause = cause;
-    throw failure(status == status_device_full ? exit_code::device_full : exit_code::failed,
-                  differences.empty() ? device + " refused the change: " + cause +
-                                            "; its stamps are as they were before"
-                                      : device + " failed in the middle of the change: " + cause +
-                                            "; against before: " + _joined(differences),
-                  facts);
 }
 
 }  // namespace
@@ -339,7 +317,7 @@ void authorised_change::carry_out(const std::string& label, recovery* kept,
         is_all_read_ ? std::to_string(device_.stamps().size()) + " stamps read back and compared"
                      : "the list and what was changed read back and compared");
     if (kept != nullptr && found.empty()) kept->discard();
-    _require_verified(status, cause_, found, kept, device_.id());
+    require_verified(status, found, kept);
 }
 
 int authorised_change::write(const std::string& label, const write_call& change) {
@@ -361,20 +339,43 @@ std::vector<std::string> authorised_change::read_back(int status, const recovery
         const auto shown = device_.tokens().served().show({"reading back", finished_++, steps_});
         return differences(status == status_done);
     } catch (const failure& error) {
-        failure_facts facts = error.facts();
-        if (kept != nullptr) facts.recovery = kept->path();
-        if (status == status_done) {
-            throw failure(
-                exit_code::check_failed,
-                "what " + describe(device_.id()) + " holds now cannot be verified: " + error.what(),
-                facts);
-        }
-        facts.cause = cause_;
-        throw failure(exit_code::failed,
-                      describe(device_.id()) + " refused the change: " + cause_ +
-                          "\nWhat it holds now cannot be read: " + error.what(),
+        const bool is_done = status == status_done;
+        const std::string device = describe(device_.id());
+        failure_facts facts = facts_of(kept);
+        facts.cause = is_done ? error.facts().cause : cause_;
+        const std::string told = is_done ? "what " + device + " holds now cannot be verified: "
+                                         : device + " refused the change: " + cause_ +
+                                               "\nWhat it holds now cannot be read: ";
+        throw failure(is_done ? exit_code::check_failed : exit_code::failed, told + error.what(),
                       facts);
     }
+}
+
+void authorised_change::require_verified(int status, const std::vector<std::string>& differences,
+                                         const recovery* kept) const {
+    if (status == status_done && differences.empty()) return;
+    const std::string device = describe(device_.id());
+    failure_facts facts = facts_of(differences.empty() ? nullptr : kept);
+    facts.differences = differences;
+    const std::string found = _joined(differences);
+    if (status == status_done) {
+        const std::string told = " took the change, but does not hold what it should: ";
+        throw failure(exit_code::check_failed, device + told + found, facts);
+    }
+    facts.cause = cause_;
+    const std::string told =
+        found.empty()
+            ? " refused the change: " + cause_ + "; its stamps are as they were before"
+            : " failed in the middle of the change: " + cause_ + "; against before: " + found;
+    throw failure(status == status_device_full ? exit_code::device_full : exit_code::failed,
+                  device + told, facts);
+}
+
+failure_facts authorised_change::facts_of(const recovery* kept) const {
+    failure_facts facts;
+    if (kept != nullptr) facts.recovery = kept->path();
+    if (needs_repair(device_)) facts.damaged_list = {device_.id().serial, device_.id().type};
+    return facts;
 }
 
 void authorised_change::read_after(bool is_done, int slot) {

@@ -63,6 +63,9 @@ private:
     /** Reads what a change of this slot calls for; 0 when it is a new one or has become empty. */
     void read_after(bool is_done, int slot);
     void read_everything();
+    void require_verified(int status, const std::vector<std::string>& differences,
+                          const recovery* kept) const;
+    failure_facts facts_of(const recovery* kept) const;
     std::vector<std::string> compare_with(const std::vector<stamp>& expected);
 
     locked_device device_;

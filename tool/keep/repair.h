@@ -1,30 +1,11 @@
-/** Mends the list of stamps on a device, as far as its slots tell what it should be. */
+/** Mends the list of stamps on a device. */
 #pragma once
 
-#include <map>
-#include <string>
 #include <vector>
 
-#include "keep/check.h"
-#include "keep/locked_device.h"
+#include "keep/repair_plan.h"
 
 namespace vemra::tool {
-
-struct repair_plan {
-    /** The list after the repair, and its record. */
-    mapping_record list;
-    /** What the repair does, in sentences; empty when there is nothing to do. */
-    std::vector<std::string> steps;
-};
-
-/**
- * Lists unlisted bytes again, under the name given for their slot or a made one, and drops entries
- * that have no bytes. Left alone are sealed bytes, which name themselves, slots that cannot be
- * read, and what may not be stored. Throws failure (usage) for a given name of a slot that needs
- * none, or one that no new stamp beside the listed ones could have.
- */
-repair_plan plan_repair(session& tokens, const device_contents& contents,
-                        const std::map<int, std::string>& given_names);
 
 /**
  * Keeps the old list with all its stamps, writes the planned one and verifies it. Returns what
