@@ -19,6 +19,8 @@ from mutation_rules import PROGRAM_RULES, RULES
 test_seconds = 300
 # Longer than the longest test; a program that ends no test for so long hangs.
 silent_seconds = 60
+# The processes that share the tests of a program.
+shards = 2 * (os.cpu_count() or 1)
 # A change can make a loop endless, which may fill the memory or print for ever.
 test_address_space = 4 << 30
 
@@ -111,8 +113,8 @@ class googletest_program:
             if self.fails(build, test):
                 sys.exit(f"{self.name}: {test} fails before anything is changed")
 
-    def tell(self, build, *arguments):
-        return run_test([self.path, *arguments], build, {})
+    def tell(self, build, *arguments, environment=()):
+        return run_test([self.path, *arguments], build, dict(environment))
 
     def fails(self, build, test):
         return self.tell(build, "--gtest_filter=" + test)[0] != 0
@@ -122,16 +124,25 @@ class googletest_program:
         alone = {test: any(fnmatch.fnmatch(test, pattern) for pattern in first) for test in self.alone}
         return ((first and self.failure_of(build, first, later)) or
                 self.failure_alone(build, [test for test in self.alone if alone[test]]) or
-                self.failure_of(build, [], later + first) or
+                self.failure_in_shards(build, [], later + first) or
                 self.failure_alone(build, [test for test in self.alone if not alone[test]]) or
-                (self.last and self.failure_of(build, self.last, self.alone + self.never)) or None)
+                (self.last and self.failure_in_shards(build, self.last, self.alone + self.never)) or None)
 
     def failure_alone(self, build, tests):
         return next((test for test in tests if self.fails(build, test)), None)
 
-    def failure_of(self, build, wanted, unwanted):
+    def failure_in_shards(self, build, wanted, unwanted):
+        """In several processes at once, since many tests wait for something."""
+        with ThreadPoolExecutor(shards) as workers:
+            told = [workers.submit(self.failure_of, build, wanted, unwanted,
+                                   {"GTEST_TOTAL_SHARDS": str(shards), "GTEST_SHARD_INDEX": str(index)})
+                    for index in range(shards)]
+            return next((each.result() for each in told if each.result()), None)
+
+    def failure_of(self, build, wanted, unwanted, environment=()):
         status, lines = self.tell(build, "--gtest_fail_fast",
-                                  "--gtest_filter=" + ":".join(wanted) + "-" + ":".join(unwanted))
+                                  "--gtest_filter=" + ":".join(wanted) + "-" + ":".join(unwanted),
+                                  environment=environment)
         if status == 0:
             return None
         ran, failed = "before the first test", None
