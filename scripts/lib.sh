@@ -9,7 +9,7 @@ assume_yes=no
 # What the builds and the tests need; for the scripts that source this file.
 # shellcheck disable=SC2034
 test_packages=(cmake ninja-build make g++ pkgconf libsqlite3-dev libssl-dev openssl libcli11-dev
-    nlohmann-json3-dev libutfcpp-dev libpng-dev libmagic-dev libxxhash-dev libgtest-dev
+    nlohmann-json3-dev libutfcpp-dev libpng-dev zlib1g-dev libmagic-dev libxxhash-dev libgtest-dev
     librapidcheck-dev python3 python3-jsonschema groff-base git universal-ctags strace)
 # shellcheck disable=SC2034
 all_parts=(-DVEMRA_BUILD_SOFTTOKEN=ON -DVEMRA_BUILD_TOOL=ON -DVEMRA_BUILD_TESTS=ON
