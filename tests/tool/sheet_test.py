@@ -23,9 +23,9 @@ class Page(html.parser.HTMLParser):
 
 
 class Sheet(ToolCase):
-    def page(self):
+    def page(self, code=0):
         path = self.folder / "sheet.html"
-        self.expect(0, "sheet", "--force", "-o", path)
+        self.expect(code, "sheet", "--force", "-o", path)
         return Page(path.read_text())
 
     def test_holds_every_picture_with_name_device_and_sizes(self):
@@ -65,6 +65,21 @@ class Sheet(ToolCase):
 
     def test_standard_output_is_not_taken_for_a_file(self):
         self.assertIn(b"give -o FILE.html", self.expect(2, "sheet", "-o", "-").stderr)
+
+    def test_what_cannot_be_read_has_its_place_and_its_cause(self):
+        for name, picture in (("S0", COMPANY), ("S1", NAME_SEAL)):
+            self.append(name, picture)
+        self.softtoken("fault", "add", "a", "ReadData slot=8131 return=-122 lasting")
+        page = self.page(10)
+        self.assertEqual([one["alt"] for one in page.pictures], ["S0"])
+        for text in ("2 stamps, 1 cannot be read", "S1", "cannot be read", "storage failed (-122)"):
+            self.assertIn(text, page.texts)
+
+    def test_a_list_that_cannot_be_read_is_told_on_the_page(self):
+        self.append("Seal", COMPANY)
+        self.softtoken("fault", "add", "a", "ReadData slot=8127 return=-122 lasting")
+        told, = [text for text in self.page(10).texts if self.serial in text]
+        self.assertIn("cannot be read: storage failed (-122)", told)
 
     def test_a_page_that_exists_is_kept_without_force(self):
         path = self.write("sheet.html", "mine")

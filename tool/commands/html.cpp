@@ -1,5 +1,8 @@
 #include "commands/html.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "basics/digest.h"
 #include "basics/text.h"
 #include "keep/describe.h"
@@ -83,26 +86,43 @@ std::string _picture(const stamp& one, const picture& seen) {
            ";base64," + base64(one.data.get()) + "\">";
 }
 
+std::string _figure(const stamp& one, const std::string& ground, const std::string& facts) {
+    return "<figure>\n<div class=\"ground\">" + ground +
+           "</div>\n<figcaption>\n<div class=\"name\">" + _escaped(one.name) +
+           "</div>\n<div class=\"facts\">" + _escaped(describe(one.device)) +
+           "</div>\n<div class=\"facts\">" + facts + "</div>\n</figcaption>\n</figure>\n";
+}
+
 std::string _card(const stamp& one) {
     const picture seen = look_at(one.data.get());
     const std::string size = seen.width && seen.height ? seen.pixels() + " pixels, " : "";
-    return "<figure>\n<div class=\"ground\">" + _picture(one, seen) +
-           "</div>\n<figcaption>\n<div class=\"name\">" + _escaped(one.name) +
-           "</div>\n<div class=\"facts\">" + _escaped(describe(one.device)) +
-           "</div>\n<div class=\"facts\">" + size + std::to_string(one.data.size()) + " bytes, " +
-           _escaped(seen.media_type) + "</div>\n</figcaption>\n</figure>\n";
+    return _figure(one, _picture(one, seen),
+                   size + std::to_string(one.data.size()) + " bytes, " + _escaped(seen.media_type));
+}
+
+std::string _card_of_unreadable(const stamp& one) {
+    return _figure(one, "<p>cannot be read</p>", _escaped(one.fault));
+}
+
+std::string _count(const std::vector<stamp>& stamps) {
+    if (stamps.empty()) return "No stamps";
+    const auto unreadable = std::count_if(stamps.begin(), stamps.end(),
+                                          [](const stamp& one) { return !one.is_readable(); });
+    return std::to_string(stamps.size()) + (stamps.size() == 1 ? " stamp" : " stamps") +
+           (unreadable == 0 ? "" : ", " + std::to_string(unreadable) + " cannot be read");
 }
 
 }  // namespace
 
-std::string make_sheet(const std::vector<stamp>& stamps) {
-    const std::string count = std::to_string(stamps.size());
+std::string make_sheet(const held_stamps& held) {
     std::string page = page_start;
-    page += "<h1>" +
-            (stamps.empty() ? "No stamps" : count + (stamps.size() == 1 ? " stamp" : " stamps")) +
-            "</h1>\n<main>\n";
-    for (const stamp& one : stamps) {
-        page += _card(one);
+    page += "<h1>" + _count(held.stamps) + "</h1>\n";
+    for (const std::string& error : held.errors) {
+        page += "<p>" + _escaped(error) + "</p>\n";
+    }
+    page += "<main>\n";
+    for (const stamp& one : held.stamps) {
+        page += one.is_readable() ? _card(one) : _card_of_unreadable(one);
     }
     return page + "</main>\n</body>\n</html>\n";
 }

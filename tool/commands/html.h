@@ -2,13 +2,15 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
-#include "device_module/stamp.h"
+#include "keep/listing.h"
 
 namespace vemra::tool {
 
-/** Needs nothing but itself: no scripts, no other files, no network. */
-std::string make_sheet(const std::vector<stamp>& stamps);
+/**
+ * Needs nothing but itself: no scripts, no other files, no network. What cannot be read has its
+ * place on it, too: a page that is printed must not seem to be whole.
+ */
+std::string make_sheet(const held_stamps& held);
 
 }  // namespace vemra::tool

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 
 #include "commands/commands.h"
 #include "commands/html.h"
@@ -21,12 +20,10 @@ void _sheet(context& run, const sheet_options& options) {
     }
     const held_stamps list = list_stamps(run.tokens());
     warn_of_unread(run, list);
-    std::vector<stamp> shown;
-    std::copy_if(list.stamps.begin(), list.stamps.end(), std::back_inserter(shown),
-                 [](const stamp& one) { return one.is_readable(); });
-    write_file(options.file, make_sheet(shown), options.force ? existing::replace : existing::keep);
+    write_file(options.file, make_sheet(list), options.force ? existing::replace : existing::keep);
     run.result["file"] = options.file;
-    run.result["stamps"] = shown.size();
+    run.result["stamps"] = std::count_if(list.stamps.begin(), list.stamps.end(),
+                                         [](const stamp& one) { return one.is_readable(); });
     run.out.done("look at " + options.file + " in a browser");
 }
 
