@@ -1,10 +1,16 @@
 """Signals during changes."""
 
+import hashlib
+import pathlib
 import signal
 import subprocess
+import sys
 import time
 
-from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase
+from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase, may_trace_anybody
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "softtoken"))
+from durability_case import require_tracing  # noqa: E402
 
 
 class Interruption(ToolCase):
@@ -117,3 +123,51 @@ class Interruption(ToolCase):
         done = self.change(9, "update", "name:Seal", NAME_SEAL)
         self.assertIn(b"cannot be verified", done.stderr)
         self.assertEqual(len(self.recovery_folders()), 1)
+
+
+class WhileFilesAreWritten(ToolCase):
+    """On a disk that takes half a second for each file and each name; the signal comes when the first
+    of three pictures has its name and the second does not."""
+
+    signals = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
+
+    def setUp(self):
+        require_tracing()
+        if not may_trace_anybody():
+            self.skipTest("the tool lets no ordinary user trace it")
+        super().setUp()
+        self._add_asan_option("detect_leaks=0")
+        for name, picture in (("one", NAME_SEAL), ("two", COMPANY), ("three", NAME_SEAL)):
+            self.append(name, picture)
+
+    def interrupt(self, number, directory, *command):
+        """The SHA-256 of what lies in the directory afterwards, by file name."""
+        process = subprocess.Popen(
+            ["env", "--default-signal=HUP,INT", "strace", "-D", "-f", "-qq", "-o", "/dev/null",
+             "-e", "trace=fsync", "-e", "inject=fsync:delay_enter=500000", TOOL, *map(str, command)],
+            env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        end = time.monotonic() + 60
+        while not list(directory.glob("*.png")) and time.monotonic() < end:
+            time.sleep(0.01)
+        process.send_signal(number)
+        self.assertEqual(process.wait(60), 130)
+        return {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in directory.iterdir()}
+
+    def test_a_backup_ends_with_whole_pictures_and_without_a_manifest(self):
+        for number in self.signals:
+            with self.subTest(number=number):
+                kept = self.folder / f"kept {number}"
+                left = self.interrupt(number, kept, "backup", kept)
+                self.assertEqual(left, {"stamp-1.png": self.stamps()["one"]})
+                # It is no backup, is not taken for one, and is not added to.
+                self.assertIn(b"manifest.json cannot be read", self.change(2, "restore", kept).stderr)
+                self.assertIn(b"is not empty", self.expect(2, "backup", kept).stderr)
+
+    def test_an_export_of_all_ends_with_whole_pictures_and_goes_on_where_it_was(self):
+        for number in self.signals:
+            with self.subTest(number=number):
+                out = self.folder / f"out {number}"
+                left = self.interrupt(number, out, "export", "--all", out)
+                self.assertEqual(list(left.values()), [self.stamps()["one"]])
+                self.expect(0, "export", "--all", out)
+                self.assertEqual(len(list(out.iterdir())), 3)
