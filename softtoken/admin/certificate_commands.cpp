@@ -78,7 +78,7 @@ void _import(const certificate_options& options) {
     _store(options.name, found);
 }
 
-void _list(const std::string& name) {
+void _list_certificates(const std::string& name) {
     named_token token(name);
     std::printf("%6s  %-11s %s\n", "NUMBER", "PRIVATE KEY", "SUBJECT");
     for (const stored_certificate& each : token.keys.certificates()) {
@@ -139,7 +139,7 @@ void add_certificate_commands(CLI::App& program) {
 
     CLI::App* list = program.add_subcommand("certs", "List a token's certificates");
     add_token_name(*list, options->name);
-    list->callback([options] { _list(options->name); });
+    list->callback([options] { _list_certificates(options->name); });
 
     CLI::App* remove = program.add_subcommand("remove-cert", "Take a certificate off a token");
     add_token_name(*remove, options->name);

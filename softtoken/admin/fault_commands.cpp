@@ -43,7 +43,7 @@ void _clear(const std::string& name) {
     write_faults(directory, {});
 }
 
-void _list(const std::string& name) {
+void _list_faults(const std::string& name) {
     for (const fault& each : read_faults(directory_of(name))) {
         std::printf("%s\n", printable(each.text).c_str());
     }
@@ -72,7 +72,7 @@ void add_fault_commands(CLI::App& program) {
 
     CLI::App* list = command->add_subcommand("list", "List a token's faults");
     add_token_name(*list, options->name);
-    list->callback([options] { _list(options->name); });
+    list->callback([options] { _list_faults(options->name); });
 
     CLI::App* clear = command->add_subcommand("clear", "Take all faults off a token");
     add_token_name(*clear, options->name);

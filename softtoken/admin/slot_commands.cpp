@@ -16,7 +16,7 @@ struct slot_options {
     std::string file;
 };
 
-void _list(const std::string& name) {
+void _list_slots(const std::string& name) {
     named_token token(name);
     moment one_state(token.database);
     std::printf("%6s %12s  %-10s %s\n", "SLOT", "BYTES", "ATTRIBUTES", "STATE");
@@ -71,7 +71,7 @@ void add_slot_commands(CLI::App& program) {
     auto name = std::make_shared<std::string>();
     CLI::App* slots = program.add_subcommand("slots", "List a token's data slots");
     add_token_name(*slots, *name);
-    slots->callback([name] { _list(*name); });
+    slots->callback([name] { _list_slots(*name); });
     _add(program, "dump", "Write a slot's bytes to a file", _dump);
     _add(program, "load", "Make a file's bytes a slot, whatever it held", _load);
 }

@@ -108,7 +108,7 @@ void _print_row(const std::string& name, const std::string& serial, const std::s
                 type.c_str(), state.c_str(), printable(label).c_str());
 }
 
-void _list() {
+void _list_tokens() {
     std::string root = root_directory();
     _print_row("TOKEN", "SERIAL NUMBER", "TYPE", "STATE", "LABEL");
     for (const std::string& name : token_names(root)) {
@@ -202,7 +202,7 @@ void _add_named(CLI::App& program, const char* command_name, const char* descrip
 
 void add_token_commands(CLI::App& program) {
     _add_create(program);
-    program.add_subcommand("list", "List all tokens")->callback(_list);
+    program.add_subcommand("list", "List all tokens")->callback(_list_tokens);
     _add_named(program, "info", "Show what a token is and holds", _info);
     _add_named(program, "attach", "Plug a token in",
                [](const std::string& name) { plug_in(directory_of(name)); });

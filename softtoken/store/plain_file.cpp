@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -10,6 +9,7 @@
 
 #include "store/durable_files.h"
 #include "store/failure.h"
+#include "store/open_file.h"
 
 namespace vemra::softtoken {
 
@@ -19,27 +19,11 @@ namespace {
     throw failure(error_code::storage_failed, path + ": not a plain file, so it is not opened");
 }
 
-class _open_file {
-public:
-    // Opening a pipe waits for whoever holds its other end, but for O_NONBLOCK.
-    explicit _open_file(const std::string& path)
-        : descriptor_(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK)) {}
-    ~_open_file() {
-        if (descriptor_ >= 0) close(descriptor_);
-    }
-    _open_file(const _open_file&) = delete;
-    _open_file& operator=(const _open_file&) = delete;
-
-    int get() const { return descriptor_; }
-
-private:
-    int descriptor_;
-};
-
 }  // namespace
 
 std::optional<std::string> read_plain_file(const std::string& path, std::size_t most) {
-    _open_file file(path);
+    // Opening a pipe waits for whoever holds its other end, but for O_NONBLOCK.
+    open_file file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (file.get() < 0 && errno == ENOENT) return std::nullopt;
     if (file.get() < 0 && (errno == ELOOP || errno == ENXIO)) _refuse(path);
     if (file.get() < 0) fail_with_errno(path);

@@ -13,6 +13,7 @@
 
 #include "store/durable_files.h"
 #include "store/failure.h"
+#include "store/open_file.h"
 #include "store/token_files.h"
 
 namespace vemra::softtoken {
@@ -21,26 +22,6 @@ namespace {
 
 // No link is followed: whose folder it is can put one anywhere.
 constexpr int open_flags = O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK;
-
-class _open_file {
-public:
-    explicit _open_file(int descriptor) : descriptor_(descriptor) {}
-    ~_open_file() {
-        if (descriptor_ >= 0) close(descriptor_);
-    }
-    _open_file(const _open_file&) = delete;
-    _open_file& operator=(const _open_file&) = delete;
-
-    int get() const { return descriptor_; }
-    int release() {
-        int descriptor = descriptor_;
-        descriptor_ = -1;
-        return descriptor;
-    }
-
-private:
-    int descriptor_;
-};
 
 // Only root can give files away; others make files of their own.
 void _give(int file, const struct stat& owner, const std::string& path) {
@@ -52,7 +33,7 @@ void _give(int file, const struct stat& owner, const std::string& path) {
 
 int _make(const std::string& token_directory, const std::string& name, int access) {
     std::string path = token_directory + "/" + name;
-    _open_file file(open(path.c_str(), access | O_CREAT | O_EXCL | open_flags, 0600));
+    open_file file(open(path.c_str(), access | O_CREAT | O_EXCL | open_flags, 0600));
     if (file.get() < 0) return -1;
     struct stat owner {};
     if (lstat(database_path(token_directory).c_str(), &owner) == 0) _give(file.get(), owner, path);
@@ -106,7 +87,7 @@ int open_token_file(const std::string& path) {
 void give_to_owner_of(const std::string& database, int directory) {
     struct stat owner {};
     if (geteuid() != 0 || lstat(database.c_str(), &owner) != 0) return;
-    _open_file listed(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    open_file listed(openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     std::unique_ptr<DIR, int (*)(DIR*)> entries(fdopendir(listed.get()), closedir);
     if (entries == nullptr) fail_with_errno(database);
     listed.release();

@@ -76,8 +76,8 @@ expected_calls& expected_calls::set_anew(int id, int old_length, const std::stri
     return create(id, static_cast<int>(bytes.size())).write(id, bytes);
 }
 
-expected_calls& expected_calls::verify(const std::string& password) {
-    return call("VemraPKICryptoVerifyPwd(SN-1, 1, \"" + password + "\", 0)");
+expected_calls& expected_calls::verify(const std::string& given) {
+    return call("VemraPKICryptoVerifyPwd(SN-1, 1, \"" + given + "\", 0)");
 }
 
 expected_calls& expected_calls::message(int code) {

@@ -14,6 +14,9 @@
 #include "support/stream_capture.h"
 #include "vemra_app_stamp.h"
 
+/** What SN-1 takes. */
+constexpr const char* password = "12345678";
+
 /** Calls of the device library, for a device with the label and serial number SN-1 and type 3. */
 class expected_calls {
 public:
@@ -36,7 +39,7 @@ public:
     expected_calls& set_in_place(int id, const std::string& bytes);
     /** A slot of another length is deleted, created and written. */
     expected_calls& set_anew(int id, int old_length, const std::string& bytes);
-    expected_calls& verify(const std::string& password);
+    expected_calls& verify(const std::string& given);
     expected_calls& message(int code);
     /** The digest of a slot's uuid, with the serial number and type that go into it. */
     expected_calls& uuid(int id);

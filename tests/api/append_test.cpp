@@ -4,8 +4,6 @@
 
 namespace {
 
-const char* const password = "12345678";
-
 class append : public api_test {
 protected:
     int append_stamp(const char* with_password = password) {

@@ -2,8 +2,6 @@
 
 namespace {
 
-const char* const password = "12345678";
-
 class update : public api_test {
 protected:
     void SetUp() override {

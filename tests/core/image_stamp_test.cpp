@@ -14,13 +14,13 @@ namespace {
 
 using bytes_t = std::basic_string<unsigned char>;
 
-const bytes_t some_uuid = {0x00, 0xff, 0x10};
+const bytes_t image_uuid = {0x00, 0xff, 0x10};
 
 TEST(image_stamp, has_the_image_type_its_name_its_uuid_and_its_bytes) {
-    const image_stamp stamp("Company seal", some_uuid, "a\0b", 3);
+    const image_stamp stamp("Company seal", image_uuid, "a\0b", 3);
     EXPECT_EQ(stamp.get_type(), basic_stamp::image);
     EXPECT_EQ(stamp.get_name(), "Company seal");
-    EXPECT_EQ(stamp.get_uuid(), some_uuid);
+    EXPECT_EQ(stamp.get_uuid(), image_uuid);
     EXPECT_EQ(stamp.encode(basic_stamp::plain), (bytes_t{'a', 0, 'b'}));
 }
 
@@ -30,17 +30,17 @@ TEST(image_stamp, cannot_be_copied) {
 }
 
 TEST(image_stamp, without_a_pointer_has_no_bytes) {
-    const image_stamp stamp("seal", some_uuid, nullptr, 3);
+    const image_stamp stamp("seal", image_uuid, nullptr, 3);
     EXPECT_TRUE(stamp.encode(basic_stamp::sealed).empty());
 }
 
 TEST(image_stamp, of_size_0_has_no_bytes) {
-    const image_stamp stamp("seal", some_uuid, "abc", 0);
+    const image_stamp stamp("seal", image_uuid, "abc", 0);
     EXPECT_TRUE(stamp.encode(basic_stamp::plain).empty());
 }
 
 TEST(image_stamp, encodes_the_same_bytes_in_every_format) {
-    const image_stamp stamp("seal", some_uuid, "abc", 3);
+    const image_stamp stamp("seal", image_uuid, "abc", 3);
     const bytes_t bytes = {'a', 'b', 'c'};
     EXPECT_EQ(stamp.encode(basic_stamp::plain), bytes);
     EXPECT_EQ(stamp.encode(basic_stamp::sealed), bytes);
@@ -50,7 +50,7 @@ TEST(image_stamp, encodes_the_same_bytes_in_every_format) {
 TEST(image_stamp, copies_what_it_is_given) {
     std::string bytes = "abc";
     std::string name = "seal";
-    const image_stamp stamp(name, some_uuid, bytes.data(), bytes.size());
+    const image_stamp stamp(name, image_uuid, bytes.data(), bytes.size());
     bytes = "xyz";
     name = "other";
     EXPECT_EQ(stamp.encode(basic_stamp::plain), (bytes_t{'a', 'b', 'c'}));
@@ -58,11 +58,11 @@ TEST(image_stamp, copies_what_it_is_given) {
 }
 
 TEST(image_stamp, hands_out_copies) {
-    const image_stamp stamp("seal", some_uuid, "abc", 3);
+    const image_stamp stamp("seal", image_uuid, "abc", 3);
     stamp.get_uuid()[0] = 1;
     stamp.get_name()[0] = 'x';
     stamp.encode(basic_stamp::plain)[0] = 'x';
-    EXPECT_EQ(stamp.get_uuid(), some_uuid);
+    EXPECT_EQ(stamp.get_uuid(), image_uuid);
     EXPECT_EQ(stamp.get_name(), "seal");
     EXPECT_EQ(stamp.encode(basic_stamp::plain), (bytes_t{'a', 'b', 'c'}));
 }

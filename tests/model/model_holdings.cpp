@@ -4,9 +4,6 @@
 
 namespace {
 
-// A string keeps this many bytes in itself.
-constexpr std::size_t short_text = 15;
-
 std::string _pointer(bool is_held) {
     return is_held ? "PTR" : "(nil)";
 }

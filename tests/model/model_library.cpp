@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int mapping_slot = 8127;
 constexpr int first_slot = 8130;
 constexpr int last_slot = 8134;
 constexpr int any_type = -1;
@@ -25,8 +24,6 @@ bool _is_sealed(const std::string& bytes) {
 
 // Each entry of the record, the entry of an uuid and its item with their owners.
 constexpr long blocks_of_a_known_uuid = 3;
-// A string keeps this many bytes in itself.
-constexpr std::size_t short_text = 15;
 
 }  // namespace
 

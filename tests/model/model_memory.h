@@ -1,6 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+
+/** A string keeps this many bytes in itself, without a block of memory. */
+constexpr std::size_t short_text = 15;
 
 /** A failure inside a call, as the text of the exception that tells it. */
 struct device_failure {

@@ -1,12 +1,5 @@
 #include "model/model_object.h"
 
-namespace {
-
-// A string keeps this many bytes in itself.
-constexpr std::size_t short_text = 15;
-
-}  // namespace
-
 void model_object::fail(int code, int line) {
     std::string text;
     try {

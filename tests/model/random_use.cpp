@@ -9,7 +9,6 @@
 
 namespace {
 
-constexpr int mapping_slot = 8127;
 constexpr int most_devices = 4;
 
 // One write in eight has the type that cannot be stored.

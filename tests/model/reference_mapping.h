@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+constexpr int mapping_slot = 8127;
+
 /**
  * A second reader and writer of the record in slot 8127, written for the tests from the record's
  * format alone, to be compared with the library's.

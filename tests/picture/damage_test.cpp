@@ -53,8 +53,6 @@ std::string _name_of(const testing::TestParamInfo<sample>& info) {
     return info.param.name;
 }
 
-}  // namespace
-
 INSTANTIATE_TEST_SUITE_P(picture_damage, every_format, testing::ValuesIn(_samples()), _name_of);
 
 TEST_P(every_format, a_whole_file_is_sound) {
@@ -67,6 +65,8 @@ TEST_P(every_format, a_file_cut_at_any_length_is_damaged) {
             << length << " bytes of " << GetParam().file.size();
     }
 }
+
+}  // namespace
 
 // What an interrupted write of a device may leave. Other formats tell lengths in the header alone.
 TEST(picture_damage, zeros_from_the_middle_on_are_seen_where_an_end_is_marked) {

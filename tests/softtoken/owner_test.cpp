@@ -23,10 +23,6 @@ bool becomes_other_user() {
            setresuid(other_user, other_user, other_user) == 0;
 }
 
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 }  // namespace
 
 class softtoken_owner : public token_test {

@@ -144,6 +144,10 @@ program_result run_tool(const std::string& arguments, const std::string& input) 
     return run("printf '%s\\n' '" + input + "' | " SOFTTOKEN_TOOL " " + arguments);
 }
 
+bool has(const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+}
+
 std::string file_bytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};

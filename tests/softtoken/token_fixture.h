@@ -72,6 +72,7 @@ program_result run(const std::string& command);
 /* Runs the admin tool with arguments and a password on descriptor 0. */
 program_result run_tool(const std::string& arguments, const std::string& input = {});
 
+bool has(const std::string& text, const std::string& part);
 std::string file_bytes(const std::string& path);
 void write_file(const std::string& path, const std::string& bytes);
 

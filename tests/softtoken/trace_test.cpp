@@ -23,10 +23,6 @@ constexpr const char* slot_canary = "canary-of-a-seal";
 constexpr const char* password_canary = "canary-of-a-password";
 constexpr const char* wrong_canary = "canary-of-a-guess";
 
-bool has(const std::string& text, const std::string& part) {
-    return text.find(part) != std::string::npos;
-}
-
 std::set<std::string> every_function() {
     std::ifstream file(FUNCTION_NAMES);
     return {std::istream_iterator<std::string>(file), {}};

@@ -32,7 +32,7 @@ namespace {
 
 using calls_t = std::vector<std::string>;
 
-const std::weak_ptr<keypair> no_owner;
+const std::weak_ptr<keypair> no_pair;
 const std::string no_certificate;
 
 class certificate_of : public testing::Test {
@@ -59,20 +59,20 @@ TEST_F(certificate_of, bytes_that_are_none_has_a_null_handle) {
 }
 
 TEST_F(certificate_of, a_null_handle_frees_it_once) {
-    { const certificate made(no_owner, nullptr, false); }
+    { const certificate made(no_pair, nullptr, false); }
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICertFreeCert(null)"});
 }
 
 TEST_F(certificate_of, a_handle_takes_it) {
     VEMRA_CERT_st* handle = new_handle("A");
-    { EXPECT_EQ(certificate(no_owner, handle, false).get_handle(), handle); }
+    { EXPECT_EQ(certificate(no_pair, handle, false).get_handle(), handle); }
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICertFreeCert(certificate)"});
     EXPECT_EQ(fake.live_certificates(), 0);
 }
 
 TEST_F(certificate_of, a_duplicate_leaves_the_handle_to_the_caller) {
     VEMRA_CERT_st* handle = new_handle("A");
-    { EXPECT_NE(certificate(no_owner, handle, true).get_handle(), handle); }
+    { EXPECT_NE(certificate(no_pair, handle, true).get_handle(), handle); }
     EXPECT_EQ(fake.calls(),
               (calls_t{"VemraPKICertDupCert(certificate)", "VemraPKICertFreeCert(certificate)"}));
     EXPECT_EQ(fake.live_certificates(), 1);
@@ -83,7 +83,7 @@ TEST_F(certificate_of, a_duplicate_leaves_the_handle_to_the_caller) {
 TEST_F(certificate_of, a_handle_frees_it_at_once_when_memory_fails) {
     VEMRA_CERT_st* handle = new_handle("A");
     allocation_faults::fail_throwing(1);
-    EXPECT_THROW(certificate(no_owner, handle, false), std::bad_alloc);
+    EXPECT_THROW(certificate(no_pair, handle, false), std::bad_alloc);
     allocation_faults::stop();
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICertFreeCert(certificate)"});
     EXPECT_EQ(fake.live_certificates(), 0);
@@ -98,7 +98,7 @@ TEST_F(certificate_of, der_bytes_frees_its_handle_when_memory_fails) {
 }
 
 TEST_F(certificate_of, loading_does_nothing) {
-    certificate made = certificate(no_owner, nullptr, false);
+    certificate made = certificate(no_pair, nullptr, false);
     fake.clear_calls();
     made.load();
     EXPECT_EQ(fake.calls(), calls_t{});
@@ -113,15 +113,15 @@ TEST_F(certificate_of, itself_is_equal_without_asking_the_library) {
 
 TEST_F(certificate_of, the_same_handle_is_equal_without_asking_the_library) {
     const auto handle = certificate::own(new_handle("A"));
-    const certificate one(no_owner, handle);
-    const certificate two(no_owner, handle);
+    const certificate one(no_pair, handle);
+    const certificate two(no_pair, handle);
     EXPECT_TRUE(one.equals(two));
     EXPECT_EQ(fake.calls(), calls_t{});
 }
 
 TEST_F(certificate_of, two_null_handles_is_equal_without_asking_the_library) {
-    const certificate one(no_owner, nullptr, false);
-    const certificate two(no_owner, nullptr, false);
+    const certificate one(no_pair, nullptr, false);
+    const certificate two(no_pair, nullptr, false);
     EXPECT_TRUE(one.equals(two));
     EXPECT_EQ(fake.calls(), calls_t{});
 }
@@ -139,7 +139,7 @@ TEST_F(certificate_of, another_handle_is_what_the_library_says) {
 
 TEST_F(certificate_of, one_null_handle_asks_the_library) {
     const certificate one("A", 1);
-    const certificate none(no_owner, nullptr, false);
+    const certificate none(no_pair, nullptr, false);
     fake.clear_calls();
     EXPECT_FALSE(none.equals(one));
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICertEqual(null, certificate)"});

@@ -37,7 +37,7 @@ namespace {
 
 using calls_t = std::vector<std::string>;
 
-const std::weak_ptr<device> no_owner;
+const std::weak_ptr<device> no_device;
 
 class keypair_of : public testing::Test {
 protected:
@@ -61,7 +61,7 @@ protected:
         return handle;
     }
     std::shared_ptr<keypair> new_keypair(int index) {
-        return std::make_shared<keypair>(no_owner, new_handle(index), false);
+        return std::make_shared<keypair>(no_device, new_handle(index), false);
     }
     static std::string encodings_of(const keypair& pair) {
         std::string all;
@@ -77,13 +77,13 @@ protected:
 
 TEST_F(keypair_of, a_handle_takes_it) {
     VEMRA_PrivKey_Handle_st* handle = new_handle(0);
-    { EXPECT_EQ(keypair(no_owner, handle, false).get_handle(), handle); }
+    { EXPECT_EQ(keypair(no_device, handle, false).get_handle(), handle); }
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICryptoFreeKeypair(SN-1/key 0)"});
 }
 
 TEST_F(keypair_of, a_duplicate_leaves_the_handle_to_the_caller) {
     VEMRA_PrivKey_Handle_st* handle = new_handle(0);
-    { EXPECT_NE(keypair(no_owner, handle, true).get_handle(), handle); }
+    { EXPECT_NE(keypair(no_device, handle, true).get_handle(), handle); }
     EXPECT_EQ(fake.calls(), (calls_t{"VemraPKICryptoDupKeypair(SN-1/key 0)",
                                      "VemraPKICryptoFreeKeypair(SN-1/key 0)"}));
     EXPECT_EQ(fake.live_keypairs(), 1);
@@ -92,14 +92,14 @@ TEST_F(keypair_of, a_duplicate_leaves_the_handle_to_the_caller) {
 
 TEST_F(keypair_of, a_null_handle_frees_it_once) {
     fake.clear_calls();
-    { const keypair pair(no_owner, nullptr, false); }
+    { const keypair pair(no_device, nullptr, false); }
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICryptoFreeKeypair(null)"});
 }
 
 TEST_F(keypair_of, a_handle_frees_it_at_once_when_memory_fails) {
     VEMRA_PrivKey_Handle_st* handle = new_handle(0);
     allocation_faults::fail_throwing(1);
-    EXPECT_THROW(keypair(no_owner, handle, false), std::bad_alloc);
+    EXPECT_THROW(keypair(no_device, handle, false), std::bad_alloc);
     EXPECT_EQ(fake.calls(), calls_t{"VemraPKICryptoFreeKeypair(SN-1/key 0)"});
 }
 
@@ -141,13 +141,13 @@ TEST_F(keypair_of, certificates_loaded_twice_lists_them_twice) {
 }
 
 TEST_F(keypair_of, certificates_without_a_shared_owner_cannot_load) {
-    keypair pair(no_owner, new_handle(0), false);
+    keypair pair(no_device, new_handle(0), false);
     EXPECT_THROW(pair.load(), std::bad_weak_ptr);
     EXPECT_EQ(fake.live_certificates(), 0);
 }
 
 TEST_F(keypair_of, no_certificates_without_a_shared_owner_loads) {
-    keypair pair(no_owner, new_handle(1), false);
+    keypair pair(no_device, new_handle(1), false);
     EXPECT_NO_THROW(pair.load());
 }
 

@@ -19,10 +19,6 @@ private:
     progress bar_;
 };
 
-std::string _attempts(int count) {
-    return std::to_string(count) + (count == 1 ? " attempt left" : " attempts left");
-}
-
 }  // namespace
 
 void terminal_person::give_password(const device_id& device, secret& password) {
@@ -40,7 +36,7 @@ void terminal_person::give_password(const device_id& device, secret& password) {
 
 bool terminal_person::try_again(int attempts_left) {
     if (!is_typed_) return false;
-    output::error("wrong password of " + device_ + ", " + _attempts(attempts_left));
+    output::error("wrong password of " + device_ + ", " + describe_attempts(attempts_left));
     if (attempts_left > 1) return true;
     terminal tty;
     return tty.is_open() &&

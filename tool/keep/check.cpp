@@ -13,20 +13,14 @@ namespace vemra::tool {
 
 namespace {
 
-using kind = finding::kind;
-
-std::string _slot_text(unsigned int slot) {
-    return "slot " + std::to_string(slot);
-}
-
 // False, with a finding, when the record cannot be read.
 bool _read_record(session& tokens, const device_id& device, device_contents& contents) {
     try {
         contents.record = read_mapping(tokens, device);
         return true;
     } catch (const failure& error) {
-        contents.findings.push_back(
-            {kind::unreadable, 0, "the list cannot be read: " + printable(error.facts().cause)});
+        contents.findings.push_back({finding::kind::unreadable, 0,
+                                     "the list cannot be read: " + printable(error.facts().cause)});
         return false;
     }
 }
@@ -44,17 +38,17 @@ void _read_slot(session& tokens, const device_id& device, int slot, device_conte
         const stamp_mapping& entries = contents.record.entries;
         const auto listed = entries.find(number);
         const std::string which = listed == entries.end()
-                                      ? _slot_text(number) + ", for which no stamp is listed,"
-                                      : quoted(listed->second) + " in " + _slot_text(number);
+                                      ? describe_slot(number) + ", for which no stamp is listed,"
+                                      : quoted(listed->second) + " in " + describe_slot(number);
         contents.unreadable_slots.push_back(slot);
-        contents.findings.push_back({kind::unreadable, number,
+        contents.findings.push_back({finding::kind::unreadable, number,
                                      which + " cannot be read: " + printable(error.facts().cause)});
     }
 }
 
 void _check_record(device_contents& contents) {
     for (const std::string& fault : contents.record.faults) {
-        contents.findings.push_back({kind::malformed_record, 0, printable(fault)});
+        contents.findings.push_back({finding::kind::malformed_record, 0, printable(fault)});
     }
     const std::string& bytes = contents.record.bytes;
     const auto header = app::stamp::parse_stamp_info_header(
@@ -63,11 +57,11 @@ void _check_record(device_contents& contents) {
     const std::size_t total = header->total_length;
     if (total < bytes.size() && total >= header->length) {
         contents.findings.push_back(
-            {kind::malformed_record, 0,
+            {finding::kind::malformed_record, 0,
              std::to_string(bytes.size() - total) + " bytes stand behind the record's end"});
     }
     if (header->version != header->known_version) {
-        contents.findings.push_back({kind::malformed_record, 0,
+        contents.findings.push_back({finding::kind::malformed_record, 0,
                                      "the record's version is " + std::to_string(header->version)});
     }
 }
@@ -76,11 +70,11 @@ void _check_entries(device_contents& contents) {
     for (const auto& [slot, name] : contents.record.entries) {
         if (!is_stamp_slot(slot)) {
             contents.findings.push_back(
-                {kind::slot_out_of_range, slot, describe_misplaced(slot, name)});
+                {finding::kind::slot_out_of_range, slot, describe_misplaced(slot, name)});
         } else if (!contents.may_have_bytes(slot)) {
             contents.findings.push_back(
-                {kind::entry_without_bytes, slot,
-                 quoted(name) + " is listed in " + _slot_text(slot) + ", which is empty"});
+                {finding::kind::entry_without_bytes, slot,
+                 quoted(name) + " is listed in " + describe_slot(slot) + ", which is empty"});
         }
     }
 }
@@ -89,11 +83,12 @@ void _check_slots(device_contents& contents) {
     for (const auto& [slot, bytes] : contents.slots) {
         const auto number = static_cast<unsigned int>(slot);
         if (contents.is_sealed(slot)) {
-            contents.findings.push_back({kind::sealed_bytes, number,
-                                         _slot_text(number) + " holds bytes of the sealed format"});
+            contents.findings.push_back(
+                {finding::kind::sealed_bytes, number,
+                 describe_slot(number) + " holds bytes of the sealed format"});
         } else if (contents.record.entries.count(number) == 0) {
-            contents.findings.push_back({kind::bytes_without_entry, number,
-                                         _slot_text(number) + " holds " +
+            contents.findings.push_back({finding::kind::bytes_without_entry, number,
+                                         describe_slot(number) + " holds " +
                                              std::to_string(bytes.size()) +
                                              " bytes that no stamp is listed for"});
         }
@@ -106,8 +101,8 @@ void _check_pictures(device_contents& contents) {
         if (damage.empty()) continue;
         const auto number = static_cast<unsigned int>(slot);
         contents.findings.push_back(
-            {kind::damaged_picture, number,
-             "the picture in " + _slot_text(number) + " is damaged: " + damage});
+            {finding::kind::damaged_picture, number,
+             "the picture in " + describe_slot(number) + " is damaged: " + damage});
     }
 }
 
@@ -125,7 +120,8 @@ void _check_names(device_contents& contents) {
         std::string doubt = _doubt_about(name);
         if (!known.insert(name).second) doubt = "is the name of another stamp, too";
         if (doubt.empty()) continue;
-        contents.findings.push_back({kind::doubtful_name, slot, quoted(name) + " " + doubt});
+        contents.findings.push_back(
+            {finding::kind::doubtful_name, slot, quoted(name) + " " + doubt});
     }
 }
 

@@ -9,6 +9,14 @@ std::string describe(const device_id& device) {
     return printable(device.serial) + " (type " + std::to_string(device.type) + ")";
 }
 
+std::string describe_slot(unsigned int slot) {
+    return "slot " + std::to_string(slot);
+}
+
+std::string describe_attempts(int left) {
+    return std::to_string(left) + (left == 1 ? " attempt left" : " attempts left");
+}
+
 std::string describe_unreadable(const stamp& one) {
     return quoted(one.name) + " in slot " + std::to_string(one.slot) + " of " +
            describe(one.device) + " cannot be read: " + printable(one.fault);

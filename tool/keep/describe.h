@@ -11,6 +11,10 @@ namespace vemra::tool {
 std::string describe(const device_id& device);
 /** The first digits of the uuid, the name and the device. */
 std::string describe(const named_stamp& one);
+/** "slot 8130" */
+std::string describe_slot(unsigned int slot);
+/** "1 attempt left", "2 attempts left" */
+std::string describe_attempts(int left);
 /** A sentence about one that cannot be read. */
 std::string describe_unreadable(const stamp& one);
 /** About a device whose list cannot be read. */

@@ -5,15 +5,12 @@
 
 #include "basics/failure.h"
 #include "basics/text.h"
+#include "keep/describe.h"
 #include "keep/storing_rule.h"
 
 namespace vemra::tool {
 
 namespace {
-
-std::string _slot_text(unsigned int slot) {
-    return "slot " + std::to_string(slot);
-}
 
 // "recovered-8131", or the first such name with a number behind it that no stamp has.
 std::string _made_name(const stamp_mapping& mapping, int slot) {
@@ -53,8 +50,8 @@ private:
         for (const auto& [slot, name] : contents_.record.entries) {
             if (is_stamp_slot(slot) && contents_.may_have_bytes(slot)) continue;
             plan_.list.entries.erase(slot);
-            plan_.steps.push_back("drop " + quoted(name) + " from the list: " + _slot_text(slot) +
-                                  " holds no stamp");
+            plan_.steps.push_back("drop " + quoted(name) +
+                                  " from the list: " + describe_slot(slot) + " holds no stamp");
         }
     }
 
@@ -76,8 +73,9 @@ private:
         }
         if (is_given) given_names_.erase(given);
         entries[static_cast<unsigned int>(slot)] = name;
-        plan_.steps.push_back("list the bytes in " + _slot_text(static_cast<unsigned int>(slot)) +
-                              " as " + quoted(name) + doubts);
+        plan_.steps.push_back("list the bytes in " +
+                              describe_slot(static_cast<unsigned int>(slot)) + " as " +
+                              quoted(name) + doubts);
     }
 
     void encode() {

@@ -12,10 +12,10 @@ namespace {
 
 using action = restore_item::action;
 
-class planner {
+class restore_planner {
 public:
-    planner(const archive& kept, const std::vector<stamp>& present, bool replace,
-            const storing_judge& judge, const device_id& device)
+    restore_planner(const archive& kept, const std::vector<stamp>& present, bool replace,
+                    const storing_judge& judge, const device_id& device)
         : kept_(kept),
           present_(present),
           held_(names_of(present)),
@@ -125,7 +125,7 @@ private:
 std::vector<restore_item> plan_restore(const archive& kept, const device_id& device,
                                        const std::vector<stamp>& present, bool replace,
                                        const storing_judge& judge) {
-    return planner(kept, present, replace, judge, device).plan();
+    return restore_planner(kept, present, replace, judge, device).plan();
 }
 
 }  // namespace vemra::tool

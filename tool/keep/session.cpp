@@ -27,10 +27,6 @@ std::string _asked(const device_choice& choice) {
     return choice.type == -1 ? serial : serial + " of type " + std::to_string(choice.type);
 }
 
-std::string _attempts(int count) {
-    return std::to_string(count) + (count == 1 ? " attempt left" : " attempts left");
-}
-
 failure_facts _facts_of(const password_answer& answer, const std::string& cause) {
     failure_facts facts{cause};
     if (answer.retries >= 0) facts.attempts_left = answer.retries;
@@ -50,7 +46,7 @@ failure _refusal(const device_id& device, const password_answer& answer) {
                 "the password of " + describe(device) + " could not be verified: " + cause, facts};
     }
     return {exit_code::wrong_password,
-            "wrong password of " + describe(device) + ", " + _attempts(answer.retries) +
+            "wrong password of " + describe(device) + ", " + describe_attempts(answer.retries) +
                 "; nothing was changed on this device, which says: " + cause,
             facts};
 }

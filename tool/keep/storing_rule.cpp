@@ -11,8 +11,6 @@ namespace vemra::tool {
 
 namespace {
 
-using kind = objection::kind;
-
 // Why a name does not survive the mapping or misleads readers; empty for a good one.
 std::string _fault_of_name(const std::string& name) {
     if (name.empty()) return "is empty";
@@ -35,9 +33,9 @@ std::string _fault_of_bytes(session& tokens, const shared_bytes& data) {
     return "";
 }
 
-bool _is_waived(kind what, const allowance& waived) {
-    return (what == kind::no_picture && waived.any_data) ||
-           (what == kind::used_name && waived.used_name);
+bool _is_waived(objection::kind what, const allowance& waived) {
+    return (what == objection::kind::no_picture && waived.any_data) ||
+           (what == objection::kind::used_name && waived.used_name);
 }
 
 }  // namespace
@@ -54,17 +52,19 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
     if (offered.name) {
         const std::string fault = _fault_of_name(*offered.name);
         if (!fault.empty()) {
-            found.push_back({kind::forbidden, "the name " + quoted(*offered.name) + " " + fault});
+            found.push_back(
+                {objection::kind::forbidden, "the name " + quoted(*offered.name) + " " + fault});
         }
     }
     if (offered.data) {
         const std::string fault = _fault_of_bytes(tokens, *offered.data);
-        if (!fault.empty()) found.push_back({kind::forbidden, fault});
+        if (!fault.empty()) found.push_back({objection::kind::forbidden, fault});
         if (offered.seen.is_damaged()) {
-            found.push_back({kind::no_picture, "the picture is damaged: " + offered.seen.damage});
+            found.push_back(
+                {objection::kind::no_picture, "the picture is damaged: " + offered.seen.damage});
         } else if (!offered.seen.is_image()) {
             found.push_back(
-                {kind::no_picture, "this is no picture but " + offered.seen.media_type});
+                {objection::kind::no_picture, "this is no picture but " + offered.seen.media_type});
         }
     }
     const auto used = std::find_if(others.begin(), others.end(), [&](const named_stamp& one) {
@@ -73,8 +73,8 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
     if (used != others.end()) {
         const std::string place =
             used->device.serial.empty() ? "this device" : describe(used->device);
-        found.push_back({kind::used_name, "a stamp on " + place + " has the name " +
-                                              quoted(*offered.name) + " already"});
+        found.push_back({objection::kind::used_name, "a stamp on " + place + " has the name " +
+                                                         quoted(*offered.name) + " already"});
     }
     return found;
 }

@@ -9,7 +9,6 @@ namespace {
 
 using device_slots = std::map<int, std::string>;
 
-constexpr int mapping_slot = 8127;
 constexpr int first_slot = 8130;
 constexpr int last_slot = 8134;
 constexpr std::size_t own_device = 1;

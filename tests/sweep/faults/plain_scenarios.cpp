@@ -17,7 +17,7 @@ void _initialized(stage& on) {
         [](stamp_library& library) { return library.plain(plain_function::env_initialize); });
 }
 
-void _nothing(stage&) {}
+void _unprepared(stage&) {}
 
 scenario _of(const std::string& name, void (*arrange)(stage&), plain_function function) {
     return {name, arrange,
@@ -28,11 +28,11 @@ scenario _of(const std::string& name, void (*arrange)(stage&), plain_function fu
 
 const std::vector<scenario>& plain_scenarios() {
     static const std::vector<scenario> all{
-        _of("get_version", _nothing, plain_function::get_version),
-        _of("get_last_error", _nothing, plain_function::get_last_error),
-        _of("get_error_message", _nothing, plain_function::get_error_message),
+        _of("get_version", _unprepared, plain_function::get_version),
+        _of("get_last_error", _unprepared, plain_function::get_last_error),
+        _of("get_error_message", _unprepared, plain_function::get_error_message),
         _of("free_memory", _holding, plain_function::free_memory),
-        _of("env_initialize", _nothing, plain_function::env_initialize),
+        _of("env_initialize", _unprepared, plain_function::env_initialize),
         _of("env_initialize_again", _initialized, plain_function::env_initialize),
         _of("env_get_configuration", _initialized, plain_function::env_get_configuration),
         _of("env_uninitialize", _initialized, plain_function::env_uninitialize),

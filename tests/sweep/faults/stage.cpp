@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr int mapping_slot = 8127;
-
 int _new_number() {
     static int devices = 0;
     return devices += 2;
