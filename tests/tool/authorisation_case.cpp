@@ -7,13 +7,13 @@ namespace vemra::tool {
 
 void write(session& tokens, const device_id& id, const stamp& one) {
 #if CASE == 0
-    authorised_change change = authorise(tokens, id, [](locked_device&) { return 1; });
+    authorised_change change = authorise(tokens, id, [](locked_device&) {});
     change.remove(one);
 #elif CASE == 1
     locked_device device(tokens, id);
     device.remove(one);
 #elif CASE == 2
-    authorised_change change(locked_device(tokens, id), 1, verification::everything);
+    authorised_change change(locked_device(tokens, id), verification::everything);
     change.remove(one);
 #elif CASE == 3
     tokens.ask([&](token_reader& all) { return all.remove(one.uuid, ""); });

@@ -10,6 +10,7 @@ import subprocess
 import time
 import unittest
 
+import terminal_test
 from tool_case import COMPANY, NAME_SEAL, SOFTTOKEN_TOOL, ToolCase
 
 KIB = 1024
@@ -134,6 +135,22 @@ class ThreeSeals(Budget):
         stored = self.stored + COMPANY_SIZE
         self.expect_reads(stored + 2 * COMPANY_SIZE, "delete", *changed, "--yes", "name:renamed",
                           changes=1)
+
+    def test_a_bar_on_a_terminal_reads_no_more(self):
+        trace = self.folder / "trace"
+        with_new = self.stored + NAME_SIZE
+        for limit, command in (
+                (2 * self.stored + NAME_SIZE, ["append", "--name", "four", NAME_SEAL]),
+                (2 * with_new + NAME_SIZE, ["update", "name:four", "--name", "renamed"]),
+                (with_new + KIB, ["list"]), (NAME_SIZE + KIB, ["show", "name:two"]),
+                (with_new + self.stored + NAME_SIZE, ["delete", "--yes", "name:renamed"])):
+            trace.unlink(missing_ok=True)
+            lists = self.lists()
+            tool = terminal_test.Terminal({**self.environment, "VEMRA_SOFTTOKEN_TRACE": str(trace)},
+                                          *command, "--password-file", self.password_file)
+            self.assertEqual(tool.finish(), 0, tool.text)
+            total = sum(int(length) for _, length in READ.findall(trace.read_text()))
+            self.assertLessEqual(total, limit + 8 * max(lists, self.lists()), command)
 
     def test_several_deletions_read_what_is_left_after_each(self):
         left = (COMPANY_SIZE + NAME_SIZE) + NAME_SIZE

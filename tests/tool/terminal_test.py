@@ -218,15 +218,15 @@ class Progress(ToolCase):
         self.assertIn(b'writing "Seal" 1 s', tool.text)
         self.assertIn(b"\r\x1b[K", tool.text)
 
-    def test_the_bar_counts_the_steps_of_all_changes(self):
+    def test_the_bar_counts_the_bytes_of_all_changes(self):
         for name in ("one", "two"):
             self.append(name, NAME_SEAL)
         self.fail_device("slow 1300")
         tool = Terminal(self.environment, "delete", "--yes", "--password-file",
                         self.password_file, "name:one", "name:two")
         self.assertEqual(tool.finish(), 0)
-        self.assertIn(b'[........................] 0/4 removing "one" 1 s', tool.text)
-        self.assertIn(b'[############............] 2/4 removing "two" 1 s', tool.text)
+        self.assertIn(b'[#########...............] 94/237 KB removing "one" 1 s', tool.text)
+        self.assertIn(b'[###################.....] 189/237 KB removing "two" 1 s', tool.text)
 
     def test_it_is_not_shown_when_quiet_or_without_a_terminal(self):
         self.fail_device("slow 900")
@@ -246,3 +246,45 @@ class Progress(ToolCase):
         self.assertEqual(tool.finish(), 130)
         self.heal_device()
         self.assertIn("Seal", self.stamps())
+
+
+class BytesLeft(ToolCase):
+    """A token of 40000 bytes a second with two seals of 47 KB: 1.2 seconds each."""
+
+    def setUp(self):
+        super().setUp()
+        for name in ("one", "two"):
+            self.append(name, NAME_SEAL)
+        self.softtoken("profile", "a", "--bytes-per-second", "40000")
+
+    def shown(self, *arguments):
+        tool = Terminal(self.environment, *arguments)
+        self.assertEqual(tool.finish(), 0)
+        return tool.text
+
+    def test_a_listing_tells_what_was_read_and_the_time_left(self):
+        text = self.shown("list")
+        self.assertIn(b"[........................] 0/94 KB reading stamps 1 s\r", text)
+        self.assertRegex(text, rb"\[############\.{12}\] 47/94 KB reading stamps \d s, [12] s left")
+
+    def test_so_does_a_check(self):
+        self.assertRegex(self.shown("check"), rb"47/94 KB checking \S+ \(type 3\) \d s, [12] s left")
+
+    def test_one_seal_is_shown_with_its_bytes(self):
+        self.assertIn(b'0/47 KB reading "two" 1 s', self.shown("show", "name:two"))
+
+    def test_a_change_knows_from_the_start_what_is_to_come(self):
+        text = self.shown("update", "name:one", "--name", "new", "--password-file",
+                          self.password_file)
+        self.assertIn(b"0/284 KB reading " + self.serial.encode(), text)
+        # By then the speed is known, and the bar comes at once.
+        self.assertRegex(text, rb'94/284 KB replacing "one" 0 s, [45] s left')
+        self.assertRegex(text, rb"189/284 KB reading back 0 s, [23] s left")
+
+    def test_an_append_knows_it_too(self):
+        text = self.shown("append", "--name", "three", NAME_SEAL, "--password-file",
+                          self.password_file)
+        self.assertIn(b"0/332 KB reading", text)
+
+    def test_nothing_is_shown_without_a_terminal(self):
+        self.assertEqual(self.expect(0, "list").stderr, b"")

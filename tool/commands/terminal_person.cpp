@@ -1,5 +1,7 @@
 #include "commands/terminal_person.h"
 
+#include <unistd.h>
+
 #include "basics/failure.h"
 #include "command_line/input_error.h"
 #include "command_line/password_source.h"
@@ -13,7 +15,7 @@ namespace {
 
 class shown_progress : public shown_work {
 public:
-    explicit shown_progress(const work& what) : bar_(what.label, what.finished, what.steps) {}
+    shown_progress(const work& what, pace& run) : bar_(what.label, what.bytes, what.moved, run) {}
 
 private:
     progress bar_;
@@ -44,8 +46,12 @@ bool terminal_person::try_again(int attempts_left) {
 }
 
 std::unique_ptr<shown_work> terminal_person::show(const work& what) {
-    if (out_.is_quiet()) return nullptr;
-    return std::make_unique<shown_progress>(what);
+    if (!watches()) return nullptr;
+    return std::make_unique<shown_progress>(what, pace_);
+}
+
+bool terminal_person::watches() const {
+    return !out_.is_quiet() && isatty(STDERR_FILENO) != 0;
 }
 
 bool terminal_person::can_be_asked() const {

@@ -7,6 +7,7 @@
 #include "commands/options.h"
 #include "commands/output.h"
 #include "keep/person.h"
+#include "terminal/pace.h"
 
 namespace vemra::tool {
 
@@ -22,6 +23,8 @@ public:
     bool try_again(int attempts_left) override;
     void warn(const std::string& text) override { out_.warn(text); }
     void detail(const std::string& text) override { out_.detail(text); }
+    bool watches() const override;
+    void expect(std::size_t bytes) override { pace_.expect(bytes); }
     std::unique_ptr<shown_work> show(const work& what) override;
 
     /** Whether there is somebody to answer a question. */
@@ -33,6 +36,7 @@ public:
 private:
     const common_options& options_;
     output& out_;
+    pace pace_;
     bool is_typed_ = false;
     /** The device whose password was given last. */
     std::string device_;

@@ -4,6 +4,7 @@
 
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/mapping_record.h"
 #include "keep/read_locks.h"
@@ -14,7 +15,9 @@ namespace {
 
 std::vector<named_stamp> _listed(session& tokens, const device_id& device) {
     const read_locks lock(tokens, {device});
-    return read_mapping(tokens, device).listed_stamps();
+    const mapping_record record = read_mapping(tokens, device);
+    look_up_lengths(tokens, device, record.listed_slots());
+    return record.listed_stamps();
 }
 
 }  // namespace
@@ -33,10 +36,10 @@ pictured_stamp append_stamp(session& tokens, const append_request& request) {
     };
     // What the names speak against is told before a password is asked.
     require_room(_listed(tokens, id));
+    expect_changes(tokens, id, {{0, request.data.size()}}, request.how);
     const auto look = [&](locked_device& device) {
         require_readable(device.stamps(), id, {});
         require_room(names_of(device.stamps()));
-        return 1;
     };
     authorised_change change = authorise(tokens, id, look, request.how);
     return {change.append(request.name, request.data), offered.seen};

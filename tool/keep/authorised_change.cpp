@@ -8,6 +8,7 @@
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/repair_plan.h"
 
@@ -15,8 +16,6 @@ namespace vemra::tool {
 
 namespace {
 
-// Writing and reading back.
-constexpr std::size_t steps_of_a_change = 2;
 constexpr int status_failed = 0;
 constexpr int status_done = 1;
 constexpr int status_device_full = -7;
@@ -109,15 +108,12 @@ std::string _read_free_slot(session& tokens, const device_id& device, int slot) 
     }
 }
 
-// The stamps of an enumeration before an append, with what the append added.
-std::vector<stamp> _with_appended(std::vector<stamp> before, const std::vector<stamp>& actual,
-                                  const stamp& wanted) {
+// The uuid of what an append added to an enumeration; empty when it added nothing.
+std::string _uuid_of_new(const std::vector<stamp>& before, const std::vector<stamp>& actual) {
     const by_uuid known = _by_uuid(before);
     const auto added = std::find_if(actual.begin(), actual.end(),
                                     [&](const stamp& one) { return known.count(one.uuid) == 0; });
-    before.push_back(wanted);
-    if (added != actual.end()) before.back().uuid = added->uuid;
-    return before;
+    return added == actual.end() ? "" : added->uuid;
 }
 
 archive _archive_of(const device_id& device) {
@@ -126,34 +122,34 @@ archive _archive_of(const device_id& device) {
 
 }  // namespace
 
-authorised_change authorise(session& tokens, const device_id& device, const change_look_up& wanted,
+authorised_change authorise(session& tokens, const device_id& device, const look_up& wanted,
                             verification how) {
     _heed_signals();
-    std::size_t changes = 0;
-    locked_device locked = lock_with_password(
-        tokens, device, [&](locked_device& looked_at) { changes = wanted(looked_at); });
+    locked_device locked = lock_with_password(tokens, device, wanted);
     tokens.served().detail("the password of " + describe(device) + " is right");
-    return {std::move(locked), changes, how};
+    return {std::move(locked), how};
 }
 
-authorised_change::authorised_change(locked_device device, std::size_t changes, verification how)
-    : device_(std::move(device)), steps_(changes * steps_of_a_change), how_(how) {}
+authorised_change::authorised_change(locked_device device, verification how)
+    : device_(std::move(device)), how_(how) {}
 
 stamp authorised_change::append(const std::string& name, const shared_bytes& data) {
     begin();
     const std::vector<stamp> before = device_.stamps();
-    if (before.size() < static_cast<std::size_t>(stamp_slots)) keep_unlisted_bytes();
-    stamp appended{{"", name, device_.id()}, data};
+    stamp appended{{"", name, device_.id(), lowest_free_slot(before)}, data};
+    if (appended.slot != 0) keep_unlisted_bytes(appended.slot);
+    std::vector<stamp> expected = before;
+    expected.push_back(appended);
     carry_out(
-        "writing " + quoted(name), nullptr,
+        {"writing " + quoted(name), written_by({0, data.size()}), {}}, nullptr,
         [&](tokens& all, const char* password) {
             return all.append(device_.id(), password, name, data.get());
         },
         [&](bool is_done) {
-            read_after(is_done, 0);
+            read_after(is_done, 0, is_done ? expected : before);
             if (!is_done) return _differences(before, device_.stamps());
-            const std::vector<stamp> expected = _with_appended(before, device_.stamps(), appended);
-            appended.uuid = expected.back().uuid;
+            appended.uuid = _uuid_of_new(before, device_.stamps());
+            expected.back().uuid = appended.uuid;
             return _differences(expected, device_.stamps());
         });
     return appended;
@@ -174,13 +170,15 @@ void authorised_change::update(const pictured_stamp& old, const std::string& nam
     }
     recovery kept = keep(old);
     carry_out(
-        "replacing " + quoted(old.one.name), &kept,
+        {"replacing " + quoted(old.one.name), written_by({old.one.data.size(), data.size()}), {}},
+        &kept,
         [&](tokens& all, const char* password) {
             return all.update(uuid, password, name, data.get());
         },
         [&](bool is_done) {
-            read_after(is_done, old.one.slot);
-            return _differences(is_done ? expected : before, device_.stamps());
+            const std::vector<stamp>& wanted = is_done ? expected : before;
+            read_after(is_done, old.one.slot, wanted);
+            return _differences(wanted, device_.stamps());
         });
 }
 
@@ -194,11 +192,12 @@ void authorised_change::remove(const stamp& old) {
     const std::vector<stamp> expected = _without(before, old);
     recovery kept = keep(look_at(old));
     carry_out(
-        "removing " + quoted(old.name), &kept,
+        {"removing " + quoted(old.name), written_by({old.data.size(), 0}), {}}, &kept,
         [&](tokens& all, const char* password) { return all.remove(old.uuid, password); },
         [&](bool is_done) {
-            read_after(is_done, 0);
-            return _differences(is_done ? expected : before, device_.stamps());
+            const std::vector<stamp>& wanted = is_done ? expected : before;
+            read_after(is_done, 0, wanted);
+            return _differences(wanted, device_.stamps());
         });
 }
 
@@ -215,7 +214,7 @@ void authorised_change::replace_unreadable(const stamp& old, const stamp& wanted
     const mapping_record next = make_mapping(tokens_of_device, entries);
     recovery kept = keep_all(before, list);
     carry_out(
-        "replacing " + quoted(old.name), &kept,
+        {"replacing " + quoted(old.name), written_by({0, wanted.data.size()}), {}}, &kept,
         [&](tokens& all, const char*) {
             all.delete_slot(device_.id(), old.slot);
             all.write_slot(device_.id(), old.slot, wanted.data.get());
@@ -235,7 +234,7 @@ void authorised_change::remove_unreadable(const stamp& old) {
     const mapping_record next = make_mapping(tokens_of_device, entries);
     recovery kept = keep_all(before, list);
     carry_out(
-        "removing " + quoted(old.name), &kept,
+        {"removing " + quoted(old.name)}, &kept,
         [&](tokens& all, const char*) {
             all.write_slot(device_.id(), mapping_slot, next.bytes);
             all.delete_slot(device_.id(), old.slot);
@@ -247,17 +246,18 @@ void authorised_change::remove_unreadable(const stamp& old) {
 void authorised_change::write_list(const mapping_record& old, const mapping_record& wanted) {
     begin();
     session& tokens_of_device = device_.tokens();
-    const std::vector<stamp> before = read_held(tokens_of_device, {device_.id()}).stamps;
+    const std::vector<stamp> before =
+        read_held(tokens_of_device, {device_.id()}, "reading " + describe(device_.id())).stamps;
     recovery kept = keep_all(before, old);
     carry_out(
-        "repairing " + describe(device_.id()), &kept,
+        {"repairing " + describe(device_.id())}, &kept,
         [&](tokens& all, const char*) {
             all.write_slot(device_.id(), mapping_slot, wanted.bytes);
             return status_done;
         },
         [&](bool is_done) {
             const mapping_record now = read_mapping(tokens_of_device, device_.id());
-            device_.know(read_held(tokens_of_device, {device_.id()}).stamps);
+            device_.know(read_held(tokens_of_device, {device_.id()}, "reading back").stamps);
             std::vector<std::string> texts = _lost(before, device_.stamps());
             if (is_done && now.entries != wanted.entries) {
                 texts.insert(texts.begin(), "the list is not the planned one");
@@ -274,10 +274,8 @@ void authorised_change::begin() {
 }
 
 // An append overwrites what lies unlisted in the slot that it takes.
-void authorised_change::keep_unlisted_bytes() {
+void authorised_change::keep_unlisted_bytes(int slot) {
     session& tokens = device_.tokens();
-    const int slot = read_mapping(tokens, device_.id()).lowest_free_slot();
-    if (slot == 0) return;
     const shared_bytes bytes(_read_free_slot(tokens, device_.id(), slot));
     if (bytes.empty()) return;
     archive unlisted = _archive_of(device_.id());
@@ -309,9 +307,9 @@ recovery authorised_change::keep_all(const std::vector<stamp>& stamps,
     return kept;
 }
 
-void authorised_change::carry_out(const std::string& label, recovery* kept,
-                                  const write_call& change, const comparison& differences) {
-    const int status = write(label, change);
+void authorised_change::carry_out(const work& writing, recovery* kept, const write_call& change,
+                                  const comparison& differences) {
+    const int status = write(writing, change);
     const std::vector<std::string> found = read_back(status, kept, differences);
     device_.tokens().served().detail(
         is_all_read_ ? std::to_string(device_.stamps().size()) + " stamps read back and compared"
@@ -320,9 +318,9 @@ void authorised_change::carry_out(const std::string& label, recovery* kept,
     require_verified(status, found, kept);
 }
 
-int authorised_change::write(const std::string& label, const write_call& change) {
+int authorised_change::write(const work& writing, const write_call& change) {
     session& tokens = device_.tokens();
-    const auto shown = tokens.served().show({label, finished_++, steps_});
+    const auto shown = tokens.served().show(writing);
     try {
         const int status = tokens.make(device_.id(), change);
         cause_ = tokens.cause();
@@ -336,7 +334,6 @@ int authorised_change::write(const std::string& label, const write_call& change)
 std::vector<std::string> authorised_change::read_back(int status, const recovery* kept,
                                                       const comparison& differences) {
     try {
-        const auto shown = device_.tokens().served().show({"reading back", finished_++, steps_});
         return differences(status == status_done);
     } catch (const failure& error) {
         const bool is_done = status == status_done;
@@ -378,22 +375,23 @@ failure_facts authorised_change::facts_of(const recovery* kept) const {
     return facts;
 }
 
-void authorised_change::read_after(bool is_done, int slot) {
+void authorised_change::read_after(bool is_done, int slot, const std::vector<stamp>& expected) {
     if (!is_done || how_ == verification::everything) {
-        read_everything();
+        read_everything(expected);
         return;
     }
     device_.read_changed(slot);
     is_all_read_ = false;
 }
 
-void authorised_change::read_everything() {
+void authorised_change::read_everything(const std::vector<stamp>& expected) {
+    remember_lengths(device_.tokens(), device_.id(), expected);
     device_.read_again();
     is_all_read_ = true;
 }
 
 std::vector<std::string> authorised_change::compare_with(const std::vector<stamp>& expected) {
-    read_everything();
+    read_everything(expected);
     return _differences(expected, device_.stamps());
 }
 

@@ -22,9 +22,6 @@
 
 namespace vemra::tool {
 
-/** A look_up that tells how many changes there will be, for showing how far they are. */
-using change_look_up = std::function<std::size_t(locked_device& device)>;
-
 class authorised_change {
 public:
     /* Failures: (device_full), (failed) when the device refused, (check_failed) when what it holds
@@ -41,36 +38,37 @@ public:
 
 private:
     friend authorised_change authorise(session& tokens, const device_id& device,
-                                       const change_look_up& wanted, verification how);
+                                       const look_up& wanted, verification how);
 
     using write_call = std::function<int(tokens& all, const char* password)>;
     /** Reads the device and tells how it differs from what it should hold. */
     using comparison = std::function<std::vector<std::string>(bool is_done)>;
 
-    authorised_change(locked_device device, std::size_t changes, verification how);
+    authorised_change(locked_device device, verification how);
 
     void begin();
-    void keep_unlisted_bytes();
+    void keep_unlisted_bytes(int slot);
     void replace_unreadable(const stamp& old, const stamp& wanted);
     void remove_unreadable(const stamp& old);
     recovery keep(const pictured_stamp& old) const;
     recovery keep_all(const std::vector<stamp>& stamps, const mapping_record& list) const;
-    void carry_out(const std::string& label, recovery* kept, const write_call& change,
+    void carry_out(const work& writing, recovery* kept, const write_call& change,
                    const comparison& differences);
-    int write(const std::string& label, const write_call& change);
+    int write(const work& writing, const write_call& change);
     std::vector<std::string> read_back(int status, const recovery* kept,
                                        const comparison& differences);
-    /** Reads what a change of this slot calls for; 0 when it is a new one or has become empty. */
-    void read_after(bool is_done, int slot);
-    void read_everything();
+    /**
+     * Reads what a change of this slot calls for, 0 when it is a new one or has become empty. The
+     * device is expected to hold these stamps then.
+     */
+    void read_after(bool is_done, int slot, const std::vector<stamp>& expected);
+    void read_everything(const std::vector<stamp>& expected);
     void require_verified(int status, const std::vector<std::string>& differences,
                           const recovery* kept) const;
     failure_facts facts_of(const recovery* kept) const;
     std::vector<std::string> compare_with(const std::vector<stamp>& expected);
 
     locked_device device_;
-    std::size_t finished_ = 0;
-    std::size_t steps_;
     verification how_;
     bool is_all_read_ = true;
     std::string cause_;
@@ -82,7 +80,7 @@ private:
  * (interrupted), and nothing was changed then.
  */
 [[nodiscard]] authorised_change authorise(session& tokens, const device_id& device,
-                                          const change_look_up& wanted,
+                                          const look_up& wanted,
                                           verification how = verification::everything);
 
 }  // namespace vemra::tool

@@ -11,15 +11,10 @@ namespace vemra::tool {
 
 namespace {
 
-held_stamps _read(session& tokens, const device_id& device) {
-    const auto shown = tokens.served().show({"reading " + describe(device)});
-    return read_held(tokens, {device});
-}
-
 backup _collect(session& tokens, const device_id& device) {
     backup made{{device.serial, device.type, {}}, true};
     const read_locks lock(tokens, {device});
-    const held_stamps held = _read(tokens, device);
+    const held_stamps held = read_held(tokens, {device}, "reading " + describe(device));
     if (!held.unknown.empty()) throw failure(exit_code::failed, held.errors.back());
     for (const std::string& error : held.errors) {
         tokens.served().warn(printable(error));

@@ -1,11 +1,13 @@
 #include "keep/check.h"
 
 #include <algorithm>
+#include <atomic>
 #include <set>
 
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/read_locks.h"
 #include "picture/picture.h"
 
@@ -43,6 +45,16 @@ void _read_slot(session& tokens, const device_id& device, int slot, device_conte
         contents.unreadable_slots.push_back(slot);
         contents.findings.push_back({finding::kind::unreadable, number,
                                      which + " cannot be read: " + printable(error.facts().cause)});
+    }
+}
+
+void _read_slots(session& tokens, const device_id& device, device_contents& contents) {
+    std::atomic<std::size_t> read = 0;
+    const auto shown = show_slots(tokens, device, "checking " + describe(device), read);
+    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
+        _read_slot(tokens, device, slot, contents);
+        const auto held = contents.slots.find(slot);
+        if (held != contents.slots.end()) read += held->second.size();
     }
 }
 
@@ -130,12 +142,9 @@ bool _holds(const std::vector<int>& slots, int slot) {
 }
 
 device_contents _check(session& tokens, const device_id& device) {
-    const auto shown = tokens.served().show({"checking " + describe(device)});
     device_contents contents;
     if (!_read_record(tokens, device, contents)) return contents;
-    for (int slot = first_stamp_slot; slot <= last_stamp_slot; ++slot) {
-        _read_slot(tokens, device, slot, contents);
-    }
+    _read_slots(tokens, device, contents);
     _check_record(contents);
     _check_entries(contents);
     _check_slots(contents);

@@ -6,8 +6,10 @@
 #include "basics/text.h"
 #include "keep/after_changes.h"
 #include "keep/authorised_change.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/named_stamps.h"
+#include "keep/slot_length.h"
 
 namespace vemra::tool {
 
@@ -29,6 +31,14 @@ void _require_deletable(const std::vector<stamp>& held, const device_id& device,
     const bool is_any_readable = std::any_of(removed.begin(), removed.end(),
                                              [](const stamp& one) { return one.is_readable(); });
     if (is_any_readable) require_readable(held, device, removed);
+}
+
+std::vector<change_sizes> _sizes_of(const std::vector<selected_stamp>& selected) {
+    std::vector<change_sizes> sizes;
+    for (const selected_stamp& one : selected) {
+        sizes.push_back({static_cast<std::size_t>(one.length.value_or(0)), 0});
+    }
+    return sizes;
 }
 
 // What cannot be read goes first: before that nothing else is written.
@@ -55,15 +65,15 @@ selection select_stamps(session& tokens, const std::vector<std::string>& selecto
 
 void delete_stamps(session& tokens, const selection& chosen, verification how,
                    const std::function<void(const named_stamp&)>& tell_deleted) {
+    for (const auto& [id, selected] : chosen) {
+        expect_changes(tokens, id, _sizes_of(selected), how);
+    }
     std::size_t deleted = 0;
     try {
         for (const auto& [id, selected] : chosen) {
             const std::vector<selected_stamp>& wanted = selected;
             std::vector<stamp> removed;
-            const auto look = [&](locked_device& device) {
-                removed = _in_order(device, wanted);
-                return removed.size();
-            };
+            const auto look = [&](locked_device& device) { removed = _in_order(device, wanted); };
             authorised_change change = authorise(tokens, id, look, how);
             for (const stamp& one : removed) {
                 change.remove(one);

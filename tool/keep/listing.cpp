@@ -8,6 +8,7 @@
 #include "basics/text.h"
 #include "keep/cause.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/mapping_record.h"
 #include "keep/read_locks.h"
 
@@ -83,7 +84,9 @@ failure _not_whole(const device_id& device, const std::string& error) {
 
 }  // namespace
 
-held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
+held_stamps read_held(session& tokens, const std::vector<device_id>& devices,
+                      const std::string& label) {
+    const auto shown = show_listing(tokens, devices, label);
     const stamp_list list = devices.size() == 1 ? tokens.stamps(devices.front()) : tokens.stamps();
     held_stamps held{{}, tokens.errors(), {}};
     for (const device_id& device : devices) {
@@ -97,8 +100,7 @@ held_stamps read_held(session& tokens, const std::vector<device_id>& devices) {
 held_stamps list_stamps(session& tokens, const device_choice& choice) {
     const std::vector<device_id> meant = tokens.find_devices(choice);
     const read_locks locks(tokens, meant);
-    const auto shown = tokens.served().show({"reading stamps"});
-    return read_held(tokens, meant);
+    return read_held(tokens, meant, "reading stamps");
 }
 
 stamp read_stamp(session& tokens, const named_stamp& wanted) {
@@ -113,8 +115,8 @@ stamp read_stamp(session& tokens, const named_stamp& wanted) {
 }
 
 // Errors of an enumeration may be those of another device.
-std::vector<stamp> whole_list(session& tokens, const device_id& device) {
-    held_stamps held = read_held(tokens, {device});
+std::vector<stamp> whole_list(session& tokens, const device_id& device, const std::string& label) {
+    held_stamps held = read_held(tokens, {device}, label);
     if (held.errors.empty()) return std::move(held.stamps);
     const mapping_record record = read_mapping(tokens, device);
     if (record.faults.empty() && record.listed_slots().size() == held.stamps.size()) {
@@ -139,7 +141,9 @@ std::vector<stamp> changed_list(session& tokens, const device_id& device,
         }
         const std::string uuid =
             tokens.ask([&](token_reader& all) { return all.uuid_of(device, slot); }, device);
-        stamps.push_back(read_stamp(tokens, {uuid, name, device, slot}));
+        const named_stamp one{uuid, name, device, slot};
+        const auto shown = show_reading(tokens, one, "reading back");
+        stamps.push_back(read_stamp(tokens, one));
     }
     return stamps;
 }

@@ -21,9 +21,11 @@ struct held_stamps {
 
 /**
  * The stamps of devices that the caller has locked. The public interface lists a device's stamps up
- * to the first that cannot be read; the others are read through the device layer.
+ * to the first that cannot be read; the others are read through the device layer. The label is
+ * shown meanwhile.
  */
-held_stamps read_held(session& tokens, const std::vector<device_id>& devices);
+held_stamps read_held(session& tokens, const std::vector<device_id>& devices,
+                      const std::string& label);
 
 /** The stamps of the device that is meant, or of all, locked while they are read. */
 held_stamps list_stamps(session& tokens, const device_choice& choice = {});
@@ -35,7 +37,7 @@ stamp read_stamp(session& tokens, const named_stamp& wanted);
  * The stamps of one device that the caller has locked, for what must know all of them: a list that
  * cannot be read or is damaged is (failed).
  */
-std::vector<stamp> whole_list(session& tokens, const device_id& device);
+std::vector<stamp> whole_list(session& tokens, const device_id& device, const std::string& label);
 
 /**
  * The stamps of a device whose stamps are known, by its list: those in `changed` or not known yet

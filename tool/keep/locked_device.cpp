@@ -12,15 +12,12 @@ locked_device::locked_device(session& tokens, const device_id& device)
       lock_(device, device_lock::kind::exclusive, tokens.deadline()) {}
 
 const std::vector<stamp>& locked_device::stamps() {
-    if (!stamps_) {
-        const auto shown = tokens_->served().show({"reading " + describe(id_)});
-        read_again();
-    }
+    if (!stamps_) stamps_ = whole_list(*tokens_, id_, "reading " + describe(id_));
     return *stamps_;
 }
 
 void locked_device::read_again() {
-    stamps_ = whole_list(*tokens_, id_);
+    stamps_ = whole_list(*tokens_, id_, "reading back");
 }
 
 void locked_device::read_changed(int slot) {

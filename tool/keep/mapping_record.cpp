@@ -40,6 +40,14 @@ int mapping_record::lowest_free_slot() const {
     return app::stamp::lowest_free_slot({entries.begin(), entries.end()}).value_or(0);
 }
 
+int lowest_free_slot(const std::vector<stamp>& listed) {
+    mapping_record record;
+    for (const stamp& one : listed) {
+        record.entries[static_cast<unsigned int>(one.slot)] = one.name;
+    }
+    return record.lowest_free_slot();
+}
+
 mapping_record read_mapping(session& tokens, const device_id& device) {
     mapping_record record;
     record.bytes = _read_bytes(tokens, device);

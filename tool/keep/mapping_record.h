@@ -24,6 +24,9 @@ struct mapping_record {
     int lowest_free_slot() const;
 };
 
+/** The slot that the next append takes beside all stamps that a device lists; 0 for none. */
+int lowest_free_slot(const std::vector<stamp>& listed);
+
 /** The record of other entries. */
 mapping_record make_mapping(session& tokens, const stamp_mapping& entries);
 

@@ -6,10 +6,12 @@
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/mapping_record.h"
 #include "keep/read_locks.h"
 #include "keep/selector.h"
+#include "keep/slot_length.h"
 
 namespace vemra::tool {
 
@@ -56,6 +58,16 @@ held_names _read_to_select(session& tokens, const std::vector<device_id>& device
     return held;
 }
 
+void _remember_lengths(session& tokens, const device_id& device,
+                       const std::vector<named_stamp>& stamps) {
+    if (tokens.remembered_lengths(device) != nullptr) return;
+    std::vector<int> slots;
+    for (const named_stamp& one : stamps) {
+        if (one.device == device) slots.push_back(one.slot);
+    }
+    look_up_lengths(tokens, device, slots);
+}
+
 }  // namespace
 
 held_names list_names(session& tokens, const device_choice& choice) {
@@ -69,7 +81,7 @@ stamp read_selected(session& tokens, const std::string& selector) {
     const read_locks locks(tokens, devices);
     const held_names held = _read_to_select(tokens, devices);
     const named_stamp& selected = select_stamp(held.stamps, held.unknown, selector);
-    const auto shown = tokens.served().show({"reading " + quoted(selected.name)});
+    const auto shown = show_reading(tokens, selected, "reading " + quoted(selected.name));
     stamp one = read_stamp(tokens, selected);
     require_bytes(one);
     return one;
@@ -85,17 +97,11 @@ selected_names select_for_change(session& tokens, const std::vector<std::string>
         const bool is_known =
             std::any_of(selected.chosen.begin(), selected.chosen.end(),
                         [&](const named_stamp& other) { return is_same_place(one, other); });
-        if (!is_known) selected.chosen.push_back({one, length_of(tokens, one)});
+        if (is_known) continue;
+        selected.chosen.push_back({one, length_of(tokens, one)});
+        _remember_lengths(tokens, one.device, selected.all);
     }
     return selected;
-}
-
-std::optional<int> length_of(session& tokens, const named_stamp& one) {
-    try {
-        return tokens.ask([&](token_reader& all) { return all.slot_length(one.device, one.slot); });
-    } catch (const failure&) {
-        return std::nullopt;
-    }
 }
 
 }  // namespace vemra::tool

@@ -42,7 +42,4 @@ struct selected_names {
 /** Selects for a change; what is wrong with lists is warned of. Throws as select_stamp() does. */
 selected_names select_for_change(session& tokens, const std::vector<std::string>& selectors);
 
-/** How many bytes a stamp has, without reading them; nothing when the device does not tell. */
-std::optional<int> length_of(session& tokens, const named_stamp& one);
-
 }  // namespace vemra::tool

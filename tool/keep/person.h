@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -11,11 +12,13 @@
 
 namespace vemra::tool {
 
-/** Something that takes time. Without steps only the time is known. */
+/** Something that takes time. */
 struct work {
     std::string label;
-    std::size_t finished = 0;
-    std::size_t steps = 0;
+    /** What it moves to and from a device, as far as can be told; 0 when that is not known. */
+    std::size_t bytes = 0;
+    /** How much of that has moved by now; asked from another thread. May be left out. */
+    std::function<std::size_t()> moved{};
 };
 
 /** Shows a work until it is destroyed. */
@@ -41,6 +44,10 @@ public:
     virtual void warn(const std::string& text) = 0;
     /** What only the curious want to know. */
     virtual void detail(const std::string& text) = 0;
+    /** Whether anybody sees what is shown, so that it is worth a question to a device. */
+    virtual bool watches() const = 0;
+    /** Works that move so many bytes are to come: they are part of what is left from now on. */
+    virtual void expect(std::size_t bytes) = 0;
     /** May return nothing. Nothing else is told or asked while it lives. */
     virtual std::unique_ptr<shown_work> show(const work& what) = 0;
 };

@@ -7,6 +7,7 @@
 #include "keep/after_changes.h"
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/read_locks.h"
 
@@ -18,8 +19,7 @@ using action = restore_item::action;
 
 std::vector<stamp> _present(session& tokens, const device_id& device) {
     const read_locks lock(tokens, {device});
-    const auto shown = tokens.served().show({"reading " + describe(device)});
-    return whole_list(tokens, device);
+    return whole_list(tokens, device, "reading " + describe(device));
 }
 
 bool _is_change(const restore_item& item) {
@@ -40,6 +40,14 @@ void _put_unreadable_first(std::vector<restore_item>& items, const std::vector<s
         replaced.push_back(item->there);
     }
     require_readable(present, device, replaced);
+}
+
+std::vector<change_sizes> _sizes_of(const std::vector<restore_item>& items) {
+    std::vector<change_sizes> sizes;
+    for (const restore_item& item : items) {
+        if (_is_change(item)) sizes.push_back({item.there.data.size(), item.wanted.data.size()});
+    }
+    return sizes;
 }
 
 void _warn_of_doubts(session& tokens, const restore_item& item) {
@@ -89,6 +97,7 @@ void restore_backup(session& tokens, const device_id& device, const archive& kep
         std::for_each(items.begin(), items.end(), tell);
         return;
     }
+    expect_changes(tokens, device, _sizes_of(items), rule.how);
     const auto look = [&](locked_device& locked) { return plan(locked.stamps()); };
     authorised_change change = authorise(tokens, device, look, rule.how);
     for (const restore_item& item : items) {

@@ -164,6 +164,20 @@ stamp_list session::stamps(const std::optional<device_id>& only) {
         {cause()});
 }
 
+// What the library tells of each stamp when it has read it.
+std::size_t session::listed_now() const {
+    return trace_.count("[VemraAppStampGetAllStamps] uuid: ");
+}
+
+const std::vector<std::size_t>* session::remembered_lengths(const device_id& device) const {
+    const auto found = lengths_.find(device);
+    return found == lengths_.end() ? nullptr : &found->second;
+}
+
+void session::remember_lengths(const device_id& device, std::vector<std::size_t> lengths) {
+    lengths_[device] = std::move(lengths);
+}
+
 void session::ask_password(const device_id& device) {
     require_functions(reach::changing);
     served_.give_password(device, password_);

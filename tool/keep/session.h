@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -92,6 +93,13 @@ public:
     /** Nothing is told of this directory: it is the one that is being put back. */
     void leave_untold(const std::string& directory);
 
+    /** How many stamps the enumeration has listed that is running; from any thread. */
+    std::size_t listed_now() const;
+    /** How long the stamps of a device are, as last told, in the order of their slots; or nullptr.
+     */
+    const std::vector<std::size_t>* remembered_lengths(const device_id& device) const;
+    void remember_lengths(const device_id& device, std::vector<std::size_t> lengths);
+
     person& served() const { return served_; }
     const lock_rule& locking() const { return locking_; }
     /** When waiting that begins now ends. */
@@ -115,6 +123,7 @@ private:
     /** What had been kept before this run kept anything. */
     std::vector<kept_change> kept_;
     std::set<device_id> told_kept_;
+    std::map<device_id, std::vector<std::size_t>> lengths_;
 };
 
 }  // namespace vemra::tool

@@ -61,6 +61,34 @@ std::vector<std::string> _error_messages(const std::string& text) {
     return messages;
 }
 
+std::size_t _size_of(int file) {
+    struct stat status {};
+    return fstat(file, &status) == 0 ? static_cast<std::size_t>(status.st_size) : 0;
+}
+
+// A mapping instead of a copy: the pages go back to the system with the file's content.
+class mapped_file {
+public:
+    explicit mapped_file(int file) : size_(_size_of(file)) {
+        if (size_ > 0) pages_ = mmap(nullptr, size_, PROT_READ, MAP_SHARED, file, 0);
+    }
+    ~mapped_file() {
+        if (is_mapped()) munmap(pages_, size_);
+    }
+    mapped_file(const mapped_file&) = delete;
+    mapped_file& operator=(const mapped_file&) = delete;
+
+    bool is_mapped() const { return pages_ != MAP_FAILED; }
+    std::string_view view() const {
+        return is_mapped() ? std::string_view(static_cast<const char*>(pages_), size_)
+                           : std::string_view();
+    }
+
+private:
+    std::size_t size_;
+    void* pages_ = MAP_FAILED;
+};
+
 std::vector<std::string> _with_loss(std::vector<std::string> messages, bool is_whole) {
     if (!is_whole) messages.emplace_back("what the stamp library reported could not be kept whole");
     return messages;
@@ -94,25 +122,34 @@ void trace::show_in_file(const std::string& path) {
 }
 
 std::vector<std::string> trace::take(const secret& masked) {
+    const std::lock_guard lock(mutex_);
     // A limit on the size of files, for example, holds for files in memory, too.
     const bool is_whole = std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
     __fpurge(stdout);
     std::clearerr(stdout);
     explicit_bzero(g_stdout_buffer.data(), g_stdout_buffer.size());
-    const off_t size = lseek(memory_, 0, SEEK_END);
-    if (size <= 0) return _with_loss({}, is_whole);
+    if (_size_of(memory_) == 0) return _with_loss({}, is_whole);
 
-    // A mapping instead of a copy: the pages go back to the system with the file's content.
-    void* pages = mmap(nullptr, static_cast<std::size_t>(size), PROT_READ, MAP_SHARED, memory_, 0);
-    if (pages == MAP_FAILED) return _with_loss({}, false);
+    const mapped_file printed(memory_);
+    if (!printed.is_mapped()) return _with_loss({}, false);
     std::string text;
-    _append_masked(text, {static_cast<const char*>(pages), static_cast<std::size_t>(size)},
-                   masked.view());
-    munmap(pages, static_cast<std::size_t>(size));
+    _append_masked(text, printed.view(), masked.view());
     if (ftruncate(memory_, 0) == 0) lseek(memory_, 0, SEEK_SET);
 
     if (shown_on_ >= 0) cut_ = !write_all(shown_on_, text) || cut_;
     return _with_loss(_error_messages(text), is_whole);
+}
+
+std::size_t trace::count(std::string_view text) {
+    const std::lock_guard lock(mutex_);
+    if (std::fflush(stdout) != 0) return 0;
+    const mapped_file printed(memory_);
+    std::size_t found = 0;
+    for (std::size_t at = printed.view().find(text); at != std::string_view::npos;
+         at = printed.view().find(text, at + text.size())) {
+        ++found;
+    }
+    return found;
 }
 
 }  // namespace vemra::tool

@@ -9,6 +9,7 @@
  */
 #pragma once
 
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,10 +40,15 @@ public:
      */
     std::vector<std::string> take(const secret& masked);
 
+    /** How often this stands in what was printed since the last call; from any thread. */
+    std::size_t count(std::string_view text);
+
     /** Whether not everything could be shown where it was asked for. */
     bool is_cut() const { return cut_; }
 
 private:
+    /** Held while what was printed is looked at or taken. */
+    std::mutex mutex_;
     int original_;
     int memory_;
     int shown_on_ = -1;

@@ -7,6 +7,7 @@
 #include "basics/text.h"
 #include "keep/authorised_change.h"
 #include "keep/describe.h"
+#include "keep/forecast.h"
 #include "keep/listing.h"
 #include "keep/named_stamps.h"
 
@@ -74,10 +75,12 @@ pictured_stamp update_stamp(session& tokens, const update_request& request) {
     warn_of_doubts(tokens.served(), offered);
 
     const selected_stamp selected = _select(tokens, request, offered);
+    const auto old_length = static_cast<std::size_t>(selected.length.value_or(0));
+    expect_changes(tokens, selected.device,
+                   {{old_length, request.data ? request.data->size() : old_length}}, request.how);
     replacement planned;
     const auto look = [&](locked_device& device) {
         planned = _plan(tokens, request, offered, device.stamps(), selected);
-        return 1;
     };
     authorised_change change = authorise(tokens, selected.device, look, request.how);
     const pictured_stamp old = look_at(planned.old);
