@@ -42,7 +42,8 @@ held_files::held_files() {
     std::unique_ptr<DIR, int (*)(DIR*)> open(opendir("/proc/self/fd"), closedir);
     if (open == nullptr) return;
     while (const dirent* entry = readdir(open.get()))
-        if (entry->d_name[0] != '.') others_.insert(std::atoi(entry->d_name));
+        if (entry->d_name[0] != '.')
+            others_.insert(static_cast<int>(std::strtol(entry->d_name, nullptr, 10)));
     others_.erase(dirfd(open.get()));
 }
 
