@@ -127,7 +127,7 @@ class Interruption(ToolCase):
 
 class WhileFilesAreWritten(ToolCase):
     """On a disk that takes half a second for each file and each name; the signal comes when the first
-    of three pictures has its name and the second does not."""
+    of three pictures has its name and the second has another yet."""
 
     signals = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
 
@@ -147,7 +147,7 @@ class WhileFilesAreWritten(ToolCase):
              "-e", "trace=fsync", "-e", "inject=fsync:delay_enter=500000", TOOL, *map(str, command)],
             env=self.environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         end = time.monotonic() + 60
-        while not list(directory.glob("*.png")) and time.monotonic() < end:
+        while len(list(directory.glob("*.png*"))) < 2 and time.monotonic() < end:
             time.sleep(0.01)
         process.send_signal(number)
         self.assertEqual(process.wait(60), 130)
