@@ -1,9 +1,11 @@
-/** What the commands share: how they end, and how they are added to the command line. */
+/** What the commands share: how they end, what they tell, and how they are added to the command
+ * line. */
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace vemra::softtoken::admin {
 
@@ -29,6 +31,12 @@ public:
 private:
     int status_;
 };
+
+/*
+ * Prints what was changed, in printable lines. Throws lost_output, which tells it too, when nobody
+ * can read it.
+ */
+void tell_done(const std::vector<std::string>& lines);
 
 /* Adds the positional argument that names a token; name must live until it is parsed. */
 void add_token_name(CLI::App& command, std::string& name);

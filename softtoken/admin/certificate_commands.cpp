@@ -54,13 +54,13 @@ std::string _shown(const stored_certificate& stored) {
 void _store(const std::string& name, const std::vector<made_certificate>& certificates) {
     named_token token(name);
     transaction changing(token.database);
-    std::string told;
+    std::vector<std::string> told;
     for (const made_certificate& made : certificates) {
         const char* done = _add_to(token.keys, made);
-        told += name + ": " + subject_of(made.der) + done + "\n";
+        told.push_back(name + ": " + subject_of(made.der) + done);
     }
     changing.commit();
-    std::printf("%s", told.c_str());
+    tell_done(told);
 }
 
 void _import(const certificate_options& options) {
@@ -101,8 +101,8 @@ void _remove(const certificate_options& options) {
     }
     token.keys.remove_certificate(*wanted);
     changing.commit();
-    std::printf("%s: %s removed%s\n", options.name.c_str(), _shown(*wanted).c_str(),
-                wanted->has_private_key ? ", its key pair stays" : "");
+    tell_done({options.name + ": " + _shown(*wanted) + " removed" +
+               (wanted->has_private_key ? ", its key pair stays" : "")});
 }
 
 void _generate(const certificate_options& options) {

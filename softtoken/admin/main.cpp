@@ -1,7 +1,6 @@
 /** vemra-softtoken, the admin tool of the software token. */
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <exception>
 #include <string>
 
@@ -9,6 +8,7 @@
 #include "command_line/hardening.h"
 #include "command_line/input_error.h"
 #include "command_line/interruption.h"
+#include "command_line/lost_output.h"
 #include "command_line/text.h"
 #include "store/failure.h"
 
@@ -52,18 +52,22 @@ const char* _advice(error_code code) {
     }
 }
 
-int _complain(int status, const char* message) {
-    std::fflush(stdout);
-    std::fprintf(stderr, "vemra-softtoken: %s\n", vemra::printable(message).c_str());
-    return status;
+void _say(const std::string& text) {
+    std::fprintf(stderr, "vemra-softtoken: %s\n", text.c_str());
 }
 
 // What was asked is done by then, but nobody was told.
 int _finish(int status) {
     errno = 0;
     if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return status;
-    const std::string reason = errno == 0 ? "" : std::string(": ") + std::strerror(errno);
-    return _complain(exit_failed, ("the output could not be written" + reason).c_str());
+    _say(vemra::lost_output(errno, {}).what());
+    return status == exit_done ? static_cast<int>(exit_failed) : status;
+}
+
+int _complain(int status, const char* message) {
+    const int told = _finish(status);
+    _say(vemra::printable(message));
+    return told;
 }
 
 }  // namespace
@@ -74,6 +78,9 @@ int main(int argc, char** argv) {
         vemra::use_utf8();
         vemra::interruption::start();
         return _finish(_run(argc, argv));
+    } catch (const vemra::lost_output& error) {
+        _say(error.what());
+        return exit_failed;
     } catch (const vemra::input_error& error) {
         return _complain(exit_usage, error.what());
     } catch (const command_failure& error) {

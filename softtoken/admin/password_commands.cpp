@@ -1,4 +1,3 @@
-#include <cstdio>
 #include <memory>
 
 #include "admin/arguments.h"
@@ -49,7 +48,7 @@ void _change_password(const change_options& options) {
 void _unlock(const std::string& name) {
     named_token token(name);
     give_back_attempts(token.database, token.passwords, token.directory);
-    std::printf("%s: attempts left: %d\n", name.c_str(), token.passwords.retries().most);
+    tell_done({name + ": attempts left: " + std::to_string(token.passwords.retries().most)});
 }
 
 }  // namespace

@@ -189,8 +189,7 @@ void _restore(const snapshot_options& options) {
     _tell_of_damage(options, taken.damage);
     if (!damaged) return;
     made.keep();
-    std::printf("%s: the damaged token was kept in %s\n", options.name.c_str(),
-                printable(made.path()).c_str());
+    tell_done({options.name + ": the damaged token was kept in " + printable(made.path())});
 }
 
 void _add(CLI::App& program, const char* name, const char* description,

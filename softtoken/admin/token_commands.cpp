@@ -69,9 +69,8 @@ void _create(create_options& options) {
     options.password.read_new(password);
     options.token.password = password.view();
     create_token(root_directory(), options.name, options.token);
-    std::printf("%s: serial number %s, type %d, %s\n", options.name.c_str(),
-                info.serial_number.c_str(), info.type,
-                options.token.attached ? "attached" : "detached");
+    tell_done({options.name + ": serial number " + info.serial_number + ", type " +
+               std::to_string(info.type) + (options.token.attached ? ", attached" : ", detached")});
 }
 
 void _add_create(CLI::App& program) {
@@ -173,8 +172,7 @@ void _remove_link(const std::string& name, const std::filesystem::path& link) {
     std::string target = std::filesystem::canonical(link);
     std::filesystem::remove(link);
     sync_directory(link.parent_path());
-    std::printf("%s: only the link was removed, the token is still in %s\n", name.c_str(),
-                printable(target).c_str());
+    tell_done({name + ": only the link was removed, the token is still in " + printable(target)});
 }
 
 // Under a hidden name first, so that the token disappears at once and not file by file.

@@ -34,15 +34,53 @@ TEST_F(softtoken_hardening, process_that_reads_a_password_cannot_be_looked_into)
 TEST_F(softtoken_hardening, output_that_nobody_reads_is_told_and_not_taken_for_written) {
     program_result result = run("( sleep 0.3; " SOFTTOKEN_TOOL " list; echo $? >" + file("status") +
                                 " ) 2>" + file("told") + " | :; cat " + file("told"));
-    EXPECT_EQ(result.output, "vemra-softtoken: the output could not be written: Broken pipe\n");
+    EXPECT_EQ(result.output, "vemra-softtoken: standard output cannot be written: Broken pipe\n");
     EXPECT_EQ(file_bytes(file("status")), "1\n");
 }
 
 TEST_F(softtoken_hardening, output_that_the_disk_does_not_take_is_told) {
-    program_result result = run(SOFTTOKEN_TOOL " list 2>&1 >/dev/full");
+    for (const char* command : {"list", "info one", "slots one", "certs one", "fsck", "knobs",
+                                "fault recipes", "--help"}) {
+        program_result result = run(SOFTTOKEN_TOOL " " + std::string(command) + " 2>&1 >/dev/full");
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_EQ(result.output,
+                  "vemra-softtoken: standard output cannot be written: No space left on device\n")
+            << command;
+    }
+}
+
+TEST_F(softtoken_hardening, change_that_nobody_can_be_told_of_is_told_on_standard_error) {
+    write_file(file("password"), password);
+    for (const auto& [command, done] :
+         {std::pair<std::string, std::string>{"unlock one", "one: attempts left: 10"},
+          {"create two --serial S --password-cost 1 --password-fd 0 <" + file("password"),
+           "two: serial number S, type 1, attached"},
+          {"generate-cert one --cn N", "one: CN=N"},
+          {"remove-cert one 1", "one: CN=N removed, its key pair stays"}}) {
+        program_result result = run(SOFTTOKEN_TOOL " " + command + " 2>&1 >/dev/full");
+        EXPECT_EQ(result.status, 1) << command;
+        EXPECT_EQ(result.output,
+                  "vemra-softtoken: standard output cannot be written: No space left on device\n"
+                  "Done all the same: " +
+                      done + "\n");
+    }
+}
+
+TEST_F(softtoken_hardening, change_whose_output_is_closed_is_told_on_standard_error) {
+    program_result result = run(SOFTTOKEN_TOOL " unlock one 2>&1 >&-");
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output,
-              "vemra-softtoken: the output could not be written: No space left on device\n");
+              "vemra-softtoken: standard output cannot be written: Bad file descriptor\n"
+              "Done all the same: one: attempts left: 10\n");
+}
+
+TEST_F(softtoken_hardening, findings_that_nobody_can_read_are_told_to_be_lost) {
+    write_file(directory("one") + "/token.db", "short");
+    program_result result = run(SOFTTOKEN_TOOL " fsck 2>&1 >/dev/full");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.output,
+              "vemra-softtoken: standard output cannot be written: No space left on device\n"
+              "vemra-softtoken: not all is sound: see the lines above\n");
 }
 
 TEST_F(softtoken_hardening, closed_standard_descriptors_become_no_file_of_a_tokens) {

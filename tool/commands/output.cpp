@@ -3,10 +3,10 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
 
 #include "basics/failure.h"
 #include "command_line/descriptor.h"
+#include "command_line/lost_output.h"
 
 namespace vemra::tool {
 
@@ -30,11 +30,7 @@ void output::print(std::string_view text) {
 void output::write(std::string_view bytes) {
     if (write_all(descriptor_, bytes)) return;
     broken_ = true;
-    std::string text = std::string("standard output cannot be written: ") + std::strerror(errno);
-    for (const std::string& done : done_) {
-        text += "\nDone all the same: " + done;
-    }
-    throw failure(exit_code::failed, text);
+    throw failure(exit_code::failed, lost_output(errno, done_).what());
 }
 
 void output::note(const std::string& text) const {
