@@ -83,6 +83,26 @@ TEST_F(softtoken_hardening, findings_that_nobody_can_read_are_told_to_be_lost) {
               "vemra-softtoken: not all is sound: see the lines above\n");
 }
 
+// The limit is in blocks of 512 bytes: the index of a database fits, what is written here does not.
+TEST_F(softtoken_hardening, file_that_grows_beyond_a_limit_is_told_and_leaves_nothing_half_done) {
+    write_file(file("bytes"), std::string(60000, 'x'));
+    write_file(file("password"), password);
+    ASSERT_EQ(run_tool("load one 8130 " + file("bytes")).status, 0);
+    ASSERT_EQ(run_tool("snapshot one " + file("snapshot")).status, 0);
+    const std::string before = run("ls -A " + root()).output;
+    for (const std::string& command :
+         {"snapshot one " + file("new"), "dump one 8130 " + file("new"),
+          "load one 8131 " + file("bytes"), "restore one " + file("snapshot"),
+          "create two --password-cost 1 --password-fd 0 <" + file("password")}) {
+        program_result result = run("ulimit -f 80; " SOFTTOKEN_TOOL " " + command);
+        EXPECT_EQ(result.status, 1) << command << ": " << result.output;
+        EXPECT_EQ(result.output.rfind("vemra-softtoken: ", 0), 0U) << result.output;
+        EXPECT_EQ(run("ls -A " + root()).output, before) << command;
+    }
+    EXPECT_EQ(run_tool("fsck").output, "one: sound\n");
+    EXPECT_EQ(run("test $(" SOFTTOKEN_TOOL " slots one | wc -l) -eq 2").status, 0);
+}
+
 TEST_F(softtoken_hardening, closed_standard_descriptors_become_no_file_of_a_tokens) {
     write_file(file("bytes"), "loaded");
     EXPECT_EQ(run(SOFTTOKEN_TOOL " load one 8130 " + file("bytes") + " <&- >&- 2>&-").status, 0);
