@@ -7,6 +7,7 @@
 #include "personality/built_in_profiles.h"
 #include "personality/knob.h"
 #include "personality/profile_text.h"
+#include "store/digest_name.h"
 
 namespace vemra::softtoken::admin {
 
@@ -62,6 +63,12 @@ void behaviour_options::apply_to(personality& changed) const {
         } catch (const bad_profile& error) {
             throw command_failure(exit_usage, "--" + given.name + ": " + error.what());
         }
+    }
+    if (changed.digest != no_digest && !is_digest(changed.digest)) {
+        throw command_failure(exit_usage,
+                              "the knob \"digest\": OpenSSL has none of 20 to 64 bytes"
+                              " that is called " +
+                                  changed.digest);
     }
 }
 

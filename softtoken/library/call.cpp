@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <mutex>
 #include <new>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "store/descriptor_limit.h"
@@ -14,9 +16,6 @@
 namespace vemra::softtoken {
 
 namespace {
-
-// It needs no destructor, so it can be used while the thread or the process is ending.
-thread_local int _last_error = static_cast<int>(error_code::success);
 
 // The faults that VEMRA_SOFTTOKEN_FAULTS asks for, read at the first call.
 struct environment_faults {
@@ -60,35 +59,15 @@ void _tell_once(const char* reason) noexcept {
     if (!told.test_and_set()) tell("", reason);
 }
 
-}  // namespace
-
-int last_error() noexcept {
-    return _last_error;
+// The code is that of the token's own table, if it has one there.
+int _keep(error_code code, const personality* rules) noexcept {
+    const int own = static_cast<int>(code);
+    if (rules == nullptr) return keep_error(own, rules);
+    const auto found = rules->codes.find(own);
+    return keep_error(found == rules->codes.end() ? own : found->second, rules);
 }
 
-int fail(int code) noexcept {
-    _last_error = code;
-    return code;
-}
-
-int fail_with_current_exception() noexcept {
-    try {
-        throw;
-    } catch (const out_of_descriptors& error) {
-        _tell_once(error.what());
-        return fail(static_cast<int>(error.code()));
-    } catch (const failure& error) {
-        return fail(static_cast<int>(error.code()));
-    } catch (const injected_code& injected) {
-        return fail(injected.code);
-    } catch (const std::bad_alloc&) {
-        return fail(static_cast<int>(error_code::out_of_memory));
-    } catch (...) {
-        return fail(static_cast<int>(error_code::internal));
-    }
-}
-
-void fire_environment_faults(running_call& call, token* device) {
+void _fire_environment_faults(running_call& call, token* device) {
     environment_faults& faults = _environment_faults();
     if (faults.plan.empty()) return;
     const call_facts& facts = call.facts();
@@ -101,6 +80,39 @@ void fire_environment_faults(running_call& call, token* device) {
         if (due.action == fault_action::unplug) device->unplug();
         call.apply(due);
     }
+}
+
+}  // namespace
+
+int fail_with_current_exception(const running_call& call) noexcept {
+    const personality* rules = call.rules();
+    try {
+        throw;
+    } catch (const out_of_descriptors& error) {
+        _tell_once(error.what());
+        return _keep(error.code(), rules);
+    } catch (const failure& error) {
+        return _keep(error.code(), rules);
+    } catch (const injected_code& injected) {
+        return keep_error(injected.code, rules);
+    } catch (const std::bad_alloc&) {
+        return _keep(error_code::out_of_memory, rules);
+    } catch (...) {
+        return _keep(error_code::internal, rules);
+    }
+}
+
+void begin_call(running_call& call, token* device) {
+    if (device != nullptr) {
+        call.follow(device->behaviour());
+        note_asked(call.rules());
+    }
+    _fire_environment_faults(call, device);
+}
+
+void throw_at_caller(running_call& call) {
+    call.end(_keep(error_code::internal, call.rules()));
+    throw std::runtime_error(std::string(call.facts().function) + " throws");
 }
 
 }  // namespace vemra::softtoken

@@ -4,6 +4,7 @@
  */
 #pragma once
 
+#include "library/error_state.h"
 #include "library/running_call.h"
 #include "library/token.h"
 #include "library/uncancelled.h"
@@ -11,15 +12,17 @@
 
 namespace vemra::softtoken {
 
-/* The code of this thread's last failure; success while there was none. */
-int last_error() noexcept;
-/* Keeps the code as this thread's last error and returns it. */
-int fail(int code) noexcept;
-/* The same for the exception that is being handled. */
-int fail_with_current_exception() noexcept;
+/* Keeps the exception that is being handled as the last error, by the call's token, and gives its
+ * code. */
+int fail_with_current_exception(const running_call& call) noexcept;
+/* Ends the call with an exception that its caller gets. */
+[[noreturn]] void throw_at_caller(running_call& call);
 
-/* Fires the faults that the environment asks for at this call; the device may be null. */
-void fire_environment_faults(running_call& call, token* device);
+/*
+ * Lets the call follow the device's behaviour, and fires the faults that the environment asks for;
+ * the device may be null.
+ */
+void begin_call(running_call& call, token* device);
 
 /* Runs the body, which is given the call and returns nothing: success, or its failure's code. */
 template <typename Body>
@@ -28,13 +31,16 @@ int status_call(const call_facts& facts, token* device, Body body) {
     uncancelled whole;
     running_call call(facts);
     try {
-        fire_environment_faults(call, device);
+        begin_call(call, device);
         body(call);
+        keep_success(call.rules());
         return call.end(done);
     } catch (const injected_null&) {
         return call.end(done);
+    } catch (const injected_exception&) {
+        throw_at_caller(call);
     } catch (...) {
-        return call.end(fail_with_current_exception());
+        return call.end(fail_with_current_exception(call));
     }
 }
 
@@ -44,12 +50,16 @@ int number_call(const call_facts& facts, token* device, Body body) {
     uncancelled whole;
     running_call call(facts);
     try {
-        fire_environment_faults(call, device);
-        return call.end(body(call));
+        begin_call(call, device);
+        int number = body(call);
+        keep_success(call.rules());
+        return call.end(number);
     } catch (const injected_null&) {
         return call.end(0);
+    } catch (const injected_exception&) {
+        throw_at_caller(call);
     } catch (...) {
-        return call.end(fail_with_current_exception());
+        return call.end(fail_with_current_exception(call));
     }
 }
 
@@ -60,13 +70,16 @@ auto pointer_call(const call_facts& facts, token* device, Body body) {
     running_call call(facts);
     decltype(body(call)) made = nullptr;
     try {
-        fire_environment_faults(call, device);
+        begin_call(call, device);
         made = body(call);
+        keep_success(call.rules());
         call.end(static_cast<int>(error_code::success));
     } catch (const injected_null&) {
-        call.end(fail(static_cast<int>(error_code::storage_failed)));
+        call.end(keep_error(static_cast<int>(error_code::storage_failed), call.rules()));
+    } catch (const injected_exception&) {
+        throw_at_caller(call);
     } catch (...) {
-        call.end(fail_with_current_exception());
+        call.end(fail_with_current_exception(call));
     }
     return made;
 }
@@ -80,7 +93,7 @@ int release_call(const call_facts& facts, Body body) {
         body();
         return call.end(static_cast<int>(error_code::success));
     } catch (...) {
-        return call.end(fail_with_current_exception());
+        return call.end(fail_with_current_exception(call));
     }
 }
 

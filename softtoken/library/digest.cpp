@@ -4,6 +4,7 @@
 #include <forward_list>
 #include <mutex>
 
+#include "personality/personality.h"
 #include "store/failure.h"
 #include "store/openssl_use.h"
 
@@ -19,19 +20,23 @@ void _set_aside(EVP_MD_CTX* context) {
     kept.push_front(context);
 }
 
-// The algorithm, fetched once and kept; null when it is not to be had.
-const EVP_MD* _sha256() {
-    static const EVP_MD* const algorithm = EVP_MD_fetch(nullptr, "SHA256", nullptr);
-    return algorithm;
+// Null when it is not to be had. The usual one is fetched once and kept.
+EVP_MD* _fetched(const std::string& name) {
+    static EVP_MD* const usual = EVP_MD_fetch(nullptr, usual_digest, nullptr);
+    if (name != usual_digest) return EVP_MD_fetch(nullptr, name.c_str(), nullptr);
+    if (usual != nullptr) EVP_MD_up_ref(usual);
+    return usual;
 }
 
 }  // namespace
 
-digest::digest() {
+digest::digest(const std::string& algorithm) {
     openssl_use use;
-    const EVP_MD* algorithm = _sha256();
+    EVP_MD* fetched = _fetched(algorithm);
     context_ = EVP_MD_CTX_new();
-    if (algorithm == nullptr || EVP_DigestInit_ex2(context_, algorithm, nullptr) != 1) {
+    const bool begun = fetched != nullptr && EVP_DigestInit_ex2(context_, fetched, nullptr) == 1;
+    EVP_MD_free(fetched);
+    if (!begun) {
         EVP_MD_CTX_free(context_);
         throw failure(error_code::crypto_failed);
     }

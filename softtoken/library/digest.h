@@ -1,4 +1,4 @@
-/** A running SHA-256 digest. */
+/** A running digest of one of OpenSSL's algorithms. */
 #pragma once
 
 #include <openssl/evp.h>
@@ -14,15 +14,15 @@ namespace vemra::softtoken {
  */
 class digest {
 public:
-    /* Throws crypto_failed when OpenSSL has cleaned itself up. */
-    digest();
+    /* Throws crypto_failed when OpenSSL has cleaned itself up, or has no such algorithm. */
+    explicit digest(const std::string& algorithm);
     ~digest();
     digest(const digest&) = delete;
     digest& operator=(const digest&) = delete;
 
     /* Throws hash_finished after finish. */
     void update(const void* data, std::size_t size);
-    /* The digest's 32 bytes, once; then nothing can be added, and this too throws hash_finished. */
+    /* The digest's bytes, once; then nothing can be added, and this too throws hash_finished. */
     std::string finish();
 
 private:

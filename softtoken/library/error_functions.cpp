@@ -16,5 +16,5 @@ int VemraPKIGetLastError(void) {
 }
 
 const char* VemraPKIGetErrorMsg(int code) {
-    return error_text(code);
+    return told_error_text(code);
 }

@@ -4,20 +4,21 @@
 #include <cstdint>
 #include <string>
 
-#include "library/login.h"
+#include "library/handle_state.h"
 #include "library/token.h"
 #include "store/failure.h"
 
 /* A device; a duplicate is a handle of its own, logged out. */
 struct VEMRA_PKI_DEVICE_HANDLE_st {
     vemra::softtoken::token* token = nullptr; /* null for the pseudo device */
-    vemra::softtoken::login login;
+    vemra::softtoken::handle_state state;
 };
 
 /* A key pair on a token. */
 struct VEMRA_PrivKey_Handle_st {
     vemra::softtoken::token* token;
-    std::int64_t keypair; /* the number of its row */
+    vemra::softtoken::handle_state state; /* the device's, when it gave the key pair */
+    std::int64_t keypair;                 /* the number of its row */
 };
 
 /* A certificate, which needs its token no more. */

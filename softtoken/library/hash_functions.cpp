@@ -13,16 +13,19 @@ struct VEMRA_PKI_HASH_HANDLE_st {
 
 namespace {
 
-constexpr int sha256_algorithm = 0x7000;
+constexpr int the_algorithm = 0x7000;
 
 }  // namespace
 
 VEMRA_PKI_HASH_HANDLE_st* VemraPKICryptoNewHash(VEMRA_PKI_DEVICE_HANDLE_st* device, int algorithm) {
     return pointer_call({__func__}, token_of(device), [=](running_call& call) {
         token* stored = required(device).token;
-        if (stored != nullptr) stored->require_attached(call);
-        if (algorithm != sha256_algorithm) throw failure(error_code::unknown_algorithm);
-        return new VEMRA_PKI_HASH_HANDLE_st;
+        std::string name = usual_digest;
+        if (stored != nullptr) name = stored->digest_name(call, device->state);
+        if (algorithm != the_algorithm || name == no_digest) {
+            throw failure(error_code::unknown_algorithm);
+        }
+        return new VEMRA_PKI_HASH_HANDLE_st{digest(name)};
     });
 }
 

@@ -39,7 +39,7 @@ int VemraPKICryptoFreeKeypair(VEMRA_PrivKey_Handle_st* keypair) {
 
 int VemraPKICryptoGetCertificateCount(VEMRA_PrivKey_Handle_st* keypair) {
     return number_call({__func__}, token_of(keypair), [=](running_call& call) {
-        return required(keypair).token->certificate_count(call, keypair->keypair);
+        return required(keypair).token->certificate_count(call, keypair->state, keypair->keypair);
     });
 }
 
@@ -47,7 +47,8 @@ int VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int index, VE
     return status_call({__func__}, token_of(keypair), [=](running_call& call) {
         token& stored = *required(keypair).token;
         require_argument(out != nullptr);
-        *out = new VEMRA_CERT_st{stored.certificate_at(call, keypair->keypair, index)};
+        *out =
+            new VEMRA_CERT_st{stored.certificate_at(call, keypair->state, keypair->keypair, index)};
     });
 }
 

@@ -5,11 +5,13 @@
 
 #include <string>
 
+#include "library/error_state.h"
 #include "store/fault_file.h"
 #include "store/held_files.h"
 #include "store/key_table.h"
 #include "store/password_table.h"
 #include "store/plug.h"
+#include "store/slot_history.h"
 #include "store/slot_table.h"
 #include "store/token_database.h"
 #include "store/token_files.h"
@@ -28,6 +30,7 @@ struct open_token {
           plugged(present),
           database(database_path(directory)),
           info(database.info()),
+          behaviour(kept_for_ever(info.behaviour)),
           faults(read_faults(directory)) {
         files.find(database_path(directory));
     }
@@ -41,6 +44,7 @@ struct open_token {
     /* The limits and faults were set anew while the token stayed plugged in. */
     void read_settings(const plug& present) {
         info = database.info();
+        behaviour = kept_for_ever(info.behaviour);
         faults = fault_plan(read_faults(directory));
         plugged = present;
     }
@@ -58,10 +62,12 @@ struct open_token {
     held_files files;
     token_database database;
     token_info info;
+    const personality* behaviour; /* stays when the settings are read anew */
     fault_plan faults;
     slot_table slots{database.connection()};
     password_table passwords{database.connection()};
     key_table keys{database.connection()};
+    slot_history history{database.connection()};
 };
 
 }  // namespace vemra::softtoken

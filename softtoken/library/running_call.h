@@ -4,6 +4,7 @@
 #include <chrono>
 
 #include "library/call_facts.h"
+#include "personality/personality.h"
 #include "store/fault.h"
 
 namespace vemra::softtoken {
@@ -14,6 +15,8 @@ struct injected_code {
 };
 /* Ends a call with a null handle, or with success that gives nothing. */
 struct injected_null {};
+/* Ends a call with an exception that leaves the library. */
+struct injected_exception {};
 
 /* Whoever does a part of the call's work is given it. */
 class running_call {
@@ -23,6 +26,9 @@ public:
     running_call& operator=(const running_call&) = delete;
 
     const call_facts& facts() const noexcept { return facts_; }
+    /* How the token behaves that the call is made of; null where there is none. */
+    void follow(const personality* rules) noexcept { rules_ = rules; }
+    const personality* rules() const noexcept { return rules_; }
     /* Does what a fault asks for, now or when the call commits. */
     void apply(const fault& due);
     /* How many bytes of a write arrive before the process ends; below 0 for all. */
@@ -44,6 +50,7 @@ private:
     [[noreturn]] void die() const noexcept;
 
     call_facts facts_;
+    const personality* rules_ = nullptr;
     bool dies_before_commit_ = false;
     bool dies_after_ = false;
     int torn_bytes_ = -1;

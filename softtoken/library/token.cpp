@@ -1,6 +1,7 @@
 #include "library/token.h"
 
-#include <algorithm>
+#include <unistd.h>
+
 #include <chrono>
 #include <filesystem>
 #include <mutex>
@@ -29,13 +30,41 @@ void _pass(std::int64_t microseconds) {
     if (microseconds > 0) std::this_thread::sleep_for(std::chrono::microseconds(microseconds));
 }
 
+int _told_retries(const personality& rules, int left, int before, bool failed) {
+    switch (rules.retries_told) {
+        case told_retries::left:
+            return left;
+        case told_retries::zero:
+            return 0;
+        case told_retries::untouched:
+            return before;
+        case told_retries::after_failure:
+            return failed ? left : before;
+    }
+    return left;
+}
+
+// A call, from before it waits for its turn to its end.
+class _turn {
+public:
+    explicit _turn(token& asked) : asked_(asked) { asked_.take_turn(); }
+    ~_turn() { asked_.end_turn(); }
+    _turn(const _turn&) = delete;
+    _turn& operator=(const _turn&) = delete;
+
+private:
+    token& asked_;
+};
+
 }  // namespace
 
 token::token(const std::string& directory, std::unique_ptr<open_token> open)
     : directory_(directory),
       plug_path_(plug_path(directory)),
       info_(open->info),
+      behaviour_(open->behaviour),
       open_(std::move(open)) {
+    note_listed(open_->plugged);
     std::lock_guard<std::mutex> lock(_known().mutex);
     _known().tokens.push_back(this);
 }
@@ -49,7 +78,11 @@ void token::close_idle_except(const token* asking) {
 
 bool token::is_open_in(const std::string& directory, const plug& present) {
     std::lock_guard<fair_mutex> lock(mutex_);
-    return directory_ == directory && open_ != nullptr && open_->usable(present);
+    if (directory_ != directory || open_ == nullptr || !open_->usable(present)) return false;
+    note_listed(present);
+    if (!open_->plugged.same_settings(present)) open_->read_settings(present);
+    know(*open_);
+    return true;
 }
 
 bool token::lies_beside(const std::string& directory) {
@@ -71,6 +104,7 @@ void token::settle(const std::string& directory, std::unique_ptr<open_token> ope
     directory_ = directory;
     plug_path_ = plug_path(directory);
     take(std::move(open));
+    note_listed(open_->plugged);
 }
 
 void token::take(std::unique_ptr<open_token> open) {
@@ -79,6 +113,7 @@ void token::take(std::unique_ptr<open_token> open) {
         open->faults = std::move(closed_faults_);
     }
     open_ = std::move(open);
+    know(*open_);
 }
 
 void token::close() {
@@ -98,6 +133,7 @@ open_token& token::opened() {
     std::optional<plug> present = find_plug(plug_path_);
     if (present && open_ != nullptr && open_->usable(*present)) {
         if (!open_->plugged.same_settings(*present)) open_->read_settings(*present);
+        know(*open_);
         return *open_;
     }
     close();
@@ -109,14 +145,17 @@ open_token& token::opened() {
     return *open_;
 }
 
-// Opens the token, lets its faults fire and takes as long as each call of it takes.
-open_token& token::start(running_call& call) {
+// Opens the token, lets its faults fire, and behaves as each call of it does.
+open_token& token::start(running_call& call, handle_state& handle) {
     open_token* open = &opened();
     if (!open->faults.empty()) {
         fire_due_faults(call, *open);
         open = &opened();
     }
-    _pass(open->info.behaviour.call_microseconds);
+    call.follow(open->behaviour);
+    note_asked(open->behaviour);
+    behave(call, *open, handle);
+    _pass(open->behaviour->call_microseconds);
     return *open;
 }
 
@@ -147,118 +186,135 @@ void token::unplug() {
 }
 
 template <typename Inspect>
-auto token::look(running_call& call, Inspect inspect) {
-    std::lock_guard<fair_mutex> lock(mutex_);
-    return inspect(start(call));
+auto token::look(running_call& call, handle_state& handle, Inspect inspect) {
+    _turn own(*this);
+    return inspect(start(call, handle));
 }
 
-void token::require_attached(running_call& call) {
-    look(call, [](open_token&) {});
+int token::type(running_call& call, handle_state& handle) {
+    return look(call, handle,
+                [](open_token& open) { return told_type(open.info, *open.behaviour); });
 }
 
-int token::type(running_call& call) {
-    return look(call, [](open_token& open) { return open.info.type; });
+std::string token::serial_number(running_call& call, handle_state& handle) {
+    return look(call, handle, [this](open_token& open) {
+        return told_serial_number(open.info, *open.behaviour, serial_calls_++);
+    });
 }
 
-std::string token::serial_number(running_call& call) {
-    return look(call, [](open_token& open) { return open.info.serial_number; });
+std::string token::digest_name(running_call& call, handle_state& handle) {
+    return look(call, handle, [](open_token& open) { return open.behaviour->digest; });
 }
 
-int token::slot_length(running_call& call, int id) {
-    return look(call, [id](open_token& open) { return open.slots.existing_length(id); });
+int token::slot_length(running_call& call, handle_state& handle, int id) {
+    return look(call, handle,
+                [id](open_token& open) { return behaving_slots(open).told_length(id); });
 }
 
-int token::read_slot(running_call& call, int id, unsigned char* buffer, int buffer_size) {
-    return look(call, [&](open_token& open) {
-        int length = open.slots.read(id, buffer, buffer_size);
-        _pass(open.info.behaviour.transfer_microseconds(length));
+int token::read_slot(running_call& call, handle_state& handle, int id, unsigned char* buffer,
+                     int buffer_size) {
+    return look(call, handle, [&](open_token& open) {
+        if (open.behaviour->login_to_read) require_login(open, handle);
+        int length = behaving_slots(open).read(id, buffer, buffer_size);
+        _pass(open.behaviour->transfer_microseconds(length));
         return length;
     });
 }
 
-login& token::login_of(const open_token& open, login& device_login) {
-    return open.info.behaviour.login == login_scope::handle ? device_login : process_login_;
+login& token::login_of(const open_token& open, handle_state& handle) {
+    return open.behaviour->login == login_scope::handle ? handle.verified : process_login_;
 }
 
-void token::change_slots(running_call& call, login& device_login,
-                         const std::function<void(open_token&)>& require,
-                         const std::function<void(open_token&)>& change) {
-    std::lock_guard<fair_mutex> lock(mutex_);
-    open_token& open = start(call);
-    bool needs_login = open.info.behaviour.login != login_scope::none;
-    if (needs_login && !login_of(open, device_login).holds(open.plugged)) {
-        throw failure(error_code::not_logged_in);
-    }
+void token::require_login(const open_token& open, handle_state& handle) {
+    if (open.behaviour->login == login_scope::none) return;
+    if (login_of(open, handle).holds(open.plugged, *open.behaviour)) return;
+    throw failure(error_code::not_logged_in);
+}
+
+void token::change_slots(running_call& call, handle_state& handle,
+                         const std::function<void(behaving_slots&)>& require,
+                         const std::function<void(behaving_slots&)>& change) {
+    _turn own(*this);
+    open_token& open = start(call, handle);
+    require_login(open, handle);
+    behaving_slots slots(open);
     // Bytes move before the change, during which others would have to wait; those of a call that
     // is refused never move.
-    if (std::int64_t moving = open.info.behaviour.transfer_microseconds(call.facts().size);
+    if (std::int64_t moving = open.behaviour->transfer_microseconds(call.facts().size);
         moving > 0) {
-        require(open);
+        require(slots);
         _pass(moving);
     }
     transaction changing(open.database);
-    change(open);
+    change(slots);
     call.before_commit();
     changing.commit();
+    login_of(open, handle).count_change();
     call.after_commit();
 }
 
-void token::create_slot(running_call& call, login& device_login, int id,
+void token::create_slot(running_call& call, handle_state& handle, int id,
                         const unsigned char* attributes, int size) {
     change_slots(
-        call, device_login,
-        [&](open_token& open) { open.slots.require_creatable(id, size, open.info.behaviour); },
-        [&](open_token& open) { open.slots.create(id, attributes, size, open.info.behaviour); });
+        call, handle, [&](behaving_slots& slots) { slots.require_creatable(id, attributes, size); },
+        [&](behaving_slots& slots) { slots.create(id, attributes, size); });
 }
 
-void token::write_slot(running_call& call, login& device_login, int id, const void* data,
+void token::write_slot(running_call& call, handle_state& handle, int id, const void* data,
                        int length) {
-    auto require = [&](open_token& open) { open.slots.require_length(id, length); };
-    change_slots(call, device_login, require, [&](open_token& open) {
-        int arriving = call.torn_bytes();
-        if (arriving < 0) return open.slots.write(id, data, length);
-        std::string torn = open.slots.torn(id, data, std::min(arriving, length));
-        open.slots.write(id, torn.data(), length);
-    });
+    change_slots(
+        call, handle, [&](behaving_slots& slots) { slots.require_writable(id, length); },
+        [&](behaving_slots& slots) { slots.write(id, data, length, call.torn_bytes()); });
 }
 
-void token::delete_slot(running_call& call, login& device_login, int id) {
-    auto require = [&](open_token& open) { open.slots.existing_length(id); };
-    change_slots(call, device_login, require, [&](open_token& open) { open.slots.remove(id); });
+void token::delete_slot(running_call& call, handle_state& handle, int id) {
+    change_slots(
+        call, handle, [&](behaving_slots& slots) { slots.require_removable(id); },
+        [&](behaving_slots& slots) { slots.remove(id); });
 }
 
-void token::verify_password(running_call& call, login& device_login, const char* password,
+void token::verify_password(running_call& call, handle_state& handle, const char* password,
                             int& retries) {
-    std::lock_guard<fair_mutex> lock(mutex_);
-    open_token& open = start(call);
-    login& state = login_of(open, device_login);
-    state.end();
-    // Its lock file is the first thing that it opens, and an attempt that comes to nothing is
-    // handed back, so it can begin anew.
-    with_room(this, [&] {
-        check_password(open.database, open.passwords, directory_, password, retries);
-    });
+    _turn own(*this);
+    open_token& open = start(call, handle);
+    const personality& rules = *open.behaviour;
+    login& state = login_of(open, handle);
+    if (rules.after_failed_login == failed_login::logs_out) state.end();
+    int left = retries;
+    try {
+        // Its lock file is the first thing that it opens, and an attempt that comes to nothing is
+        // handed back, so it can begin anew.
+        with_room(this, [&] {
+            check_password(open.database, open.passwords, directory_, password, left);
+        });
+    } catch (...) {
+        retries = _told_retries(rules, left, retries, true);
+        throw;
+    }
+    retries = _told_retries(rules, left, retries, false);
     state.begin(open.plugged);
 }
 
-int token::keypair_count(running_call& call) {
-    return look(call, [](open_token& open) { return open.keys.keypair_count(); });
+int token::keypair_count(running_call& call, handle_state& handle) {
+    return look(call, handle, [](open_token& open) { return open.keys.keypair_count(); });
 }
 
-std::int64_t token::keypair_at(running_call& call, int index) {
-    return look(call, [index](open_token& open) {
+std::int64_t token::keypair_at(running_call& call, handle_state& handle, int index) {
+    return look(call, handle, [index](open_token& open) {
         std::optional<std::int64_t> found = open.keys.keypair_at(index);
         if (!found) throw failure(error_code::no_such_index);
         return *found;
     });
 }
 
-int token::certificate_count(running_call& call, std::int64_t keypair) {
-    return look(call, [keypair](open_token& open) { return open.keys.certificate_count(keypair); });
+int token::certificate_count(running_call& call, handle_state& handle, std::int64_t keypair) {
+    return look(call, handle,
+                [keypair](open_token& open) { return open.keys.certificate_count(keypair); });
 }
 
-std::string token::certificate_at(running_call& call, std::int64_t keypair, int index) {
-    return look(call, [=](open_token& open) {
+std::string token::certificate_at(running_call& call, handle_state& handle, std::int64_t keypair,
+                                  int index) {
+    return look(call, handle, [=](open_token& open) {
         std::optional<std::string> found = open.keys.certificate_at(keypair, index);
         if (!found) throw failure(error_code::no_such_index);
         return *found;

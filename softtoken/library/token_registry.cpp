@@ -55,14 +55,20 @@ void token_registry::close_all() {
 VEMRA_PKI_DEVICE_LIST_st* token_registry::attached_tokens(int type) {
     std::lock_guard<std::mutex> lock(mutex_);
     std::string root = root_directory();
-    std::vector<token*> attached;
+    std::vector<token*> listed;
     auto names = names_in(root);
+    told_.begin();
     for (const std::string& name : names) {
         token* found = find(root + "/" + name);
-        if (found == nullptr || (type != -1 && found->known_type() != type)) continue;
-        attached.push_back(found);
+        const bool is_attached = found != nullptr;
+        if (auto place = places_.find(root + "/" + name); !is_attached && place != places_.end()) {
+            found = place->second;
+        }
+        if (found == nullptr || !told_.has(found, is_attached)) continue;
+        if (type != -1 && found->known_type() != type) continue;
+        if (found->is_seen_here()) listed.push_back(found);
     }
-    return list_of(std::move(attached));
+    return list_of(told_.told(listed));
 }
 
 // A root that cannot be read may hold tokens: that is no list without any.

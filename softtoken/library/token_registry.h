@@ -9,8 +9,9 @@
 #include <vector>
 
 #include "library/token.h"
+#include "library/told_list.h"
 
-/* The attached tokens at one moment. */
+/* The attached tokens at one moment; null is a place without a device. */
 struct VEMRA_PKI_DEVICE_LIST_st {
     std::vector<vemra::softtoken::token*> tokens;
 };
@@ -46,6 +47,7 @@ private:
     std::mutex mutex_;
     std::map<std::string, std::unique_ptr<token>> tokens_;
     std::map<std::string, token*> places_;
+    told_list told_;
     std::set<std::string> reported_;
     std::map<std::vector<token*>, std::unique_ptr<VEMRA_PKI_DEVICE_LIST_st>> lists_;
 };

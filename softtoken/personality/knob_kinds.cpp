@@ -1,5 +1,6 @@
 #include "personality/knob_kinds.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 
@@ -30,6 +31,12 @@ std::string _joined(const std::vector<std::string>& words) {
     return joined;
 }
 
+// Where the word is no JSON, it stays a text.
+json _json_or_text(const std::string& word) {
+    json value = json::parse(word, nullptr, false);
+    return value.is_discarded() ? json(word) : value;
+}
+
 bool _is_in(const number_range& range, const json& value) {
     if (!value.is_number_integer()) return false;
     // A number without a sign may be greater than any with one.
@@ -55,6 +62,21 @@ knob number_knob(const char* name, std::int64_t personality::*member, number_ran
         to.*member = value.get<std::int64_t>() * range.factor;
     };
     made.read_word = _number_or_text;
+    return made;
+}
+
+knob flag_knob(const char* name, bool personality::*member, const char* help) {
+    knob made;
+    made.name = name;
+    made.help = help;
+    made.values = "false, true";
+    made.schema = {{"type", "boolean"}};
+    made.get = [member](const personality& from) { return from.*member; };
+    made.set = [member](personality& to, const json& value) {
+        if (!value.is_boolean()) throw bad_value("is true or false");
+        to.*member = value.get<bool>();
+    };
+    made.read_word = _json_or_text;
     return made;
 }
 
@@ -84,6 +106,19 @@ knob word_knob(const char* name, std::vector<std::string> words, const char* hel
     };
     made.read_word = _text;
     return made;
+}
+
+knob name_knob(const char* name, std::string personality::*member,
+               const std::vector<std::string>& words, const char* help) {
+    return word_knob(
+        name, words, help,
+        [member, words](const personality& from) {
+            const auto place = std::find(words.begin(), words.end(), from.*member);
+            return place == words.end() ? 0 : static_cast<int>(place - words.begin());
+        },
+        [member, words](personality& to, int word) {
+            to.*member = word == 0 ? std::string() : words[static_cast<std::size_t>(word)];
+        });
 }
 
 }  // namespace vemra::softtoken

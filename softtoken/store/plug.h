@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <string>
@@ -23,6 +24,10 @@ struct plug {
     bool same_settings(const plug& other) const {
         return settings.tv_sec == other.settings.tv_sec &&
                settings.tv_nsec == other.settings.tv_nsec;
+    }
+    /* Its moment. */
+    std::int64_t nanoseconds() const {
+        return std::int64_t{moment.tv_sec} * 1'000'000'000 + moment.tv_nsec;
     }
     /* The same plugging-in, whatever the settings. */
     bool operator==(const plug& other) const {

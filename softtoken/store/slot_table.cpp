@@ -57,6 +57,11 @@ int slot_table::existing_length(int id) {
     return *present;
 }
 
+bool slot_table::is_written(int id) {
+    sqlite_query query(is_written_);
+    return query.bind(1, id).step();
+}
+
 // What is wrong with a row; nothing for a sound one.
 std::string slot_table::damage_of(const sqlite_query& row) {
     std::int64_t length = row.integer(length_column);

@@ -47,6 +47,8 @@ public:
     std::optional<int> length(int id);
     /* Throws no_such_slot. */
     int existing_length(int id);
+    /* Whether the slot is there and has got bytes since it was made. */
+    bool is_written(int id);
     /*
      * Copies the slot into the buffer and returns its length. Throws no_such_slot,
      * buffer_too_small, or damaged for a wrong sum.
@@ -83,6 +85,8 @@ private:
 
     sqlite_connection& connection_;
     sqlite_statement length_{connection_, "SELECT length FROM slot WHERE id = ?1"};
+    sqlite_statement is_written_{connection_,
+                                 "SELECT 1 FROM slot WHERE id = ?1 AND bytes IS NOT NULL"};
     sqlite_statement row_{connection_, "SELECT * FROM slot WHERE id = ?1"};
     // A length that damage made great must leave room for others.
     sqlite_statement room_{connection_,
