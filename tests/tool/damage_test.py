@@ -67,7 +67,11 @@ class Damage(ToolCase):
         for folder in self.recovery_folders():
             self.change(0, "restore", "--replace", folder)
             self.assertIn(digest(NAME_SEAL), self.stamps().values())
-            self.expect(0, "check")
+            if list(folder.glob("stamp-*")):
+                self.expect(0, "check")
+            else:
+                # The list of an append, from which the repair took the names.
+                self.assertLessEqual({"Changed", "Other"}, set(self.stamps()))
 
     def test_appends(self):
         self.sweep(CUTS, "append", "--any-data", "--name", "New", self.password_file)

@@ -5,7 +5,7 @@ import resource
 import subprocess
 import time
 
-from tool_case import COMPANY, NAME_SEAL, TOOL, ToolCase
+from tool_case import COMPANY, LARGE, NAME_SEAL, TOOL, ToolCase, mapping_record
 from torn_update import TornUpdate
 
 
@@ -115,6 +115,66 @@ class Kept(TornUpdate):
                          "it has no manifest: its change had not begun, or was over; discard it")
 
 
+class KeptList(ToolCase):
+    """The list of three stamps, which an append lost: the token deleted it and wrote no new one."""
+
+    NAMES = {"One": NAME_SEAL, "Two": COMPANY, "公章": LARGE}
+
+    def setUp(self):
+        super().setUp()
+        for name, picture in self.NAMES.items():
+            self.append(name, picture)
+        self.record = self.raw_slot("read", 8127)
+        self.softtoken("fault", "add", "a", "WriteData slot=8127 return=-122 lasting")
+        self.lost = self.change(1, "append", "--any-data", "--name", "New", self.password_file)
+        self.softtoken("fault", "clear", "a")
+        self.kept, = self.recovery_folders()
+
+    def repair(self):
+        return self.change(0, "check", "--repair", "--yes").stderr.decode()
+
+    def test_its_bytes_are_kept_and_the_message_says_what_takes_the_names_from_them(self):
+        self.assertEqual((self.kept / "mapping-record").read_bytes(), self.record)
+        self.assertIn(f"The old list is kept in {self.kept}, for check --repair to take the names from\n",
+                      self.lost.stderr.decode())
+
+    def test_it_is_listed_and_shown(self):
+        kept, = self.json(0, "recovery")["result"]["kept"]
+        self.assertEqual(kept["listed"], [{"slot": 8130 + i, "name": name}
+                                          for i, name in enumerate(self.NAMES)])
+        self.assertIn('the list alone: "One", "Two", "公章"',
+                      self.expect(0, "recovery").stdout.decode())
+        self.assertIn("8131  Two", self.expect(0, "recovery", "show", self.kept.name).stdout.decode())
+
+    def test_a_repair_takes_the_names_from_it_and_says_so(self):
+        told = self.repair()
+        self.assertIn(f'slot 8131 as "Two", its name in the list that {self.kept.name} keeps\n', told)
+        stamps = self.stamps()
+        self.assertEqual({name: stamps.get(name) for name in self.NAMES},
+                         {name: digest(picture) for name, picture in self.NAMES.items()})
+
+    def test_bytes_that_came_later_do_not_get_a_name_from_it(self):
+        self.raw_slot("write", 8131, NAME_SEAL.read_bytes())
+        self.repair()
+        self.assertEqual(set(self.stamps()) - {"recovered-8133"}, {"One", "recovered-8131", "公章"})
+
+    def test_another_device_gets_no_name_from_it(self):
+        other = self.serial + "-B"
+        self.create_token("b", other, 3)
+        self.raw_slot("write", 8131, COMPANY.read_bytes(), other)
+        self.change(0, "check", "--repair", "--yes", "--device", other)
+        self.assertEqual(list(self.stamps()), ["recovered-8131"])
+
+    def test_a_name_that_another_stamp_took_meanwhile_is_not_given_twice(self):
+        self.raw_slot("write", 8127, mapping_record(b"Two&8130"))
+        self.repair()
+        self.assertEqual(self.stamps()["recovered-8131"], digest(COMPANY))
+
+    def test_a_given_name_comes_first(self):
+        self.change(0, "check", "--repair", "--yes", "--name", "8131=Given")
+        self.assertEqual(self.stamps()["Given"], digest(COMPANY))
+
+
 class Unkept(ToolCase):
     """Where there is no room for what a change overwrites, nothing is overwritten."""
 
@@ -134,7 +194,8 @@ class Unkept(ToolCase):
 
     def test_a_place_that_cannot_be_made_refuses_every_change(self):
         self.environment["XDG_STATE_HOME"] = str(self.write("file", "no directory") / "state")
-        for command in (("update", "name:Seal", NAME_SEAL), ("delete", "--yes", "name:Seal")):
+        for command in (("update", "name:Seal", NAME_SEAL), ("delete", "--yes", "name:Seal"),
+                        ("append", "--name", "New", NAME_SEAL)):
             self.expect_refused(*command)
 
     def test_of_a_file_that_does_not_fit_nothing_is_left(self):

@@ -141,7 +141,7 @@ class ToolCase(unittest.TestCase):
         return sorted((self.folder / "state/vemra-stamp/recovery").glob("*"))
 
     def wait_for_write(self, seconds=60):
-        """An update or a deletion has begun as soon as there is a recovery file."""
+        """A change has begun as soon as there is a recovery file."""
         end = time.monotonic() + seconds
         while not self.recovery_folders() and time.monotonic() < end:
             time.sleep(0.02)

@@ -29,6 +29,7 @@ device_id _device_of(const archive& kept) {
 json _json_of(const kept_change& one) {
     json told{{"id", one.name()}, {"directory", one.path}, {"device", nullptr}};
     told["stamps"] = json::array();
+    told["listed"] = json::array();
     told["fault"] = one.kept ? json(nullptr) : json(one.fault);
     if (!one.kept) return told;
     told["device"] = device_json(_device_of(*one.kept));
@@ -40,15 +41,34 @@ json _json_of(const kept_change& one) {
              {"sha256", sha256(each.data.get())},
              {"picture", picture_json(look_at(each.data.get()))}});
     }
+    for (const listed_stamp& each : one.kept->listed) {
+        told["listed"].push_back({{"slot", each.slot}, {"name", each.name}});
+    }
     return told;
 }
 
-std::string _names(const archive& kept) {
+template <typename Named>
+std::string _joined(const std::vector<Named>& all) {
     std::string names;
-    for (const archived_stamp& one : kept.stamps) {
+    for (const Named& one : all) {
         names += (names.empty() ? "" : ", ") + quoted(one.name);
     }
-    return names.empty() ? "-" : names;
+    return names;
+}
+
+std::string _names(const archive& kept) {
+    if (!kept.stamps.empty()) return _joined(kept.stamps);
+    return kept.listed.empty() ? "-" : "the list alone: " + _joined(kept.listed);
+}
+
+void _show_list(context& run, const archive& kept) {
+    if (kept.listed.empty()) return;
+    run.out.print("The list of stamps was:\n");
+    std::vector<std::vector<std::string>> rows{{"SLOT", "NAME"}};
+    for (const listed_stamp& one : kept.listed) {
+        rows.push_back({std::to_string(one.slot), printable(one.name)});
+    }
+    run.out.print(table(rows));
 }
 
 void _list(context& run) {
@@ -117,7 +137,8 @@ void _show(context& run, const recovery_options& options) {
                             std::to_string(each.data.size()), seen.pixels(),
                             each.slot == 0 ? "unknown" : std::to_string(each.slot)});
         }
-        run.out.print(table(rows));
+        if (rows.size() > 1) run.out.print(table(rows));
+        _show_list(run, *one.kept);
     }
 }
 

@@ -48,7 +48,7 @@ void _restore_one(context& run, const restore_options& options, const std::strin
     const std::size_t left_out = run.result["left_out"].size();
     if (kept.stamps.empty()) {
         run.out.note(is_kept_change(directory)
-                         ? directory + " holds the old list alone, which check --repair makes anew"
+                         ? directory + " holds the old list alone, whose names check --repair takes"
                          : "the backup holds no stamps");
         return;
     }

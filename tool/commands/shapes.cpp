@@ -70,8 +70,10 @@ std::string _way_back(const failure_facts& facts) {
                std::to_string(facts.damaged_list->second);
     }
     if (facts.recovery.empty()) return text;
-    if (!_holds_stamps(facts.recovery))
-        return text + "\nWhat was there is kept in " + facts.recovery;
+    if (!_holds_stamps(facts.recovery)) {
+        return text + "\nThe old list is kept in " + facts.recovery +
+               ", for check --repair to take the names from";
+    }
     return text + "\nWhat was there is kept; " + (text.empty() ? "" : "then ") +
            "put it back with: vemra-stamp restore --replace " + shell_word(facts.recovery);
 }

@@ -6,7 +6,6 @@
 #include "basics/digest.h"
 #include "basics/failure.h"
 #include "files/file.h"
-#include "files/manifest.h"
 
 namespace vemra::tool {
 
@@ -45,7 +44,7 @@ void write_archive(const std::string& directory, const archive& kept) {
         throw failure(exit_code::usage,
                       directory + " is not empty; a backup takes a directory of its own");
     }
-    manifest listed{kept.serial, kept.type, {}};
+    manifest listed{kept.serial, kept.type, {}, kept.listed};
     for (std::size_t i = 0; i < kept.stamps.size(); ++i) {
         const archived_stamp& one = kept.stamps[i];
         const std::string file = "stamp-" + std::to_string(i + 1) + one.suffix;
@@ -66,7 +65,7 @@ archive read_archive(const std::string& directory) {
     } catch (const damaged_manifest& error) {
         throw failure(exit_code::failed, path + " is damaged: " + error.what());
     }
-    archive kept{listed.serial, listed.type, {}};
+    archive kept{listed.serial, listed.type, {}, listed.listed};
     for (const manifest::entry& entry : listed.stamps) {
         kept.stamps.push_back(_read_stamp(directory, entry));
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "basics/shared_bytes.h"
+#include "files/manifest.h"
 
 namespace vemra::tool {
 
@@ -29,6 +30,8 @@ struct archive {
     std::string serial;
     int type = 0;
     std::vector<archived_stamp> stamps;
+    /** What the device's list named, in archives that keep it. */
+    std::vector<listed_stamp> listed{};
 };
 
 /**

@@ -1,6 +1,7 @@
 #include "files/manifest.h"
 
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -108,6 +109,23 @@ manifest::entry _entry(const json& object) {
     return one;
 }
 
+listed_stamp _listed_stamp(const json& object) {
+    listed_stamp one;
+    one.slot = _slot(object);
+    one.name = _get_text(object, "name");
+    if (object.contains("sha256")) one.sha256 = _digest(object);
+    return one;
+}
+
+// A list of at most so many; `read` gets each object.
+void _read_list(const json& list, const std::function<void(const json&)>& read) {
+    if (!list.is_array()) throw damaged_manifest("\"stamps\" is no list");
+    if (list.size() > most_entries) {
+        throw damaged_manifest("it lists more than " + std::to_string(most_entries) + " stamps");
+    }
+    std::for_each(list.begin(), list.end(), read);
+}
+
 void _require_distinct(const std::vector<manifest::entry>& entries) {
     std::set<int> slots;
     std::set<std::string> uuids;
@@ -167,6 +185,12 @@ std::string print_manifest(const manifest& listed, const std::string& created) {
         entry["file"] = one.file;
         object["stamps"].push_back(entry);
     }
+    for (const listed_stamp& one : listed.listed) {
+        json entry{{"slot", one.slot}};
+        _put_text(entry, "name", one.name);
+        if (!one.sha256.empty()) entry["sha256"] = one.sha256;
+        object["listed"].push_back(entry);
+    }
     return object.dump(4) + "\n";
 }
 
@@ -180,13 +204,11 @@ manifest parse_manifest(const std::string& text) {
     const json& device = _member(object, "device");
     listed.serial = _get_text(device, "serial");
     listed.type = _type(device);
-    const json& stamps = _member(object, "stamps");
-    if (!stamps.is_array()) throw damaged_manifest("\"stamps\" is no list");
-    if (stamps.size() > most_entries) {
-        throw damaged_manifest("it lists more than " + std::to_string(most_entries) + " stamps");
-    }
-    for (const json& entry : stamps) {
-        listed.stamps.push_back(_entry(entry));
+    _read_list(_member(object, "stamps"),
+               [&](const json& entry) { listed.stamps.push_back(_entry(entry)); });
+    if (object.contains("listed")) {
+        _read_list(object.at("listed"),
+                   [&](const json& entry) { listed.listed.push_back(_listed_stamp(entry)); });
     }
     _require_distinct(listed.stamps);
     return listed;

@@ -8,6 +8,14 @@
 
 namespace vemra::tool {
 
+/** A stamp that a device's list names. */
+struct listed_stamp {
+    int slot = 0;
+    std::string name;
+    /** Of its bytes, in hexadecimal digits; empty when they could not be read. */
+    std::string sha256;
+};
+
 struct manifest {
     struct entry {
         std::string name;
@@ -26,6 +34,8 @@ struct manifest {
     std::string serial;
     int type = 0;
     std::vector<entry> stamps;
+    /** The device's whole list; a backup, whose stamps are the list, has none. */
+    std::vector<listed_stamp> listed{};
 };
 
 /** Why a text is no manifest. */

@@ -116,10 +116,6 @@ std::string _uuid_of_new(const std::vector<stamp>& before, const std::vector<sta
     return added == actual.end() ? "" : added->uuid;
 }
 
-archive _archive_of(const device_id& device) {
-    return {device.serial, device.type, {}};
-}
-
 }  // namespace
 
 authorised_change authorise(session& tokens, const device_id& device, const look_up& wanted,
@@ -140,8 +136,9 @@ stamp authorised_change::append(const std::string& name, const shared_bytes& dat
     if (appended.slot != 0) keep_unlisted_bytes(appended.slot);
     std::vector<stamp> expected = before;
     expected.push_back(appended);
+    recovery kept = keep_list(device_.tokens(), contents(), {});
     carry_out(
-        {"writing " + quoted(name), written_by({0, data.size()}), {}}, nullptr,
+        {"writing " + quoted(name), written_by({0, data.size()}), {}}, kept,
         [&](tokens& all, const char* password) {
             return all.append(device_.id(), password, name, data.get());
         },
@@ -168,10 +165,10 @@ void authorised_change::update(const pictured_stamp& old, const std::string& nam
     for (stamp& one : expected) {
         if (one.uuid == uuid) one = {{uuid, name, device_.id(), one.slot}, data};
     }
-    recovery kept = keep(old);
+    recovery kept = keep_list(device_.tokens(), contents(), {to_archive(old)});
     carry_out(
         {"replacing " + quoted(old.one.name), written_by({old.one.data.size(), data.size()}), {}},
-        &kept,
+        kept,
         [&](tokens& all, const char* password) {
             return all.update(uuid, password, name, data.get());
         },
@@ -190,9 +187,9 @@ void authorised_change::remove(const stamp& old) {
     }
     const std::vector<stamp> before = device_.stamps();
     const std::vector<stamp> expected = _without(before, old);
-    recovery kept = keep(look_at(old));
+    recovery kept = keep_list(device_.tokens(), contents(), {to_archive(look_at(old))});
     carry_out(
-        {"removing " + quoted(old.name), written_by({old.data.size(), 0}), {}}, &kept,
+        {"removing " + quoted(old.name), written_by({old.data.size(), 0}), {}}, kept,
         [&](tokens& all, const char* password) { return all.remove(old.uuid, password); },
         [&](bool is_done) {
             const std::vector<stamp>& wanted = is_done ? expected : before;
@@ -208,13 +205,13 @@ void authorised_change::replace_unreadable(const stamp& old, const stamp& wanted
     const std::vector<stamp> before = device_.stamps();
     std::vector<stamp> expected = _without(before, old);
     expected.push_back(wanted);
-    const mapping_record list = read_mapping(tokens_of_device, device_.id());
-    stamp_mapping entries = list.entries;
+    const old_contents held = contents();
+    stamp_mapping entries = held.list.entries;
     entries[static_cast<unsigned int>(old.slot)] = wanted.name;
     const mapping_record next = make_mapping(tokens_of_device, entries);
-    recovery kept = keep_all(before, list);
+    recovery kept = keep_all(tokens_of_device, held);
     carry_out(
-        {"replacing " + quoted(old.name), written_by({0, wanted.data.size()}), {}}, &kept,
+        {"replacing " + quoted(old.name), written_by({0, wanted.data.size()}), {}}, kept,
         [&](tokens& all, const char*) {
             all.delete_slot(device_.id(), old.slot);
             all.write_slot(device_.id(), old.slot, wanted.data.get());
@@ -228,13 +225,13 @@ void authorised_change::remove_unreadable(const stamp& old) {
     session& tokens_of_device = device_.tokens();
     const std::vector<stamp> before = device_.stamps();
     const std::vector<stamp> expected = _without(before, old);
-    const mapping_record list = read_mapping(tokens_of_device, device_.id());
-    stamp_mapping entries = list.entries;
+    const old_contents held = contents();
+    stamp_mapping entries = held.list.entries;
     entries.erase(static_cast<unsigned int>(old.slot));
     const mapping_record next = make_mapping(tokens_of_device, entries);
-    recovery kept = keep_all(before, list);
+    recovery kept = keep_all(tokens_of_device, held);
     carry_out(
-        {"removing " + quoted(old.name)}, &kept,
+        {"removing " + quoted(old.name)}, kept,
         [&](tokens& all, const char*) {
             all.write_slot(device_.id(), mapping_slot, next.bytes);
             all.delete_slot(device_.id(), old.slot);
@@ -248,9 +245,9 @@ void authorised_change::write_list(const mapping_record& old, const mapping_reco
     session& tokens_of_device = device_.tokens();
     const std::vector<stamp> before =
         read_held(tokens_of_device, {device_.id()}, "reading " + describe(device_.id())).stamps;
-    recovery kept = keep_all(before, old);
+    recovery kept = keep_all(tokens_of_device, {device_.id(), old, before});
     carry_out(
-        {"repairing " + describe(device_.id())}, &kept,
+        {"repairing " + describe(device_.id())}, kept,
         [&](tokens& all, const char*) {
             all.write_slot(device_.id(), mapping_slot, wanted.bytes);
             return status_done;
@@ -278,7 +275,7 @@ void authorised_change::keep_unlisted_bytes(int slot) {
     session& tokens = device_.tokens();
     const shared_bytes bytes(_read_free_slot(tokens, device_.id(), slot));
     if (bytes.empty()) return;
-    archive unlisted = _archive_of(device_.id());
+    archive unlisted{device_.id().serial, device_.id().type, {}};
     const std::string name = "unlisted-" + std::to_string(slot);
     unlisted.stamps.push_back(to_archive(look_at(stamp{{"", name, device_.id()}, bytes}), slot));
     const recovery kept(unlisted);
@@ -287,35 +284,19 @@ void authorised_change::keep_unlisted_bytes(int slot) {
                          kept.path());
 }
 
-recovery authorised_change::keep(const pictured_stamp& old) const {
-    archive overwritten = _archive_of(device_.id());
-    overwritten.stamps.push_back(to_archive(old));
-    recovery kept(overwritten);
-    device_.tokens().served().detail("the old " + quoted(old.one.name) + " is kept in " +
-                                     kept.path() + " until the change is verified");
-    return kept;
+old_contents authorised_change::contents() {
+    return {device_.id(), read_mapping(device_.tokens(), device_.id()), device_.stamps()};
 }
 
-recovery authorised_change::keep_all(const std::vector<stamp>& stamps,
-                                     const mapping_record& list) const {
-    archive overwritten = _archive_of(device_.id());
-    for (const stamp& one : stamps) {
-        if (!one.data.empty()) overwritten.stamps.push_back(to_archive(look_at(one)));
-    }
-    recovery kept(overwritten);
-    kept.add("mapping-record", list.bytes);
-    return kept;
-}
-
-void authorised_change::carry_out(const work& writing, recovery* kept, const write_call& change,
+void authorised_change::carry_out(const work& writing, recovery& kept, const write_call& change,
                                   const comparison& differences) {
     const int status = write(writing, change);
     const std::vector<std::string> found = read_back(status, kept, differences);
     device_.tokens().served().detail(
         is_all_read_ ? std::to_string(device_.stamps().size()) + " stamps read back and compared"
                      : "the list and what was changed read back and compared");
-    if (kept != nullptr && found.empty()) kept->discard();
-    require_verified(status, found, kept);
+    if (found.empty()) kept.discard();
+    require_verified(status, found, found.empty() ? nullptr : &kept);
 }
 
 int authorised_change::write(const work& writing, const write_call& change) {
@@ -331,14 +312,14 @@ int authorised_change::write(const work& writing, const write_call& change) {
     }
 }
 
-std::vector<std::string> authorised_change::read_back(int status, const recovery* kept,
+std::vector<std::string> authorised_change::read_back(int status, const recovery& kept,
                                                       const comparison& differences) {
     try {
         return differences(status == status_done);
     } catch (const failure& error) {
         const bool is_done = status == status_done;
         const std::string device = describe(device_.id());
-        failure_facts facts = facts_of(kept);
+        failure_facts facts = facts_of(&kept);
         facts.cause = is_done ? error.facts().cause : cause_;
         const std::string told = is_done ? "what " + device + " holds now cannot be verified: "
                                          : device + " refused the change: " + cause_ +
@@ -352,7 +333,7 @@ void authorised_change::require_verified(int status, const std::vector<std::stri
                                          const recovery* kept) const {
     if (status == status_done && differences.empty()) return;
     const std::string device = describe(device_.id());
-    failure_facts facts = facts_of(differences.empty() ? nullptr : kept);
+    failure_facts facts = facts_of(kept);
     facts.differences = differences;
     const std::string found = _joined(differences);
     if (status == status_done) {

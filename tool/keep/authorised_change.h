@@ -16,6 +16,7 @@
 #include "command_line/interruption.h"
 #include "keep/locked_device.h"
 #include "keep/mapping_record.h"
+#include "keep/old_contents.h"
 #include "keep/pictured_stamp.h"
 #include "keep/recovery.h"
 #include "keep/verification.h"
@@ -50,12 +51,11 @@ private:
     void keep_unlisted_bytes(int slot);
     void replace_unreadable(const stamp& old, const stamp& wanted);
     void remove_unreadable(const stamp& old);
-    recovery keep(const pictured_stamp& old) const;
-    recovery keep_all(const std::vector<stamp>& stamps, const mapping_record& list) const;
-    void carry_out(const work& writing, recovery* kept, const write_call& change,
+    old_contents contents();
+    void carry_out(const work& writing, recovery& kept, const write_call& change,
                    const comparison& differences);
     int write(const work& writing, const write_call& change);
-    std::vector<std::string> read_back(int status, const recovery* kept,
+    std::vector<std::string> read_back(int status, const recovery& kept,
                                        const comparison& differences);
     /**
      * Reads what a change of this slot calls for, 0 when it is a new one or has become empty. The

@@ -143,6 +143,7 @@ bool _holds(const std::vector<int>& slots, int slot) {
 
 device_contents _check(session& tokens, const device_id& device) {
     device_contents contents;
+    contents.device = device;
     if (!_read_record(tokens, device, contents)) return contents;
     _read_slots(tokens, device, contents);
     _check_record(contents);

@@ -31,6 +31,7 @@ struct finding {
 
 /** What was read of a device, and what was found wrong with it. */
 struct device_contents {
+    device_id device;
     mapping_record record;
     /** The bytes of the slots that hold some. */
     std::map<int, shared_bytes> slots;

@@ -1,8 +1,10 @@
 #include "keep/repair_plan.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
+#include "basics/digest.h"
 #include "basics/failure.h"
 #include "basics/text.h"
 #include "keep/describe.h"
@@ -57,25 +59,52 @@ private:
 
     void list_bytes(int slot, const shared_bytes& bytes) {
         const auto given = given_names_.find(slot);
-        const bool is_given = given != given_names_.end();
-        stamp_mapping& entries = plan_.list.entries;
-        const std::string name = is_given ? given->second : _made_name(entries, slot);
-        const offer offered = make_offer(name, bytes);
-        std::string doubts;
-        for (const objection& one : objections_to(tokens_, offered, plan_.list.listed_stamps())) {
-            if (one.what == objection::kind::no_picture) {
-                doubts += ", although " + one.text;
-            } else if (is_given) {
-                throw failure(exit_code::usage, one.text);
-            } else {
-                return;
+        if (given != given_names_.end()) {
+            const auto refusal = list_as({given->second, ""}, slot, bytes);
+            if (refusal) throw failure(exit_code::usage, *refusal);
+            given_names_.erase(given);
+            return;
+        }
+        const auto kept = kept_name(slot, bytes);
+        if (kept && !list_as(*kept, slot, bytes)) return;
+        list_as({_made_name(plan_.list.entries, slot), ""}, slot, bytes);
+    }
+
+    struct proposed_name {
+        std::string name;
+        /** Where it comes from, as a step tells it; empty when that needs no word. */
+        std::string origin;
+    };
+
+    // The name under which these very bytes were listed in this slot when a change last kept the
+    // list.
+    std::optional<proposed_name> kept_name(int slot, const shared_bytes& bytes) const {
+        const std::vector<kept_change> kept = tokens_.kept_of(contents_.device);
+        const std::string digest = sha256(bytes.get());
+        for (auto one = kept.rbegin(); one != kept.rend(); ++one) {
+            for (const listed_stamp& listed : one->kept->listed) {
+                if (listed.slot != slot || listed.sha256 != digest) continue;
+                return proposed_name{listed.name,
+                                     ", its name in the list that " + one->name() + " keeps"};
             }
         }
-        if (is_given) given_names_.erase(given);
-        entries[static_cast<unsigned int>(slot)] = name;
-        plan_.steps.push_back("list the bytes in " +
-                              describe_slot(static_cast<unsigned int>(slot)) + " as " +
-                              quoted(name) + doubts);
+        return std::nullopt;
+    }
+
+    // Nothing, or why it cannot be done.
+    std::optional<std::string> list_as(const proposed_name& proposed, int slot,
+                                       const shared_bytes& bytes) {
+        const offer offered = make_offer(proposed.name, bytes);
+        std::string doubts;
+        for (const objection& one : objections_to(tokens_, offered, plan_.list.listed_stamps())) {
+            if (one.what != objection::kind::no_picture) return one.text;
+            doubts += ", although " + one.text;
+        }
+        const auto number = static_cast<unsigned int>(slot);
+        plan_.list.entries[number] = proposed.name;
+        plan_.steps.push_back("list the bytes in " + describe_slot(number) + " as " +
+                              quoted(proposed.name) + proposed.origin + doubts);
+        return std::nullopt;
     }
 
     void encode() {

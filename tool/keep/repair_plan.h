@@ -17,8 +17,9 @@ struct repair_plan {
 };
 
 /**
- * Lists unlisted bytes again, under the name given for their slot or a made one, and drops entries
- * that have no bytes. Left alone are sealed bytes, which name themselves, slots that cannot be
+ * Lists unlisted bytes again, and drops entries that have no bytes. A name is the one given for the
+ * slot, else the one under which a list that was kept of this device has the same bytes in the same
+ * slot, else a made one. Left alone are sealed bytes, which name themselves, slots that cannot be
  * read, and what may not be stored. Throws failure (usage) for a given name of a slot that needs
  * none, or one that no new stamp beside the listed ones could have.
  */

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 
 #include "basics/failure.h"
 #include "basics/text.h"
@@ -131,13 +132,19 @@ std::vector<device_id> session::find_devices(const device_choice& choice) {
 
 void session::tell_kept(const device_id& device) {
     if (!told_kept_.insert(device).second) return;
-    for (const kept_change& one : kept_) {
-        const bool is_of_it =
-            one.kept && one.kept->serial == device.serial && one.kept->type == device.type;
-        if (!is_of_it) continue;
+    for (const kept_change& one : kept_of(device)) {
         served_.warn("what " + describe(device) + " held before an earlier change is kept in " +
                      one.path + "; see: vemra-stamp recovery");
     }
+}
+
+std::vector<kept_change> session::kept_of(const device_id& device) const {
+    std::vector<kept_change> found;
+    std::copy_if(
+        kept_.begin(), kept_.end(), std::back_inserter(found), [&](const kept_change& one) {
+            return one.kept && one.kept->serial == device.serial && one.kept->type == device.type;
+        });
+    return found;
 }
 
 void session::leave_untold(const std::string& directory) {

@@ -90,6 +90,8 @@ public:
      * find_devices() do.
      */
     void tell_kept(const device_id& device);
+    /** What earlier runs kept of this device, the oldest first. */
+    std::vector<kept_change> kept_of(const device_id& device) const;
     /** Nothing is told of this directory: it is the one that is being put back. */
     void leave_untold(const std::string& directory);
 
