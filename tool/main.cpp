@@ -5,11 +5,11 @@
 #include <CLI/CLI.hpp>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "basics/text.h"
 #include "command_line/hardening.h"
 #include "command_line/interruption.h"
+#include "command_line/usage.h"
 #include "commands/command_line.h"
 #include "commands/context.h"
 #include "commands/shapes.h"
@@ -31,11 +31,6 @@ void _apply(context& run, trace& printed) {
         printed.show_in_file(run.options.debug);
 }
 
-std::string _command_name(const CLI::App& program) {
-    const auto chosen = program.get_subcommands();
-    return chosen.empty() ? "" : chosen.front()->get_name();
-}
-
 void _print_json(context& run, const std::string& command, exit_code code, const json& error) {
     const json object{
         {"format", "vemra-stamp output"},      {"version", output_version}, {"command", command},
@@ -48,21 +43,14 @@ void _print_json(context& run, const std::string& command, exit_code code, const
 exit_code _report(context& run, const CLI::App& program, const failure& error) {
     output::error(message_of(error));
     if (run.out.is_json() && !run.out.is_broken())
-        _print_json(run, _command_name(program), error.code(), error_json(error));
+        _print_json(run, chosen_command(program), error.code(), error_json(error));
     return error.code();
 }
 
-// CLI11 speaks of subcommands; nobody else does.
 failure _usage_failure(const CLI::App& program, const CLI::ParseError& error) {
-    const std::string command = _command_name(program);
-    std::string reason = error.what();
-    if (command.empty() && error.get_name() == "RequiredError") {
-        const std::vector<std::string> unknown = program.remaining();
-        reason = unknown.empty() ? "give a command"
-                                 : "there is no command or option " + printable(unknown.front());
-    }
-    return failure(exit_code::usage,
-                   reason + "\nSee: vemra-stamp help" + (command.empty() ? "" : " " + command));
+    const std::string command = chosen_command(program);
+    return failure(exit_code::usage, usage_reason(program, error) + "\nSee: vemra-stamp help" +
+                                         (command.empty() ? "" : " " + command));
 }
 
 void _tell_of_cut_trace(context& run, const trace& printed) {
@@ -77,7 +65,7 @@ exit_code _run(CLI::App& program, context& run, const trace& printed, int argc, 
         program.parse(argc, argv);
         _tell_of_cut_trace(run, printed);
         if (interruption::is_pending()) run.code = exit_code::interrupted;
-        if (run.out.is_json()) _print_json(run, _command_name(program), run.code, nullptr);
+        if (run.out.is_json()) _print_json(run, chosen_command(program), run.code, nullptr);
         return run.code;
     } catch (const CLI::CallForHelp&) {
         run.out.print(program.help());

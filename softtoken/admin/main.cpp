@@ -10,6 +10,7 @@
 #include "command_line/interruption.h"
 #include "command_line/lost_output.h"
 #include "command_line/text.h"
+#include "command_line/usage.h"
 #include "store/failure.h"
 
 using namespace vemra::softtoken;
@@ -17,10 +18,13 @@ using namespace vemra::softtoken::admin;
 
 namespace {
 
-int _run(int argc, char** argv) {
-    CLI::App program("Makes and manages software tokens, stand-ins for hardware crypto devices.",
-                     "vemra-softtoken");
+void _say(const std::string& text) {
+    std::fprintf(stderr, "vemra-softtoken: %s\n", text.c_str());
+}
+
+void _add_commands(CLI::App& program) {
     program.require_subcommand(1);
+    program.set_version_flag("--version", "vemra-softtoken " VEMRA_SOFTTOKEN_VERSION);
     program.footer(
         "Tokens lie in the directory VEMRA_SOFTTOKEN_DIR, by default\n"
         "$XDG_DATA_HOME/vemra-softtoken or ~/.local/share/vemra-softtoken.");
@@ -33,10 +37,21 @@ int _run(int argc, char** argv) {
     add_snapshot_commands(program);
     add_fsck_command(program);
     add_exec_command(program);
+}
+
+int _run(int argc, char** argv) {
+    CLI::App program("Makes and manages software tokens, stand-ins for hardware crypto devices.",
+                     "vemra-softtoken");
+    _add_commands(program);
     try {
         program.parse(argc, argv);
+    } catch (const CLI::Success& asked) {
+        program.exit(asked);
     } catch (const CLI::ParseError& error) {
-        return program.exit(error) == 0 ? exit_done : exit_usage;
+        const std::string command = vemra::chosen_command(program);
+        _say(vemra::usage_reason(program, error) + "\nSee: vemra-softtoken " +
+             (command.empty() ? "" : command + " ") + "--help");
+        return exit_usage;
     }
     return exit_done;
 }
@@ -50,10 +65,6 @@ const char* _advice(error_code code) {
         default:
             return "";
     }
-}
-
-void _say(const std::string& text) {
-    std::fprintf(stderr, "vemra-softtoken: %s\n", text.c_str());
 }
 
 // What was asked is done by then, but nobody was told.
@@ -86,7 +97,8 @@ int main(int argc, char** argv) {
     } catch (const command_failure& error) {
         return _complain(error.status(), error.what());
     } catch (const failure& error) {
-        return _complain(exit_failed, (error.what() + std::string(_advice(error.code()))).c_str());
+        const int status = error.code() == error_code::bad_argument ? exit_usage : exit_failed;
+        return _complain(status, (error.what() + std::string(_advice(error.code()))).c_str());
     } catch (const std::exception& error) {
         return _complain(exit_failed, error.what());
     }

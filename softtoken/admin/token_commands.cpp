@@ -73,6 +73,11 @@ void _create(create_options& options) {
                std::to_string(info.type) + (options.token.attached ? ", attached" : ", detached")});
 }
 
+std::string _wrong_with_serial(const std::string& text) {
+    if (text.empty()) return "it is empty: leave the option out for a random one";
+    return text.size() <= 64 ? "" : "longer than 64 bytes";
+}
+
 void _add_create(CLI::App& program) {
     auto options = std::make_shared<create_options>();
     token_info& info = options->token.info;
@@ -80,8 +85,7 @@ void _add_create(CLI::App& program) {
     CLI::App* command = program.add_subcommand("create", "Make a token");
     command->add_option("TOKEN", options->name, "A name for the token")->required();
     command->add_option("--serial", info.serial_number, "Serial number; a random one by default")
-        ->check(CLI::Validator(
-            [](std::string& text) { return text.size() <= 64 ? "" : "longer than 64 bytes"; }, ""));
+        ->check(CLI::Validator(_wrong_with_serial, ""));
     command->add_option("--type", info.type, "Device type")
         ->capture_default_str()
         ->check(CLI::Range(0, 0x7fffffff));

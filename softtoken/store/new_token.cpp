@@ -153,7 +153,7 @@ void require_free_name(const std::string& root, const std::string& name) {
     std::string place = root + "/" + name;
     // A link that leads nowhere takes a name too.
     if (!std::filesystem::exists(std::filesystem::symlink_status(place))) return;
-    throw failure(error_code::bad_argument,
+    throw failure(error_code::storage_failed,
                   place + " is there already: choose another name, or remove that token first");
 }
 

@@ -26,7 +26,7 @@ void create_token(const std::string& root, const std::string& name, const new_to
 /* Makes the directory of all tokens, private to the user, unless it is there. */
 void make_root(const std::string& root);
 
-/* Throws bad_argument when something of that name lies in the root. */
+/* Throws storage_failed when something of that name lies in the root. */
 void require_free_name(const std::string& root, const std::string& name);
 
 /* Throws bad_argument unless the text can name a token's directory. */

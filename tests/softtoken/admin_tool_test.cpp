@@ -295,6 +295,44 @@ TEST_F(softtoken_admin, unlocked_token_takes_its_password_again) {
     EXPECT_EQ(log_in(device.get()), 1);
 }
 
+TEST_F(softtoken_admin, wrong_usage_is_told_with_where_to_look) {
+    const std::string program = "vemra-softtoken: ";
+    for (const auto& [arguments, told] :
+         {std::pair<std::string, std::string>{"", "give a command\nSee: vemra-softtoken --help\n"},
+          {"fly", "there is no command or option fly\nSee: vemra-softtoken --help\n"},
+          {"$(printf 'a\\033') b",
+           "there is no command or option a\\x1b\nSee: vemra-softtoken --help\n"},
+          {"fault", "give a command\nSee: vemra-softtoken fault --help\n"},
+          {"fault fly", "there is no command or option fly\nSee: vemra-softtoken fault --help\n"},
+          {"info", "TOKEN is required\nSee: vemra-softtoken info --help\n"},
+          {"fault list a b c d",
+           "not expected: b c d\nSee: vemra-softtoken fault list --help\n"}}) {
+        program_result result = run_tool(arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_EQ(result.output, program + told) << arguments;
+    }
+}
+
+TEST_F(softtoken_admin, version_is_told) {
+    program_result result = run_tool("--version");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "vemra-softtoken " VEMRA_VERSION "\n");
+}
+
+TEST_F(softtoken_admin, bad_input_ends_with_status_2) {
+    create("one");
+    for (const char* arguments :
+         {"info ../one", "create .one", "info ''", "fault add one fly", "fault add one 'ReadData'",
+          "fault add one 'GetLastError null'", "create two --serial ''",
+          "create two --serial \"$(printf '%065d' 1)\"",
+          "create two --serial \"$(printf 'a\\tb')\""}) {
+        program_result result = run_tool(arguments);
+        EXPECT_EQ(result.status, 2) << arguments << ": " << result.output;
+        EXPECT_EQ(result.output.rfind("vemra-softtoken: ", 0), 0U) << result.output;
+    }
+    EXPECT_EQ(run_tool("list | wc -l").output, "2\n");
+}
+
 TEST_F(softtoken_admin, wrong_usage_ends_with_status_2) {
     EXPECT_EQ(run_tool("").status, 2);
     EXPECT_EQ(run_tool("fly").status, 2);

@@ -19,7 +19,8 @@ class ExitCode(ToolCase):
         self.assertIn(b"give a command", self.expect(2).stderr)
         self.assertIn(b"no command or option frobnicate", self.expect(2, "frobnicate").stderr)
         self.assertIn(b"See: vemra-stamp help show", self.expect(2, "show").stderr)
-        self.expect(2, "list", "--frobnicate")
+        self.assertIn(b": not expected: --frobnicate a b\nSee: vemra-stamp help list\n",
+                      self.expect(2, "list", "--frobnicate", "a", "b").stderr)
         for option in ("--timeout", "--device-type", "--password-fd"):
             for text in ("abc", "-1", "nan", "inf", "1x"):
                 self.assertIn(f"{option}: takes a number from 0 up, not {text}".encode(),
