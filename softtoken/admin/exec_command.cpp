@@ -70,6 +70,25 @@ void _refuse_other_library(const std::string& program, const std::string& wanted
                               "or the LD_PRELOAD that leads there");
 }
 
+// Comes back with errno when that cannot be.
+void _become(const std::string& program, const std::vector<std::string>& words) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words)
+        arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    execv(program.c_str(), arguments.data());
+}
+
+// A text that names no interpreter.
+void _become_shell(const std::string& program, const std::vector<std::string>& words,
+                   const std::string& library) {
+    const std::string shell = "/bin/sh";
+    _refuse_other_library(shell, library);
+    std::vector<std::string> all{shell, program};
+    all.insert(all.end(), words.begin() + 1, words.end());
+    _become(shell, all);
+}
+
 void _exec(const std::vector<std::string>& words) {
     std::filesystem::path directory = _library_directory();
     std::filesystem::path library = directory / "libvemra_crypto.so.1";
@@ -83,13 +102,14 @@ void _exec(const std::vector<std::string>& words) {
     std::string file = loaded_file(program);
     _refuse_privileged(file);
     _refuse_other_library(file, library);
-    std::vector<char*> arguments;
-    for (const std::string& word : words)
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    arguments.push_back(nullptr);
     interruption::give_back();
     give_back_signals();
-    execv(program.c_str(), arguments.data());
+    _become(program, words);
+    if (errno == ENOEXEC && is_shell_text(program)) _become_shell(program, words, library);
+    if (errno == ENOENT) {
+        throw command_failure(exit_not_found,
+                              program + " cannot be run: its interpreter or loader is missing");
+    }
     throw command_failure(exit_cannot_run, program + " cannot be run: " + std::strerror(errno));
 }
 

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +19,8 @@ namespace {
 /* The kernel looks no further into a script, and follows no more interpreters one after another. */
 constexpr std::size_t longest_first_line = 256;
 constexpr int most_interpreters = 5;
+/* Nor does a shell. */
+constexpr std::size_t shells_look = 80;
 
 // Why the file cannot be run, as a number of errno; 0 when it can.
 int _obstacle(const std::string& path) {
@@ -37,13 +38,19 @@ int _obstacle(const std::string& path) {
     throw command_failure(exit_cannot_run, program + " cannot be run: " + std::strerror(obstacle));
 }
 
+std::string _start_of(const std::string& path, std::size_t most) {
+    std::ifstream file(path, std::ios::binary);
+    std::string start(most, '\0');
+    file.read(start.data(), static_cast<std::streamsize>(most));
+    start.resize(static_cast<std::size_t>(file.gcount()));
+    return start;
+}
+
 // As the kernel reads it: words end at a blank or a tab, the line at its end or a zero byte.
 std::string _interpreter_of_script(const std::string& path) {
     constexpr std::string_view blanks(" \t");
-    std::ifstream file(path, std::ios::binary);
-    std::array<char, longest_first_line> start{};
-    file.read(start.data(), start.size());
-    std::string_view line(start.data(), static_cast<std::size_t>(file.gcount()));
+    const std::string start = _start_of(path, longest_first_line);
+    std::string_view line = start;
     if (line.substr(0, 2) != "#!") return {};
     line = line.substr(2, line.find_first_of(std::string_view("\n\0", 2)) - 2);
     std::size_t begin = line.find_first_not_of(blanks);
@@ -75,6 +82,11 @@ std::string find_program(const std::string& command) {
         reason = obstacle;
     }
     _refuse(found, reason);
+}
+
+bool is_shell_text(const std::string& program) {
+    const std::string start = _start_of(program, shells_look);
+    return start.find('\0') >= start.find('\n');
 }
 
 std::string loaded_file(const std::string& program) {

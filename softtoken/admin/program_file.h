@@ -11,6 +11,12 @@ namespace vemra::softtoken::admin {
  */
 std::string find_program(const std::string& command);
 
+/*
+ * Whether a shell takes the file for its own commands when the kernel does not know what it is: no
+ * zero byte stands in its first line, as far as it looks.
+ */
+bool is_shell_text(const std::string& program);
+
 /* The file that the kernel loads: the program itself, or the last interpreter of a script. */
 std::string loaded_file(const std::string& program);
 

@@ -153,14 +153,29 @@ TEST_F(softtoken_exec, runs_a_script_with_the_mark_of_other_rights) {
 TEST_F(softtoken_exec, ends_as_the_shell_does_with_what_it_cannot_run) {
     std::filesystem::create_directories(root() + "/.bin/folder");
     write_file(root() + "/.bin/plain", "echo plain\n");
+    script("bin/binary", std::string("\177ELF\0", 5));
+    script("bin/lost", "#!/no/such/interpreter");
+    script("bin/listed", "#!/etc/passwd");
     std::string path = "cd " + root() + "/.bin; PATH=" + root() + "/.bin:$PATH; export PATH; ";
-    for (const char* command : {"./missing", "missing", "./plain", "plain", "./folder", "folder",
-                                "./plain/beyond", "''"}) {
+    for (const char* command : {"./binary", "./lost", "lost", "./listed", "./missing", "missing",
+                                "./plain", "plain", "./folder", "folder", "./plain/beyond", "''"}) {
         int expected = run(path + "bash -c '\"$0\"' " + command).status;
         program_result result = run(path + SOFTTOKEN_TOOL " exec -- " + command);
         EXPECT_EQ(result.status, expected) << command << ": " << result.output;
         EXPECT_TRUE(expected == 126 || expected == 127) << command;
     }
+}
+
+TEST_F(softtoken_exec, runs_a_text_that_names_no_interpreter_as_the_shell_does) {
+    for (const std::string& text :
+         {script("text", "echo text \"$0\" \"$@\"; exit 5"), script("empty", ""),
+          script("nameless", "#!\necho ran"), script("late", std::string("\n\0", 2))}) {
+        program_result expected = run("sh -c '\"$0\" \"$@\"' " + text + " 'a  b' c 2>&1");
+        program_result result = run_tool("exec -- " + text + " 'a  b' c");
+        EXPECT_EQ(result.status, expected.status) << result.output;
+        EXPECT_EQ(result.output, expected.output);
+    }
+    EXPECT_EQ(run_tool("exec -- " + root() + "/.text").output, "text " + root() + "/.text\n");
 }
 
 // A shell says that nothing was found in a folder of PATH that may not be searched.
@@ -235,9 +250,8 @@ TEST_F(softtoken_exec, missing_program_is_named) {
 }
 
 TEST_F(softtoken_exec, program_that_cannot_be_run_is_named) {
-    write_file(root() + "/broken", "#!/no/such/interpreter\n");
-    std::filesystem::permissions(root() + "/broken", std::filesystem::perms::owner_all);
-    program_result result = run_tool("exec -- " + root() + "/broken");
-    EXPECT_EQ(result.status, 126);
-    EXPECT_NE(result.output.find("cannot be run"), std::string::npos);
+    std::string broken = script("broken", "#!/no/such/interpreter");
+    program_result result = run_tool("exec -- " + broken);
+    EXPECT_EQ(result.output, "vemra-softtoken: " + broken +
+                                 " cannot be run: its interpreter or loader is missing\n");
 }
