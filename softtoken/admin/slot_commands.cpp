@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <limits>
 #include <memory>
 
 #include "admin/arguments.h"
@@ -60,7 +61,7 @@ void _add(CLI::App& program, const char* name, const char* description,
     add_token_name(*command, options->name);
     command->add_option("SLOT", options->slot, "The slot's number")
         ->required()
-        ->check(CLI::NonNegativeNumber);
+        ->check(CLI::Range(0, std::numeric_limits<int>::max()));
     command->add_option("FILE", options->file, "The file")->required();
     command->callback([options, run] { run(*options); });
 }

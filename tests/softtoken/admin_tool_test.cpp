@@ -340,3 +340,12 @@ TEST_F(softtoken_admin, wrong_usage_ends_with_status_2) {
     EXPECT_EQ(run_tool("create one --login never").status, 2);
     EXPECT_EQ(run_tool("--help").status, 0);
 }
+
+TEST_F(softtoken_admin, number_that_no_slot_has_is_told_with_the_range) {
+    for (const char* slot : {"-1", "1.5", "99999999999", "x"}) {
+        program_result result = run_tool(std::string("dump one ") + slot + " file");
+        EXPECT_EQ(result.status, 2);
+        EXPECT_NE(result.output.find("not in range 0 to 2147483647"), std::string::npos)
+            << result.output;
+    }
+}
