@@ -185,8 +185,7 @@ TEST_F(softtoken_descriptors, message_has_no_byte_of_a_path_that_a_terminal_obey
     setenv("VEMRA_SOFTTOKEN_DIR", odd.c_str(), 1);
     vemra::softtoken::create_token(odd, "one", plain_token("SN-odd"));
     program_result result = run("ulimit -Sn 5; " FREES_AT_EXIT);
-    EXPECT_NE(result.output.find(root() + "/.odd?[2J/one/token.db: this process may have"),
-              std::string::npos)
+    EXPECT_NE(result.output.find(root() + "/.odd?[2J/one/token.db"), std::string::npos)
         << result.output;
 }
 
