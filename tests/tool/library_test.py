@@ -104,6 +104,23 @@ class OnTheSoftwareToken(ToolCase):
                    "\nCOMP_WORDS=(vemra-stamp completion ''); COMP_CWORD=2; _vemra_stamp"
                    "\nfor word in ${COMPREPLY[@]}; do [ $word != bash ] || echo $word; done"
                    "\nCOMP_WORDS=(vemra-stamp help ver); COMP_CWORD=2; _vemra_stamp"
+                   "\necho ${COMPREPLY[@]}"
+                   "\nCOMP_WORDS=(vemra-stamp recovery dis); COMP_CWORD=2; _vemra_stamp"
                    "\necho ${COMPREPLY[@]}\n")
         done = subprocess.run(["bash", "-c", script], check=True, stdout=subprocess.PIPE)
-        self.assertEqual(done.stdout.decode().split(), ["append", "--allow-duplicate", "bash", "verify-password", "version"])
+        self.assertEqual(done.stdout.decode().split(), ["append", "--allow-duplicate", "bash",
+                                                        "verify-password", "version", "discard"])
+
+    def test_every_word_that_a_command_takes_is_offered(self):
+        script = self.expect(0, "completion", "bash").stdout.decode()
+        taken = {}
+        commands = self.expect(0, "help").stdout.decode()
+        for command in re.findall(r"^  ([a-z][a-z-]*) ", commands, re.MULTILINE):
+            told = self.expect(0, "help", command).stdout.decode()
+            words = re.search(r"^ +\w[^{\n]*:\{([a-z,]+)\}", told, re.MULTILINE)
+            if words:
+                taken[command] = words[1].split(",")
+        self.assertEqual(set(taken), {"completion", "recovery"})
+        for command, words in taken.items():
+            offered = re.search(rf"^ +{command}\) words=\"(.*)\" ;;$", script, re.MULTILINE)[1]
+            self.assertEqual(set(words) - set(offered.split()), set(), command)

@@ -20,6 +20,7 @@ std::string _option_names(const CLI::App& command) {
 // What may stand behind a command beside its options; file names are the shell's own affair.
 std::string _arguments(const CLI::App& command, const std::string& commands) {
     if (command.get_name() == "completion") return " bash";
+    if (command.get_name() == "recovery") return " list show restore discard";
     return command.get_name() == "help" ? commands : "";
 }
 
