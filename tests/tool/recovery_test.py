@@ -1,6 +1,7 @@
 """What is kept of changes that did not end as they should."""
 
 import hashlib
+import os
 import resource
 import subprocess
 import time
@@ -209,10 +210,19 @@ class Unkept(ToolCase):
 class UnderWay(ToolCase):
     def test_what_a_running_change_keeps_is_not_left_behind(self):
         self.append("Seal", NAME_SEAL)
+        self.expect_not_told_meanwhile()
+
+    def test_nor_when_somebody_looked_at_it_in_its_first_moment(self):
+        self.append("Seal", NAME_SEAL)
+        self.preload(os.environ["MOMENTARY_READER"])
+        self.expect_not_told_meanwhile()
+
+    def expect_not_told_meanwhile(self):
         self.softtoken("fault", "add", "a", "WriteData delay=3000")
         with subprocess.Popen([TOOL, "update", "--password-file", str(self.password_file),
-                               "name:Seal", str(COMPANY)], env=self.environment,
+                               "name:Seal", str(COMPANY)], env=dict(self.environment),
                               stderr=subprocess.DEVNULL) as update:
+            self.heal_device()
             self.wait_for_write()
             while not list(self.recovery_folders()[0].glob("manifest.json")):
                 time.sleep(0.01)

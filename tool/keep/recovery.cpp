@@ -52,11 +52,30 @@ std::string _make_directory() {
     return path;
 }
 
-// Closing it, or the end of the process, gives the lock back.
-descriptor _lock(const std::string& directory, int kind) {
-    descriptor opened(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (opened.is_open() && flock(opened.get(), kind | LOCK_NB) == 0) return opened;
-    return descriptor();
+descriptor _open(const std::string& directory) {
+    return descriptor(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+// Waits for those who look whether it is in use: they hold it for a moment. Closing it, or the end
+// of the process, gives the lock back.
+descriptor _lock_for_change(const std::string& directory) {
+    descriptor opened = _open(directory);
+    int done = -1;
+    if (opened.is_open()) {
+        do {
+            done = flock(opened.get(), LOCK_EX);
+        } while (done != 0 && errno == EINTR);
+    }
+    if (done == 0) return opened;
+    const std::string reason = std::strerror(errno);
+    std::error_code ignored;
+    std::filesystem::remove(directory, ignored);
+    throw failure(exit_code::failed, unkept + directory + " cannot be locked: " + reason);
+}
+
+bool _is_in_use(const std::string& directory) {
+    const descriptor opened = _open(directory);
+    return !opened.is_open() || flock(opened.get(), LOCK_SH | LOCK_NB) != 0;
 }
 
 kept_change _read(const std::string& path) {
@@ -75,7 +94,8 @@ kept_change _read(const std::string& path) {
 
 }  // namespace
 
-recovery::recovery(const archive& kept) : path_(_make_directory()), in_use_(_lock(path_, LOCK_EX)) {
+recovery::recovery(const archive& kept)
+    : path_(_make_directory()), in_use_(_lock_for_change(path_)) {
     fill([&] { write_archive(path_, kept); });
 }
 
@@ -105,7 +125,7 @@ std::vector<kept_change> kept_changes() {
     std::vector<std::filesystem::directory_entry> directories;
     std::error_code none;
     for (const auto& entry : std::filesystem::directory_iterator(_parent_directory(), none)) {
-        if (_lock(entry.path(), LOCK_SH).is_open()) directories.push_back(entry);
+        if (!_is_in_use(entry.path())) directories.push_back(entry);
     }
     const auto age = [](const std::filesystem::directory_entry& one) {
         std::error_code gone;
