@@ -42,7 +42,7 @@ class Append(ToolCase):
 
     def test_a_used_name_needs_allow_duplicate(self):
         self.append("Seal", COMPANY)
-        self.assertIn(b"--allow-duplicate",
+        self.assertIn(f'a stamp on {self.serial} (type 3) has the name "Seal" already; --allow-duplicate'.encode(),
                       self.change(2, "append", "--name", "Seal", NAME_SEAL).stderr)
         self.append("Seal", NAME_SEAL, "--allow-duplicate")
         self.assertEqual(len(self.json(0, "list")["result"]["stamps"]), 2)

@@ -44,7 +44,8 @@ class Check(ToolCase):
     def test_a_given_name_that_append_would_refuse_is_refused(self):
         self.append("Seal", COMPANY)
         self.raw_slot("write", 8131, NAME_SEAL.read_bytes())
-        for name, reason in (("Seal", b"has the name \"Seal\" already"),
+        place = self.serial.encode()
+        for name, reason in (("Seal", b"a stamp on " + place + b" (type 3) has the name \"Seal\" already"),
                              ("tab\there", b"has control characters in it")):
             self.assertIn(reason, self.repair(2, "--name", "8131=" + name).stderr)
         self.assertEqual(list(self.stamps()), ["Seal"])

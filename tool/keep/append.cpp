@@ -17,7 +17,7 @@ std::vector<named_stamp> _listed(session& tokens, const device_id& device) {
     const read_locks lock(tokens, {device});
     const mapping_record record = read_mapping(tokens, device);
     look_up_lengths(tokens, device, record.listed_slots());
-    return record.listed_stamps();
+    return record.listed_stamps(device);
 }
 
 }  // namespace

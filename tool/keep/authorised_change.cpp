@@ -208,7 +208,7 @@ void authorised_change::replace_unreadable(const stamp& old, const stamp& wanted
     const old_contents held = contents();
     stamp_mapping entries = held.list.entries;
     entries[static_cast<unsigned int>(old.slot)] = wanted.name;
-    const mapping_record next = make_mapping(tokens_of_device, entries);
+    const mapping_record next = make_mapping(tokens_of_device, device_.id(), entries);
     recovery kept = keep_all(tokens_of_device, held);
     carry_out(
         {"replacing " + quoted(old.name), written_by({0, wanted.data.size()}), {}}, kept,
@@ -228,7 +228,7 @@ void authorised_change::remove_unreadable(const stamp& old) {
     const old_contents held = contents();
     stamp_mapping entries = held.list.entries;
     entries.erase(static_cast<unsigned int>(old.slot));
-    const mapping_record next = make_mapping(tokens_of_device, entries);
+    const mapping_record next = make_mapping(tokens_of_device, device_.id(), entries);
     recovery kept = keep_all(tokens_of_device, held);
     carry_out(
         {"removing " + quoted(old.name)}, kept,

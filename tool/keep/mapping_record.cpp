@@ -28,10 +28,10 @@ std::vector<int> mapping_record::listed_slots() const {
     return slots;
 }
 
-std::vector<named_stamp> mapping_record::listed_stamps() const {
+std::vector<named_stamp> mapping_record::listed_stamps(const device_id& device) const {
     std::vector<named_stamp> stamps;
     for (const auto& [slot, name] : entries) {
-        if (is_stamp_slot(slot)) stamps.push_back({"", name, {}});
+        if (is_stamp_slot(slot)) stamps.push_back({"", name, device});
     }
     return stamps;
 }
@@ -57,12 +57,14 @@ mapping_record read_mapping(session& tokens, const device_id& device) {
     return record;
 }
 
-mapping_record make_mapping(session& tokens, const stamp_mapping& entries) {
+mapping_record make_mapping(session& tokens, const device_id& device,
+                            const stamp_mapping& entries) {
     mapping_record record;
     record.entries = entries;
     record.bytes = tokens.ask([&](token_reader& all) { return all.encode_mapping(entries); });
     if (tokens.ask([&](token_reader& all) { return all.parse_mapping(record.bytes); }) != entries) {
-        throw failure(exit_code::failed, "a name on the device would not survive a new record");
+        throw failure(exit_code::failed,
+                      "a name on " + describe(device) + " would not survive a new record");
     }
     return record;
 }

@@ -19,7 +19,7 @@ struct mapping_record {
     /** The slots of stamps that it lists, ascending. */
     std::vector<int> listed_slots() const;
     /** The names of the stamps that it lists, and nothing more of them. */
-    std::vector<named_stamp> listed_stamps() const;
+    std::vector<named_stamp> listed_stamps(const device_id& device) const;
     /** The slot that the next append takes; 0 when there is none. */
     int lowest_free_slot() const;
 };
@@ -27,8 +27,8 @@ struct mapping_record {
 /** The slot that the next append takes beside all stamps that a device lists; 0 for none. */
 int lowest_free_slot(const std::vector<stamp>& listed);
 
-/** The record of other entries. */
-mapping_record make_mapping(session& tokens, const stamp_mapping& entries);
+/** The record of other entries for a device. */
+mapping_record make_mapping(session& tokens, const device_id& device, const stamp_mapping& entries);
 
 /** Throws failure (failed) when the slot cannot be read. */
 mapping_record read_mapping(session& tokens, const device_id& device);

@@ -96,7 +96,8 @@ private:
                                        const shared_bytes& bytes) {
         const offer offered = make_offer(proposed.name, bytes);
         std::string doubts;
-        for (const objection& one : objections_to(tokens_, offered, plan_.list.listed_stamps())) {
+        for (const objection& one :
+             objections_to(tokens_, offered, plan_.list.listed_stamps(contents_.device))) {
             if (one.what != objection::kind::no_picture) return one.text;
             doubts += ", although " + one.text;
         }
@@ -108,7 +109,7 @@ private:
     }
 
     void encode() {
-        plan_.list = make_mapping(tokens_, plan_.list.entries);
+        plan_.list = make_mapping(tokens_, contents_.device, plan_.list.entries);
         const auto& findings = contents_.findings;
         if (std::any_of(findings.begin(), findings.end(), [](const finding& one) {
                 return one.what == finding::kind::malformed_record;

@@ -71,10 +71,9 @@ std::vector<objection> objections_to(session& tokens, const offer& offered,
         return offered.name && one.name == *offered.name;
     });
     if (used != others.end()) {
-        const std::string place =
-            used->device.serial.empty() ? "this device" : describe(used->device);
-        found.push_back({objection::kind::used_name, "a stamp on " + place + " has the name " +
-                                                         quoted(*offered.name) + " already"});
+        found.push_back({objection::kind::used_name, "a stamp on " + describe(used->device) +
+                                                         " has the name " + quoted(*offered.name) +
+                                                         " already"});
     }
     return found;
 }
