@@ -110,6 +110,26 @@ class Check(ToolCase):
             "twice&8130||twice&8131||a\u202eb&8132||tab\t&8133||".encode() + b"\xff&8134"))
         self.assertEqual(self.kinds(), [("doubtful-name", slot) for slot in range(8131, 8135)])
 
+    def test_a_name_that_it_finds_doubtful_was_warned_of_before(self):
+        for name, doubt in ((" lead", b"begins or ends with a space"),
+                            ("   ", b"begins or ends with a space"),
+                            ("a\u202eb", b"has invisible characters in it")):
+            with self.subTest(name=name):
+                self.raw_slot("write", 8131, COMPANY.read_bytes())
+                self.assertIn(doubt, self.repair(10, "--name", "8131=" + name).stderr)
+                self.assertIn(doubt, self.expect(1, "check").stdout)
+                kept = self.folder / ("kept" + str(len(name)) + name[-1])
+                self.expect(0, "backup", kept)
+                self.change(0, "delete", "--yes", "name:" + name)
+                for command in (("append", "--name", name, COMPANY),
+                                ("update", "name:" + name, "--name", "Seal"),
+                                ("update", "name:Seal", "--name", name)):
+                    told = self.change(0, *command).stderr
+                    self.assertEqual(doubt in told, command[-1] != "Seal", command)
+                self.change(0, "delete", "--yes", "name:" + name)
+                self.assertIn(doubt, self.change(0, "restore", kept).stderr)
+                self.change(0, "delete", "--yes", "name:" + name)
+
     def test_findings_that_a_repair_cannot_mend_are_a_partial_result(self):
         self.raw_slot("write", 8130, b"bytes")
         self.raw_slot("write", 8131, b"more")

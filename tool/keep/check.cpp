@@ -9,6 +9,7 @@
 #include "keep/describe.h"
 #include "keep/forecast.h"
 #include "keep/read_locks.h"
+#include "keep/storing_rule.h"
 #include "picture/picture.h"
 
 namespace vemra::tool {
@@ -118,18 +119,10 @@ void _check_pictures(device_contents& contents) {
     }
 }
 
-std::string _doubt_about(const std::string& name) {
-    if (!is_utf8(name)) return "is not UTF-8";
-    if (has_control_characters(name)) return "has control characters in it";
-    if (has_invisible_characters(name)) return "has invisible characters in it";
-    if (name.front() == ' ' || name.back() == ' ') return "begins or ends with a space";
-    return "";
-}
-
 void _check_names(device_contents& contents) {
     std::set<std::string> known;
     for (const auto& [slot, name] : contents.record.entries) {
-        std::string doubt = _doubt_about(name);
+        std::string doubt = doubt_about(name);
         if (!known.insert(name).second) doubt = "is the name of another stamp, too";
         if (doubt.empty()) continue;
         contents.findings.push_back(

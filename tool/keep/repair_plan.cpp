@@ -101,6 +101,8 @@ private:
             if (one.what != objection::kind::no_picture) return one.text;
             doubts += ", although " + one.text;
         }
+        const std::string doubt = doubt_about(proposed.name);
+        if (!doubt.empty()) doubts += ", although the name " + doubt;
         const auto number = static_cast<unsigned int>(slot);
         plan_.list.entries[number] = proposed.name;
         plan_.steps.push_back("list the bytes in " + describe_slot(number) + " as " +

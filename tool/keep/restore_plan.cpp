@@ -97,6 +97,8 @@ private:
         for (const objection& one : judge_(offered, held_)) {
             item.doubts.push_back(one.text);
         }
+        const std::string doubt = doubt_about(item.wanted.name);
+        if (!doubt.empty()) item.doubts.push_back("the name " + doubt);
         held_.push_back({"", item.wanted.name, device_});
     }
 

@@ -85,7 +85,18 @@ void require_storable(session& tokens, const offer& offered, const std::vector<n
     }
 }
 
+std::string doubt_about(const std::string& name) {
+    if (name.empty()) return "is empty";
+    if (!is_utf8(name)) return "is not UTF-8";
+    if (has_control_characters(name)) return "has control characters in it";
+    if (has_invisible_characters(name)) return "has invisible characters in it";
+    if (name.front() == ' ' || name.back() == ' ') return "begins or ends with a space";
+    return "";
+}
+
 void warn_of_doubts(person& served, const offer& offered) {
+    const std::string doubt = offered.name ? doubt_about(*offered.name) : "";
+    if (!doubt.empty()) served.warn("the name " + quoted(*offered.name) + " " + doubt);
     if (offered.seen.transparent == picture::transparency::no) {
         served.warn("the picture has no transparency: it will cover what it is set upon");
     }

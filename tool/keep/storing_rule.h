@@ -63,7 +63,13 @@ private:
 void require_storable(session& tokens, const offer& offered, const std::vector<named_stamp>& others,
                       const allowance& waived);
 
-/** Warns of what is stored, but may not be what the person wants: a picture that covers. */
+/** What misleads readers of a name, in words that follow it; empty for a plain one. */
+std::string doubt_about(const std::string& name);
+
+/**
+ * Warns of what is stored, but may not be what the person wants: a name in doubt, a picture that
+ * covers.
+ */
 void warn_of_doubts(person& served, const offer& offered);
 
 }  // namespace vemra::tool
