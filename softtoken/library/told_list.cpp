@@ -20,7 +20,7 @@ bool told_list::has(token* asked, bool is_attached) {
     return known.is_listed;
 }
 
-std::vector<token*> told_list::told(const std::vector<token*>& tokens) {
+std::vector<token*> told_list::told(const std::vector<token*>& tokens) const {
     std::vector<token*> list;
     bool is_turned = false;
     for (token* each : tokens) {

@@ -17,7 +17,7 @@ public:
     /* Whether a list has a token that is attached or not; a token may be behind what is true. */
     bool has(token* asked, bool is_attached);
     /* What the list becomes of the tokens that it has; null is a place without a device. */
-    std::vector<token*> told(const std::vector<token*>& tokens);
+    std::vector<token*> told(const std::vector<token*>& tokens) const;
 
 private:
     using clock = std::chrono::steady_clock;

@@ -49,14 +49,14 @@ struct personality {
     std::string never_ends;
 
     /* Passwords. */
-    login_scope login = login_scope::process;
     std::int64_t retries = 10;
-    bool login_to_read = false;
     std::int64_t login_changes = 0;
     std::int64_t login_calls = 0;
     std::int64_t login_seconds = 0;
+    login_scope login = login_scope::process;
     failed_login after_failed_login = failed_login::logs_out;
     told_retries retries_told = told_retries::left;
+    bool login_to_read = false;
 
     /* Handles, processes and threads. */
     handle_rule handles = handle_rule::come_back;
@@ -65,20 +65,20 @@ struct personality {
 
     /* Slots. */
     absent_slot absent = absent_slot::refused;
+    read_buffer buffer = read_buffer::any;
     std::int64_t length_block = 1;
     std::int64_t length_padding = 0;
     std::int64_t read_most = 0;
-    read_buffer buffer = read_buffer::any;
     std::int64_t write_most = 0;
     write_length written_length = write_length::exact;
     permission rewrite = permission::allowed;
     permission remake_empty = permission::allowed;
     permission create_empty = permission::allowed;
+    lie lies = lie::none;
     std::string attributes_refused;
     std::string attributes_needed;
     std::int64_t lowest_slot = 0;
     std::int64_t highest_slot = INT32_MAX;
-    lie lies = lie::none;
 
     /* The list of devices. */
     list_order order = list_order::name;
