@@ -59,6 +59,24 @@ class Export(ToolCase):
                               self.expect(2, "export", self.uuid, "-o", path, *force).stderr)
         self.assertTrue(link.is_symlink())
 
+    def test_all_goes_on_past_a_link_and_a_directory_whatever_is_forced(self):
+        folder = self.folder / "out"
+        self.expect(0, "export", "--all", folder)
+        path, = folder.iterdir()
+        for make in (lambda: path.symlink_to(self.folder / "elsewhere"), path.mkdir):
+            path.unlink()
+            make()
+            self.append("Later", COMPANY)
+            for force in ([], ["--force"]):
+                with self.subTest(is_link=path.is_symlink(), force=force):
+                    done = self.expect(10, "export", "--all", folder, *force)
+                    self.assertIn(f"{path} is no plain file and is not replaced\n".encode(), done.stderr)
+                    self.assertNotIn(b"--force", done.stderr)
+                    self.assertEqual(done.stdout.count(b"Later-"), 1)
+            self.assertFalse(path.is_file())
+            self.change(0, "delete", "--yes", "name:Later")
+        self.assertTrue(path.is_dir())
+
     def test_a_directory_that_cannot_be_made_is_a_failure(self):
         self.assertIn(b"cannot be made",
                       self.expect(1, "export", "--all", "/proc/nowhere").stderr)

@@ -64,9 +64,17 @@ std::string _file_name(const stamp& one) {
 
 // A file that holds these bytes already is as good as written.
 bool _holds(const std::string& path, const std::string& bytes) {
-    if (!std::filesystem::is_regular_file(std::filesystem::symlink_status(path))) return false;
     return std::filesystem::file_size(path) == bytes.size() &&
            read_file(path, bytes.size()) == bytes;
+}
+
+// Why what has the name already stays as it is; empty when the stamp can be written there.
+std::string _why_kept(const std::string& path, const std::string& bytes, existing what) {
+    const std::filesystem::file_status there = std::filesystem::symlink_status(path);
+    if (!std::filesystem::exists(there)) return "";
+    if (!std::filesystem::is_regular_file(there)) return "is no plain file and is not replaced";
+    if (what == existing::replace || _holds(path, bytes)) return "";
+    return "exists and was kept; --force replaces it";
 }
 
 void _export_all(context& run, const export_options& options) {
@@ -78,9 +86,9 @@ void _export_all(context& run, const export_options& options) {
         if (!one.is_readable()) continue;
         _warn_of_damage(run, one);
         const std::string path = std::filesystem::path(options.all) / _file_name(one);
-        if (_what(options) == existing::keep && std::filesystem::exists(path) &&
-            !_holds(path, one.data.get())) {
-            run.out.warn(path + " exists and was kept; --force replaces it");
+        const std::string why_kept = _why_kept(path, one.data.get(), _what(options));
+        if (!why_kept.empty()) {
+            run.out.warn(path + " " + why_kept);
             run.code = exit_code::partial;
             continue;
         }
