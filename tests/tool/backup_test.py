@@ -200,6 +200,11 @@ class Backup(ToolCase):
             self.assertIn(b"cannot be made", self.expect(2, "backup", path).stderr)
         self.assertEqual(taken.read_text(), "mine")
 
+    def test_the_manifest_in_the_place_of_the_directory_is_answered_with_what_is_wanted(self):
+        path = self.directory / "manifest.json"
+        done = self.change(2, "restore", path)
+        self.assertIn(f"{path} is no directory; name the one that holds manifest.json".encode(), done.stderr)
+
     def make_backup(self, *stamps):
         """A backup as it may come from elsewhere; the manifest fits its files."""
         folder = self.folder / "made"

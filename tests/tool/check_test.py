@@ -35,6 +35,20 @@ class Check(ToolCase):
         self.repair()
         self.assertEqual(sorted(self.stamps()), ["recovered-8131", "recovered-8131-2"])
 
+    def test_a_backup_restored_over_made_names_goes_in_their_place_as_it_says(self):
+        self.append("Seal", COMPANY)
+        self.append("Other", NAME_SEAL)
+        before = self.stamps()
+        self.expect(0, "backup", self.folder / "kept")
+        self.raw_slot("write", 8127, mapping_record(b""))
+        self.assertIn(b"names were made: restore a backup of these stamps with --replace", self.repair().stderr)
+        self.change(0, "restore", "--replace", self.folder / "kept")
+        self.assertEqual(self.stamps(), before)
+
+    def test_of_names_that_were_given_nothing_is_said_to_be_made(self):
+        self.raw_slot("write", 8131, COMPANY.read_bytes())
+        self.assertNotIn(b"names were made", self.repair(0, "--name", "8131=Seal").stderr)
+
     def test_bad_names_and_slots_are_refused(self):
         self.raw_slot("write", 8131, b"bytes")
         for text in ("8131=a&b", "8131=", "8130=x", "x", "=x", "8131"):
@@ -99,7 +113,8 @@ class Check(ToolCase):
     def test_sealed_bytes_are_told_and_left_alone(self):
         self.raw_slot("write", 8130, b"VemraSeal")
         self.assertEqual(self.kinds(), [("sealed-bytes", 8130)])
-        self.change(1, "check", "--repair", "--yes")
+        told = self.change(1, "check", "--repair", "--yes").stderr
+        self.assertIn(b"can mend none of this; a stamp that is unreadable, damaged or badly named can be", told)
         self.assertEqual(self.raw_slot("read", 8130), b"VemraSeal")
 
     def test_doubtful_names_are_told(self):

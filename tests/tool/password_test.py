@@ -27,8 +27,9 @@ class Password(ToolCase):
         self.create_token("b", self.serial + "-B", 7, None, "--retries", "1")
         arguments = ["verify-password", "--device", self.serial + "-B", "--password-file"]
         self.expect(4, *arguments, self.wrong_file)
-        self.assertIn(b"device locked (-107)", self.expect(4, *arguments,
-                                                           self.password_file).stderr)
+        told = self.expect(4, *arguments, self.password_file).stderr
+        self.assertIn(b"device locked (-107)", told)
+        self.assertIn(b"\nA software token is unlocked by vemra-softtoken unlock; for a real one ask whoever", told)
 
     def test_a_descriptor_is_read_to_the_end_of_its_line(self):
         reading, writing = os.pipe()

@@ -65,7 +65,9 @@ void _repair(context& run, const check_options& options) {
     run.result["repaired"] = false;
     if (plan.steps.empty()) {
         run.out.note(contents.findings.empty() ? "nothing to repair"
-                                               : "a repair can mend none of this");
+                                               : "a repair can mend none of this; a stamp that is "
+                                                 "unreadable, damaged or badly named can be given "
+                                                 "a new picture or name with update, or deleted");
         return;
     }
     if (!_is_wanted(run, options, device, plan)) {
@@ -74,6 +76,11 @@ void _repair(context& run, const check_options& options) {
     const bool is_left = !repair_device(run.tokens(), device, contents, plan).empty();
     run.result["repaired"] = true;
     run.code = is_left ? exit_code::partial : exit_code::done;
+    if (plan.makes_names) {
+        run.out.note(
+            "names were made: restore a backup of these stamps with --replace, or it adds the "
+            "same pictures again under their old names");
+    }
     run.out.done(describe(device) + (is_left ? " is repaired, verified; some findings remain"
                                              : " is repaired, verified"));
 }

@@ -57,6 +57,12 @@ void write_archive(const std::string& directory, const archive& kept) {
 }
 
 archive read_archive(const std::string& directory) {
+    std::error_code none;
+    const std::filesystem::file_status there = std::filesystem::status(directory, none);
+    if (std::filesystem::exists(there) && !std::filesystem::is_directory(there)) {
+        throw failure(exit_code::usage,
+                      directory + " is no directory; name the one that holds " + manifest_name);
+    }
     const std::string path = directory + "/" + manifest_name;
     const std::string text = read_plain_file(path, most_manifest_bytes);
     manifest listed;

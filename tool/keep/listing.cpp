@@ -175,7 +175,7 @@ void require_readable(const std::vector<stamp>& held, const device_id& device,
         throw failure(exit_code::failed,
                       "the stamps of " + describe(device) +
                           " cannot all be read: the stamp library does not list " +
-                          quoted(one.name));
+                          quoted(one.name) + "\nTry again; if it stays so, see: vemra-stamp check");
     }
 }
 

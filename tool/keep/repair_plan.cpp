@@ -67,7 +67,9 @@ private:
         }
         const auto kept = kept_name(slot, bytes);
         if (kept && !list_as(*kept, slot, bytes)) return;
-        list_as({_made_name(plan_.list.entries, slot), ""}, slot, bytes);
+        if (!list_as({_made_name(plan_.list.entries, slot), ""}, slot, bytes)) {
+            plan_.makes_names = true;
+        }
     }
 
     struct proposed_name {

@@ -14,6 +14,8 @@ struct repair_plan {
     mapping_record list;
     /** What the repair does, in sentences; empty when there is nothing to do. */
     std::vector<std::string> steps;
+    /** Whether stamps are listed under names that no list told and nobody gave. */
+    bool makes_names = false;
 };
 
 /**

@@ -39,7 +39,10 @@ failure _refusal(const device_id& device, const password_answer& answer) {
     const std::string cause = printable(cause_of(answer.text.c_str()));
     const failure_facts facts = _facts_of(answer, cause);
     if (answer.retries == 0) {
-        return {exit_code::locked, describe(device) + " is locked: " + cause + ", no attempts left",
+        return {exit_code::locked,
+                describe(device) + " is locked: " + cause +
+                    ", no attempts left\nA software token is unlocked by "
+                    "vemra-softtoken unlock; for a real one ask whoever gave it to you",
                 facts};
     }
     if (answer.retries < 0) {
