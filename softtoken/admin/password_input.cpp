@@ -23,7 +23,6 @@ void password_input::add_to(CLI::App& command) {
     auto* descriptor =
         command.add_option(option + "fd", source_.descriptor,
                            "Take the " + what_ + " from the first line of this open descriptor");
-    descriptor->check(CLI::NonNegativeNumber);
     descriptor->check(open_descriptor());
     file->excludes(descriptor);
 }

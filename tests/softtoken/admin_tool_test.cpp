@@ -55,8 +55,8 @@ TEST_F(softtoken_admin, empty_password_is_refused) {
 
 TEST_F(softtoken_admin, descriptor_that_was_not_given_is_refused_whatever_has_its_number) {
     create("one");
-    for (const char* number : {"3", "4", "5", "6"}) {
-        const std::string shut = std::string(number) + "<&-";
+    for (const char* number : {"3", "4", "5", "6", "-1"}) {
+        const std::string shut = *number == '-' ? "" : std::string(number) + "<&-";
         for (const char* option : {"--password-fd ", "--new-password-fd "}) {
             program_result result = run(std::string(SOFTTOKEN_TOOL " change-password one ") +
                                         option + number + " " + shut + " < /dev/null");
