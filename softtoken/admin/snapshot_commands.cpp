@@ -142,6 +142,11 @@ void _put_in_place(const token_draft& made, const std::string& place) {
 
 // A database in use has a log beside it, without which it is not whole.
 void _require_snapshot(const std::string& path) {
+    // A pipe would be waited for, and is read more than once.
+    if (fs::exists(path) && !fs::is_regular_file(path)) {
+        throw command_failure(exit_usage,
+                              path + " is no plain file: name a file that \"snapshot\" made");
+    }
     require_token_database(path);
     if (!fs::exists(path + "-wal")) return;
     throw command_failure(exit_failed,
