@@ -12,6 +12,8 @@
 
 #include <string>
 
+#include "command_line/descriptor.h"
+
 namespace vemra::interruption {
 
 /** The exit status of a program that a signal ended. */
@@ -38,17 +40,35 @@ public:
     hold& operator=(const hold&) = delete;
 };
 
-/** Gives a terminal its settings back when this ends, or when a signal ends the program. */
+/**
+ * Other settings of a terminal while a question stands there; what was typed before is thrown away.
+ * It has its own back when this ends, and when a signal ends the program.
+ */
 class terminal_settings {
 public:
-    terminal_settings(int descriptor, const termios& original);
+    /** The question is not shown by this. */
+    terminal_settings(int descriptor, const termios& original, const termios& wanted,
+                      const std::string& question);
     ~terminal_settings();
     terminal_settings(const terminal_settings&) = delete;
     terminal_settings& operator=(const terminal_settings&) = delete;
 
+    /**
+     * Returns when something can be read, or the terminal is gone. A signal stops the program only
+     * here, with the terminal's own settings. True when that happened: the question was shown
+     * again, and what was read before is no part of the answer.
+     */
+    bool wait_for_answer() const;
+
 private:
-    int descriptor_;
+    bool is_to_stop() const;
+    void stop() const;
+
+    int terminal_;
     termios original_;
+    termios wanted_;
+    std::string question_;
+    descriptor stop_;
 };
 
 /** Removes the file when this ends, or when a signal ends the program. */

@@ -44,14 +44,16 @@ bool ask_secret_on(int descriptor, const std::string& question, secret& answer) 
     }
     bool is_line = false;
     {
-        const interruption::terminal_settings restored(descriptor, original);
         termios silent = original;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO | ECHOE | ECHOK | ECHONL);
-        tcsetattr(descriptor, TCSAFLUSH, &silent);
-        _say(descriptor, question + ": ");
+        const std::string shown = question + ": ";
+        const interruption::terminal_settings restored(descriptor, original, silent, shown);
+        _say(descriptor, shown);
         answer.clear();
         bool fits = true;
-        for (char byte = 0; read(descriptor, &byte, 1) == 1;) {
+        for (char byte = 0;;) {
+            if (restored.wait_for_answer()) answer.clear();
+            if (read(descriptor, &byte, 1) != 1) break;
             is_line = byte == '\n';
             if (is_line) break;
             fits = answer.push_back(byte) && fits;

@@ -20,6 +20,7 @@ public:
         if (child_ != 0) return;
         // Whoever starts tests in the background may have them ignore it.
         std::signal(SIGINT, SIG_DFL);
+        std::signal(SIGTSTP, SIG_DFL);
         std::string command = "exec " SOFTTOKEN_TOOL " " + arguments;
         execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         _exit(127);
@@ -30,11 +31,23 @@ public:
 
     // Types the line once the text has appeared; false when the program ended without it.
     bool type_after(const std::string& text, const std::string& line) {
+        return press_after(text, line + "\n");
+    }
+    bool press_after(const std::string& text, const std::string& keys) {
         while (shown_.find(text) == std::string::npos) {
             if (!read_more()) return false;
         }
-        std::string typed = line + "\n";
-        return write(master_, typed.data(), typed.size()) == static_cast<ssize_t>(typed.size());
+        return write(master_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size());
+    }
+
+    bool is_stopped() const {
+        int status = 0;
+        return waitpid(child_, &status, WUNTRACED) == child_ && WIFSTOPPED(status);
+    }
+    // What was shown before is forgotten.
+    void go_on() {
+        shown_.clear();
+        kill(child_, SIGCONT);
     }
 
     int exit_status() {
@@ -89,8 +102,40 @@ TEST_F(softtoken_prompt, differing_entries_change_nothing) {
 
 TEST_F(softtoken_prompt, interrupted_prompt_leaves_a_terminal_that_shows_what_is_typed) {
     terminal screen("create one --password-cost 1");
-    ASSERT_TRUE(screen.type_after("password of the new token: ", "half of it\x03"));
+    ASSERT_TRUE(screen.press_after("password of the new token: ", "half of it\x03"));
     EXPECT_EQ(screen.exit_status(), 130);
     EXPECT_TRUE(screen.shows_what_is_typed());
     EXPECT_EQ(attached_count(), 0);
+}
+
+TEST_F(softtoken_prompt, interrupted_prompt_ends_its_line) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.press_after("password of the new token: ", "half of it\x03"));
+    EXPECT_EQ(screen.exit_status(), 130);
+    EXPECT_EQ(screen.shown(), "password of the new token: \r\n");
+}
+
+TEST_F(softtoken_prompt, stopped_prompt_leaves_a_terminal_that_shows_what_is_typed) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.press_after("password of the new token: ", "half of it\x1a"));
+    ASSERT_TRUE(screen.is_stopped());
+    EXPECT_TRUE(screen.shows_what_is_typed());
+    screen.go_on();
+    ASSERT_TRUE(screen.press_after("password of the new token: ", "\x03"));
+    EXPECT_EQ(screen.exit_status(), 130);
+}
+
+TEST_F(softtoken_prompt, prompt_that_was_stopped_asks_again_and_forgets_what_was_typed) {
+    terminal screen("create one --password-cost 1");
+    ASSERT_TRUE(screen.press_after("password of the new token: ", "half of it\x1a"));
+    ASSERT_TRUE(screen.is_stopped());
+    ASSERT_TRUE(screen.type_after("", "typed to nobody"));
+    ASSERT_TRUE(screen.press_after("typed to nobody\r\n", ""));
+    screen.go_on();
+    ASSERT_TRUE(screen.press_after("password of the new token: ", ""));
+    EXPECT_FALSE(screen.shows_what_is_typed());
+    ASSERT_TRUE(screen.type_after("password of the new token: ", "typed secret"));
+    ASSERT_TRUE(screen.type_after("password of the new token, again: ", "typed secret"));
+    EXPECT_EQ(screen.exit_status(), 0) << screen.shown();
+    EXPECT_EQ(log_in(device_at().get(), "typed secret"), 1);
 }

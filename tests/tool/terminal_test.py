@@ -185,6 +185,19 @@ class Prompts(ToolCase):
         self.assertTrue(tool.echoes())
         os.close(tool.side)
 
+    def test_a_prompt_that_was_stopped_asks_again_and_forgets_what_was_typed(self):
+        tool = self.start("verify-password")
+        tool.wait_for(b": ")
+        tool.type("half of it\x1a")
+        _, status = os.waitpid(tool.process.pid, os.WUNTRACED)
+        self.assertTrue(os.WIFSTOPPED(status), status)
+        self.assertTrue(tool.echoes())
+        tool.process.send_signal(signal.SIGCONT)
+        tool.wait_for(b": ")
+        self.assertFalse(tool.echoes())
+        tool.type(PASSWORD + "\n")
+        self.assertEqual(tool.finish(), 0)
+
     def test_the_end_of_input_at_the_prompt_is_no_password(self):
         tool = self.start("verify-password")
         tool.wait_for(b": ")
