@@ -142,6 +142,14 @@ class Backup(ToolCase):
             b"Li Wei", b"\xf4\x90\x80\x80"))
         expect_refusal("no list", lambda made: made.update(stamps={}))
         expect_refusal("no list", lambda made: made.update(stamps=None))
+        expect_refusal('"listed" is no list', lambda made: made.update(listed={}))
+        expect_refusal("is missing", lambda made: made.update(listed=[7]))
+        expect_refusal("slot 8127 holds no stamps",
+                       lambda made: made.update(listed=[{"slot": 8127, "name": "Seal"}]))
+        expect_refusal('"sha256" is no',
+                       lambda made: made.update(listed=[{"slot": 8130, "name": "Seal", "sha256": "00"}]))
+        expect_refusal("more than 16",
+                       lambda made: made.update(listed=[{"slot": 8130, "name": "Seal"}] * 17))
         expect_refusal("is missing", lambda made: made.pop("stamps") and None)
         expect_refusal("is missing", lambda made: made.update(stamps=[[]]))
         expect_refusal("more than 16", lambda made: made.update(stamps=made["stamps"] * 9))

@@ -117,9 +117,11 @@ listed_stamp _listed_stamp(const json& object) {
     return one;
 }
 
-// A list of at most so many; `read` gets each object.
-void _read_list(const json& list, const std::function<void(const json&)>& read) {
-    if (!list.is_array()) throw damaged_manifest("\"stamps\" is no list");
+// A list of stamps; `read` gets each.
+void _read_list(const json& object, const std::string& key,
+                const std::function<void(const json&)>& read) {
+    const json& list = _member(object, key);
+    if (!list.is_array()) throw damaged_manifest("\"" + key + "\" is no list");
     if (list.size() > most_entries) {
         throw damaged_manifest("it lists more than " + std::to_string(most_entries) + " stamps");
     }
@@ -204,10 +206,10 @@ manifest parse_manifest(const std::string& text) {
     const json& device = _member(object, "device");
     listed.serial = _get_text(device, "serial");
     listed.type = _type(device);
-    _read_list(_member(object, "stamps"),
+    _read_list(object, "stamps",
                [&](const json& entry) { listed.stamps.push_back(_entry(entry)); });
     if (object.contains("listed")) {
-        _read_list(object.at("listed"),
+        _read_list(object, "listed",
                    [&](const json& entry) { listed.listed.push_back(_listed_stamp(entry)); });
     }
     _require_distinct(listed.stamps);
