@@ -252,9 +252,9 @@ TEST_F(softtoken_fault, admin_tool_adds_lists_and_clears) {
 }
 
 TEST_F(softtoken_fault, admin_tool_adds_none_that_it_does_not_know) {
-    EXPECT_EQ(run_tool("fault add one 'Fly null'").status, 1);
+    EXPECT_EQ(run_tool("fault add one 'Fly null'").status, 2);
     EXPECT_EQ(run_tool("fault add one --recipe nothing").status, 2);
     EXPECT_EQ(run_tool("fault add one").status, 2);
-    EXPECT_EQ(run_tool("fault add one 'HashUpdate null'").status, 1);
+    EXPECT_EQ(run_tool("fault add one 'HashUpdate null'").status, 2);
     EXPECT_EQ(run_tool("fault list one").output, "");
 }
