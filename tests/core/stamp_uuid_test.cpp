@@ -19,7 +19,6 @@ using vemra::crypto::device;
 
 namespace {
 
-using calls_t = std::vector<std::string>;
 using lines_t = std::vector<std::string>;
 using uuid_t = std::basic_string<unsigned char>;
 

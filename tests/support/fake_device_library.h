@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+/** Device calls as text, in order. */
+using calls_t = std::vector<std::string>;
+
 /**
  * What a scripted call does instead of its work. Calls that tell a status return `code`, counts
  * return 0, types -1, calls that make a handle null; the last error becomes `code`. Calls that
@@ -93,7 +96,7 @@ public:
      * release as what they hold ("serial", "digest", "encoding"); more than 64 bytes as the first 8
      * and "..".
      */
-    std::vector<std::string> calls() const;
+    calls_t calls() const;
     /** The lines of one function, or of all whose name begins so. */
     std::vector<std::string> calls_of(const std::string& function) const;
     void clear_calls();

@@ -30,8 +30,6 @@ int __wrap_VemraPKICertEqual(VEMRA_CERT_st* left, VEMRA_CERT_st* right) {
 
 namespace {
 
-using calls_t = std::vector<std::string>;
-
 const std::weak_ptr<keypair> no_pair;
 const std::string no_certificate;
 

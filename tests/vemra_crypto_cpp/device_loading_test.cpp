@@ -15,8 +15,6 @@ using vemra::crypto::keypair;
 
 namespace {
 
-using calls_t = std::vector<std::string>;
-
 class device_loading : public testing::Test {
 protected:
     void TearDown() override {

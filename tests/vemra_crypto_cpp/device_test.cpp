@@ -20,8 +20,6 @@ using vemra::crypto::device;
 
 namespace {
 
-using calls_t = std::vector<std::string>;
-
 class device_object : public testing::Test {
 protected:
     void SetUp() override { fake.add_device("SN-1", 3); }

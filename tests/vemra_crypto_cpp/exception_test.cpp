@@ -15,8 +15,6 @@ namespace throw_site = vemra::crypto::throw_site;
 
 namespace {
 
-using calls_t = std::vector<std::string>;
-
 TEST(exception, reads_text_code_file_and_line_without_the_closing_parentheses) {
     const fake_device_library fake;
     const exception error("src/some/file", 42, fake_device_library::bad_handle);

@@ -35,8 +35,6 @@ int __wrap_VemraPKICryptoGetCertificate(VEMRA_PrivKey_Handle_st* keypair, int in
 
 namespace {
 
-using calls_t = std::vector<std::string>;
-
 const std::weak_ptr<device> no_device;
 
 class keypair_of : public testing::Test {

@@ -10,8 +10,6 @@
 #include "vemra_crypto_cpp/device.h"
 #include "vemra_crypto_cpp/exception.h"
 
-using calls_t = std::vector<std::string>;
-
 /** A device SN-1 whose slot 8130 is read and written, and the calls on that slot as text. */
 class slot_fixture : public testing::Test {
 protected:
