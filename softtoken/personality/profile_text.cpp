@@ -48,6 +48,8 @@ json _parse(const std::string& text) {
         return parsed;
     } catch (const json::parse_error& error) {
         throw bad_profile("it is no JSON, at byte " + std::to_string(error.byte));
+    } catch (const json::out_of_range&) {
+        throw bad_profile("it has a number that is too large for any machine");
     }
 }
 

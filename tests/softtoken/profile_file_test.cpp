@@ -98,6 +98,7 @@ TEST_F(softtoken_profile_file, text_that_is_no_profile_is_named_and_changes_noth
         {frame + R"(, "knobs": {"slots": "1"}})", "the knob \"slots\" is a whole number"},
         {frame + R"(, "knobs": {"slots": 1.5}})", "the knob \"slots\" is a whole number"},
         {frame + R"(, "knobs": {"slots": -1}})", "the knob \"slots\" is a whole number"},
+        {frame + R"(, "knobs": {"slots": 4e1111}})", "a number that is too large"},
         {frame + R"(, "knobs": {"capacity": 18446744073709551615}})", "the knob \"capacity\" is"},
         {frame + R"(, "knobs": {"login": "never"}})", "the knob \"login\" is one of process"},
         {frame + R"(, "knobs": {"slots": )" + std::string(100000, '['), "nested too deeply"},
